@@ -1,0 +1,62 @@
+// The inside of the control Telvix1: one device, which is one kind of source of scans. Telvix1
+// itself (device_control.h) picks the device by its text and hands every call on.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "meter/data_source.h"
+
+namespace vantoscope {
+
+/// One entry of a device's channel list. The 16-bit word w of a scan stands for the number
+/// `offset + factor * w` in `unit`.
+struct ChannelInfo {
+  std::int16_t number = 0;  ///< see Telvix1::ChannelNumber
+  std::string name;         ///< as the device calls it; may be empty
+  std::string unit;         ///< UTF-8; may be empty
+  double low = 0;           ///< range in `unit`; encloses the data
+  double high = 0;
+  double factor = 1;  ///< `unit` per word step
+  double offset = 0;  ///< `unit` at word 0
+};
+
+/// Consecutive scans as raw words, for a host that hands them on. Scan-major: the words of all
+/// channels of scan `first`, then those of `first` + 1.
+struct RawScans {
+  std::int64_t first = 0;  ///< index of the first scan, counted from the device's own zero
+  std::size_t scans = 0;
+  std::vector<std::int16_t> words;  ///< scans x channels
+};
+
+/// Every operation runs on one thread and may throw SourceError. The channel list, its ranges and
+/// the rate are known from the moment the device exists and do not change.
+class Device {
+ public:
+  Device() = default;
+  Device(const Device&) = delete;
+  Device& operator=(const Device&) = delete;
+  virtual ~Device() = default;
+
+  /// The device text in its full form, without blanks; opens the same device again.
+  [[nodiscard]] virtual std::string Name() const = 0;
+  [[nodiscard]] virtual const std::vector<ChannelInfo>& Channels() const = 0;
+  [[nodiscard]] virtual double SampleRate() const = 0;
+  virtual void Start() = 0;
+  virtual void Stop() = 0;
+  /// Newest value of one channel in its unit; throws when there is none.
+  virtual double LatestValue(std::int16_t channel) = 0;
+  /// See Telvix1::GetData.
+  virtual std::optional<Block> GetData(std::int16_t count, std::int32_t mode) = 0;
+  /// The scans from index `next` on that have been acquired by now, at most `limit` of them. Starts
+  /// later than `next` when those are no longer held; empty when there is none yet. A `next` below
+  /// 0 stands for the newest scan.
+  virtual RawScans ScansSince(std::int64_t next, std::size_t limit) = 0;
+  /// True from the moment on when the host is gone for good. Cheap; asked a few times a second.
+  virtual bool HostGone() = 0;
+};
+
+}  // namespace vantoscope
