@@ -43,10 +43,9 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"TooShort", "- - -", "default", "Form1", 0}),
     [](const auto& row) { return row.param.name; });
 
-RecordingMeter* Group(RecordingMeter& m, std::size_t channels, const char* line) {
+void Group(RecordingMeter& m, std::size_t channels, const char* line) {
   m.telvix.channels.assign(channels, RecordingChannel{});
   ReadCommandLine(m.meter, line);
-  return &m;
 }
 
 TEST(GroupLaunch, StartsOneProcessForEachFurtherChannel) {

@@ -50,7 +50,6 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"OneSample", {-4}, -10, 10, -4, -4, -4, 4, 0},
         // Ten additions of 0.1, not one division of 10.
         Row{"TenOnes", std::vector<double>(10, 1.0), -10, 10, 1, 1, 0.9999999999999999, 1, 0},
-        // Constant over more than one stretch of the summing loop: 300 times 2/300.
         Row{"NoSamples", {}, -10, 10, 10, -10, 0, 0, 0}),
     [](const auto& row) { return row.param.name; });
 
@@ -73,10 +72,11 @@ TEST(StatisticsNumerics, SumsInAscendingOrder) {
   RecordingMeter m;
   m.telvix.channels[0] = {1, -1e300, 1e300, "", 0};
   m.meter.config.WindowSize = 512;
-  std::vector<double> samples(512, 1.0);
+  std::vector<double> samples(512, 2.0);
   samples[0] = 4.503599627370496e15 * 512 * 2;  // 2^52 * 2^9 * 2: a quotient of 2^53
   const std::optional<Block> block = MakeBlock({samples});
-  // Every later quotient is 2^-9, below half a unit of 2^53: none of the 511 leaves a trace.
+  // Every later quotient is 2^-8, below half a unit of 2^53, so none of the 511 leaves a trace;
+  // together, or before the big one, they would.
   EXPECT_EQ(ChannelStatistic(m.meter, kStatisticAve, 0, block), 9007199254740992.0);
 }
 
