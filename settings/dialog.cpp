@@ -171,7 +171,7 @@ void Dialog::BuildControls() {
     widget->setAccessibleName(QString::fromUtf8(control.spoken));
     widget->setToolTip(QString::fromUtf8(control.hint));
     if (auto* button = qobject_cast<QPushButton*>(widget)) button->setAutoDefault(false);
-    if (auto* text = qobject_cast<QLineEdit*>(widget)) text->setMaxLength(kProfileValueLimit);
+    if (auto* text = qobject_cast<QLineEdit*>(widget)) text->setMaxLength(int{kProfileValueLimit});
   }
   Control<QLineEdit>("ChnIdxText").setEnabled(false);
   for (const BuddyRow& row : kBuddies) {
