@@ -35,40 +35,40 @@ enum DataMethodValue : std::int16_t {
 
 /// Everything the settings file keeps, but for position and frame, which the window owns.
 struct MeterConfig {
-  Color ForeColor = 0;               ///< reading inside the limits
-  Color BackColor = 0;               ///< window and label; applied by the load only
-  Color HighLimitColor = 0;          ///< reading above HighLimit
-  Color LowLimitColor = 0;           ///< reading below LowLimit
-  float HighLimit = 0;               ///< engineering units
-  float LowLimit = 0;                ///< engineering units
-  Bool16 AlarmEnabled = kFalse;      ///< the limit colours are in force
-  Bool16 ShowUnit = kFalse;          ///< the unit follows the number
-  Bool16 ShowCaption = kFalse;       ///< kept for the file; no effect
-  std::string CaptionText;           ///< second half of the window title
-  std::int16_t DataMethod = 0;       ///< DataMethodValue
-  std::int32_t WindowSize = 0;       ///< scans per block
-  std::string MathText;              ///< the equation as the user wrote it
-  std::string MathUnit;              ///< unit of the equation's result
-  std::string UserFormat;            ///< number picture by hand; only the file sets it
-  std::int32_t WindowWidth = 0;      ///< twips, outer size while last framed
-  std::int32_t WindowHeight = 0;     ///< twips, outer size while last framed
-  std::int16_t AlwaysOnTop = 0;      ///< -1 top-most, -2 not; others are passed on
-  std::int16_t Transparency = 0;     ///< alpha 1 to 255 of the bare window
-  std::int16_t BorderWidth = 0;      ///< kept for the file; no effect
-  Bool16 DebugMode = kFalse;         ///< show the normalised equation in a box
+  Color ForeColor = 0;            ///< reading inside the limits
+  Color BackColor = 0;            ///< window and label; applied by the load only
+  Color HighLimitColor = 0;       ///< reading above HighLimit
+  Color LowLimitColor = 0;        ///< reading below LowLimit
+  float HighLimit = 0;            ///< engineering units
+  float LowLimit = 0;             ///< engineering units
+  Bool16 AlarmEnabled = kFalse;   ///< the limit colours are in force
+  Bool16 ShowUnit = kFalse;       ///< the unit follows the number
+  Bool16 ShowCaption = kFalse;    ///< kept for the file; no effect
+  std::string CaptionText;        ///< second half of the window title
+  std::int16_t DataMethod = 0;    ///< DataMethodValue
+  std::int32_t WindowSize = 0;    ///< scans per block
+  std::string MathText;           ///< the equation as the user wrote it
+  std::string MathUnit;           ///< unit of the equation's result
+  std::string UserFormat;         ///< number picture by hand; only the file sets it
+  std::int32_t WindowWidth = 0;   ///< twips, outer size while last framed
+  std::int32_t WindowHeight = 0;  ///< twips, outer size while last framed
+  std::int16_t AlwaysOnTop = 0;   ///< -1 top-most, -2 not; others are passed on
+  std::int16_t Transparency = 0;  ///< alpha 1 to 255 of the bare window
+  std::int16_t BorderWidth = 0;   ///< kept for the file; no effect
+  Bool16 DebugMode = kFalse;      ///< show the normalised equation in a box
 };
 
 /// What a run derives or carries from one step to the next; nothing of it is saved.
 struct MeterRuntime {
-  std::int16_t ChannelIndex = 0;     ///< zero-based list index of this meter's channel
+  std::int16_t ChannelIndex = 0;  ///< zero-based list index of this meter's channel
   std::string MeterName;
-  std::string SectionName;           ///< section of the settings file
+  std::string SectionName;  ///< section of the settings file
   std::string IniFile;
-  std::string DecimalSep;            ///< the locale's decimal separator, one character
+  std::string DecimalSep;                     ///< the locale's decimal separator, one character
   std::array<std::string, 6> StatisticNames;  ///< "min" ... "freq", by statistic index
-  std::int16_t ChannelsPerBank = 0;  ///< 16 or 32
-  Bool16 SpecialChannel = kFalse;    ///< the channel number was below 0 at start-up
-  float ScaleHigh = 0;               ///< range of the channel as read once at start-up
+  std::int16_t ChannelsPerBank = 0;           ///< 16 or 32
+  Bool16 SpecialChannel = kFalse;             ///< the channel number was below 0 at start-up
+  float ScaleHigh = 0;                        ///< range of the channel as read once at start-up
   float ScaleLow = 0;
   std::string DisplayFormat;         ///< number picture of the reading
   std::string PreparedEquation;      ///< MathText after the normaliser

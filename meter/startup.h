@@ -1,0 +1,22 @@
+// The load event of Form0: brings both records to life in a fixed order and leaves the meter
+// ticking.
+#pragma once
+
+#include <string>
+
+#include "meter/meter.h"
+
+namespace vantoscope {
+
+/// Start-up of the meter. `command_line` is the argument text without the program's own name.
+/// Throws SourceError when the device cannot be opened or the channel index is not in its list;
+/// nothing has been written then.
+void StartUp(Meter& meter, const std::string& command_line);
+
+/// The decimal separator in a locale's text of the number 3.333.
+std::string DecimalSepFrom(const std::string& number_text);
+
+/// Channels to a bank by a device text: 16 for the models 32, 35, 36 and 37, else 32.
+std::int16_t ChannelsPerBankOf(const std::string& device_name);
+
+}  // namespace vantoscope

@@ -1,0 +1,13 @@
+// The reading tick: source to Reading to label, afresh every time. It knows no window and no
+// formula; those stand in presentation/, reduction/ and equation/.
+#pragma once
+
+#include "meter/meter.h"
+
+namespace vantoscope {
+
+/// The handler of Timer1. A source that fails or has no block ends the tick silently, with label
+/// and Reading as they were.
+void Timer1Tick(Meter& meter);
+
+}  // namespace vantoscope

@@ -1,0 +1,34 @@
+#include "presentation/reading_display.h"
+
+#include <limits>
+
+#include "presentation/display_format.h"
+
+namespace vantoscope {
+
+Color ReadingColor(const MeterConfig& config, double reading) {
+  static_assert(std::numeric_limits<float>::is_iec559);  // beyond the range means infinity
+  const auto narrowed = static_cast<float>(reading);
+  if (config.AlarmEnabled != kFalse) {
+    if (narrowed > config.HighLimit) return config.HighLimitColor;
+    if (narrowed < config.LowLimit) return config.LowLimitColor;
+  }
+  return config.ForeColor;
+}
+
+void DisplayReading(Meter& meter, bool extra_digit) {
+  const MeterConfig& config = meter.config;
+  const MeterRuntime& runtime = meter.runtime;
+  meter.form.SetLabelForeColor(ReadingColor(config, runtime.Reading));
+
+  const std::string& picture = runtime.DisplayFormat;
+  std::string text =
+      FormatPicture(runtime.Reading, extra_digit ? picture + "0" : picture, runtime.DecimalSep);
+  if (config.ShowUnit != kFalse) {
+    text += config.DataMethod == kMethodCalc ? config.MathUnit
+                                             : meter.telvix.EngUnit(runtime.ChannelIndex);
+  }
+  meter.form.SetLabelText(text);
+}
+
+}  // namespace vantoscope

@@ -1,0 +1,18 @@
+// The last stage of a tick: colour by the limits, then the text. No state: the alarm does not
+// latch.
+#pragma once
+
+#include "meter/meter.h"
+
+namespace vantoscope {
+
+/// The colour of a reading: ForeColor, or with the alarm enabled HighLimitColor above HighLimit
+/// and else LowLimitColor below LowLimit. Compared as 32-bit floats, strictly; a reading beyond
+/// their range compares as infinity.
+Color ReadingColor(const MeterConfig& config, double reading);
+
+/// Colours Label1 and writes Reading into it by DisplayFormat, with one more "0" for
+/// `extra_digit`, followed directly by the unit if ShowUnit is true.
+void DisplayReading(Meter& meter, bool extra_digit);
+
+}  // namespace vantoscope

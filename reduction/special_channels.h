@@ -1,0 +1,16 @@
+// Texts of digital inputs and counters, from one raw sample word. No picture, no unit, no limits.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vantoscope {
+
+/// A count from 0 to 16384 in decimal, of a word from -32768 to 32767: (word + 32768) / 4, a half
+/// to the even neighbour.
+std::string CounterText(std::int32_t word);
+
+/// The high byte of the word in upper-case hexadecimal, "0" to "FF".
+std::string DigitalText(std::int32_t word);
+
+}  // namespace vantoscope
