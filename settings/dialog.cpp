@@ -7,6 +7,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -90,19 +91,51 @@ constexpr auto kBuddies = std::to_array<BuddyRow>({
     {"Label6", "LLText"},
 });
 
+// A group box whose title stands in its top line, so that the whole rectangle belongs to it.
+class Frame : public QGroupBox {
+ public:
+  using QGroupBox::QGroupBox;
+
+ protected:
+  void paintEvent(QPaintEvent* /*event*/) override {
+    constexpr int kTitleLeft = 8;
+    constexpr int kGap = 3;  // between the line and the title on either side
+    constexpr double kRadius = 3;
+    const QFontMetrics metrics = fontMetrics();
+    const QRect title_box(kTitleLeft, 0, metrics.horizontalAdvance(title()), metrics.height());
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(palette().color(QPalette::Mid));
+    const double line_top = title_box.center().y();
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, line_top + 0.5, -0.5, -0.5), kRadius,
+                            kRadius);
+    painter.fillRect(title_box.adjusted(-kGap, 0, kGap, 0), palette().color(QPalette::Window));
+    painter.setPen(palette().color(QPalette::WindowText));
+    painter.drawText(title_box, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextDontClip, title());
+  }
+};
+
 int Pixels(int twips) { return static_cast<int>(PixelsFromTwips({static_cast<double>(twips)})); }
+
+constexpr QColor kShownOnly(0x60, 0x60, 0x60);  // text that can be read and not edited
+
+// Text fields are two pixels higher than the labels beside them; this sets both texts on one line.
+constexpr int kLabelDrop = 2;
 
 QWidget* NewWidget(const DialogControl& control, QWidget* parent) {
   const QString caption = QString::fromUtf8(control.caption);
   switch (control.kind) {
     case ControlKind::Frame:
-      return new QGroupBox(caption, parent);
+      return new Frame(caption, parent);
     case ControlKind::Button:
       return new QPushButton(caption, parent);
     case ControlKind::ColorButton:
       return new ColorButton(parent);
-    case ControlKind::Label:
-      return new QLabel(caption, parent);
+    case ControlKind::Label: {
+      auto* label = new QLabel(caption, parent);
+      label->setContentsMargins(0, kLabelDrop, 0, 0);
+      return label;
+    }
     case ControlKind::Sample:
       return new ColorSample(caption, parent);
     case ControlKind::TextField:
@@ -173,7 +206,11 @@ void Dialog::BuildControls() {
     if (auto* button = qobject_cast<QPushButton*>(widget)) button->setAutoDefault(false);
     if (auto* text = qobject_cast<QLineEdit*>(widget)) text->setMaxLength(int{kProfileValueLimit});
   }
-  Control<QLineEdit>("ChnIdxText").setEnabled(false);
+  auto& index = Control<QLineEdit>("ChnIdxText");
+  index.setEnabled(false);
+  QPalette readable = index.palette();
+  readable.setColor(QPalette::Disabled, QPalette::Text, kShownOnly);
+  index.setPalette(readable);
   for (const BuddyRow& row : kBuddies) {
     Control<QLabel>(row.label).setBuddy(&Control<QLineEdit>(row.text));
   }
@@ -194,6 +231,7 @@ void Dialog::FitFont() {
   const auto fits = [&](double size) {
     base.setPointSizeF(size / device_points);
     return std::ranges::all_of(kDialogControls, [&](const DialogControl& control) {
+      if (*control.caption == '\0') return true;
       const QFontMetricsF metrics(CaptionFont(control, base), this);
       return metrics.horizontalAdvance(control.caption) <=
              CaptionRoom(control, Control<QWidget>(control.name));
