@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "equation/tokens.h"
 #include "meter/data_source.h"
 #include "platform/evaluator.h"
 
@@ -74,6 +75,7 @@ struct MeterRuntime {
   std::string PreparedEquation;      ///< MathText after the normaliser
   std::int16_t HistoryDepth = 0;     ///< 0 to 26
   std::int16_t NeedsStatistics = 0;  ///< 1 when the equation holds a statistic token
+  TickTokens EquationTokens;         ///< what the tick knows of PreparedEquation
   std::unique_ptr<Evaluator> EquationEngine;
   std::optional<Block> DataBlock;       ///< last block fetched for a reduction; nothing is Empty
   std::optional<Block> StatisticBlock;  ///< WindowSize scans for statistic tokens

@@ -113,10 +113,13 @@ TEST_P(SilentTick, LeavesLabelAndReadingAndTriesAgain) {
   m.meter.config.ShowUnit = kTrue;
   Timer1Tick(m.meter);
   EXPECT_EQ(m.form.label_text, "009000");
-  if (std::string_view(row.failing) != "EngUnit") EXPECT_EQ(m.meter.runtime.Reading, 8);
+  if (std::string_view(row.failing) != "EngUnit") {
+    EXPECT_EQ(m.meter.runtime.Reading, 8);
+  }
 
   m.telvix.failing.clear();
-  m.telvix.blocks.assign(1, MakeBlock({{1, 2}}));
+  m.telvix.blocks.clear();
+  m.telvix.blocks.push_back(MakeBlock({{1, 2}}));
   m.meter.config.WindowSize = 2;
   Timer1Tick(m.meter);
   EXPECT_NE(m.form.label_text, "009000");

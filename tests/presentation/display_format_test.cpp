@@ -49,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(
         Picture{"SixteenPlaces", 0.1, "#.################", ".1"},
         Picture{"SmallNoExponent", 1e-7, "#.################", ".0000001"},
         Picture{"LargeNoExponent", 1e22, "0.0", "10000000000000000000000.0"},
-        Picture{"TextAround", 2.5, "ca. 0.0 V", "ca. 2.5 V"},
+        Picture{"TextAround", 2.5, "~ 0.0 V", "~ 2.5 V"},
         Picture{"TextOnly", 2.5, "level", "level"}, Picture{"Nan", std::nan(""), "0.00", "nan"},
         Picture{"Infinite", kInf, "0.00", "inf"}, Picture{"MinusInfinite", -kInf, "0.", "-inf"},
         Picture{"EmptyWhole", 16777215, "", "16777215"}, Picture{"EmptyNegative", -3, "", "-3"},
@@ -78,12 +78,12 @@ TEST(DisplayFormat, FollowsTheRange) {
     int zeros;
   };
   // The sign plays no part; a tie takes the high end; 1000 lies a hair below its power of ten in
-  // the quotient of logarithms, and 0.01 below it as a 32-bit float.
+  // the quotient of logarithms, and 0.01 and 1e-5 below theirs as 32-bit floats.
   const std::vector<Row> rows = {{0, 0.005F, 11}, {0, 0.05F, 10}, {0, 0.5F, 9},   {0, 5, 6},
                                  {-10, 10, 5},    {0, 100, 4},    {0, 1000, 4},   {0, 5000, 3},
                                  {0, 50000, 2},   {0, 500000, 0}, {0, 1e6F, 0},   {-5, 20, 5},
                                  {-5, 2, 6},      {-2000, 10, 3}, {0, 0.01F, 11}, {0, 0, 6},
-                                 {0, 3e38F, 0},   {0, 1e-5F, 13}};
+                                 {0, 3e38F, 0},   {0, 1e-5F, 14}};
   for (const Row& row : rows) {
     RecordingMeter m;
     m.meter.runtime.ScaleLow = row.low;

@@ -1,0 +1,48 @@
+// A colour setting in the configuration dialog: a label whose text bears the colour, and the small
+// button beside it that opens the picker.
+#pragma once
+
+#include <QLabel>
+#include <QPushButton>
+
+#include "meter/meter_state.h"
+
+namespace vantoscope {
+
+QColor QColorFrom(Color color);
+Color ColorFrom(const QColor& color);
+
+/// Text in the colour it stands for. Where that colour would fade into the dialog, a plate of the
+/// opposite brightness stands behind the text.
+class ColorSample : public QLabel {
+ public:
+  using QLabel::QLabel;
+
+  [[nodiscard]] Color Value() const { return value_; }
+  void SetValue(Color value);
+
+  /// Room that the plate takes on either side of the text, logical pixels.
+  static constexpr int kPlateMargin = 3;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  Color value_ = 0;
+};
+
+/// A button that shows the colour of its sample.
+class ColorButton : public QPushButton {
+ public:
+  using QPushButton::QPushButton;
+
+  void SetSwatch(Color color);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  Color swatch_ = 0;
+};
+
+}  // namespace vantoscope

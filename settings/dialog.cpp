@@ -1,0 +1,330 @@
+#include "settings/dialog.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QGroupBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
+#include <QStyleOptionButton>
+#include <algorithm>
+#include <vector>
+
+#include "platform/open_address.h"
+#include "platform/profile.h"
+#include "platform/units.h"
+#include "settings/color_sample.h"
+#include "settings/dialog_controls.h"
+
+namespace vantoscope {
+namespace {
+
+struct ColorRow {
+  const char* button;
+  const char* sample;
+  const char* title;  // of the picker
+  Color DialogFields::*field;
+};
+
+constexpr auto kColors = std::to_array<ColorRow>({
+    {"Command1", "FGLabel", "Foreground colour", &DialogFields::FGLabel},
+    {"Command2", "BGLabel", "Background colour", &DialogFields::BGLabel},
+    {"Command3", "HLLabel", "High limit colour", &DialogFields::HLLabel},
+    {"Command4", "LLLabel", "Low limit colour", &DialogFields::LLLabel},
+});
+
+struct TextRow {
+  const char* name;
+  std::string DialogFields::*field;
+};
+
+constexpr auto kTexts = std::to_array<TextRow>({
+    {"HLText", &DialogFields::HLText},
+    {"LLText", &DialogFields::LLText},
+    {"ChnIdxText", &DialogFields::ChnIdxText},
+    {"CalText", &DialogFields::CalText},
+    {"CalUnitText", &DialogFields::CalUnitText},
+    {"WSText", &DialogFields::WSText},
+    {"TransparencyText", &DialogFields::TransparencyText},
+});
+
+struct CheckRow {
+  const char* name;
+  bool DialogFields::*field;
+};
+
+constexpr auto kChecks = std::to_array<CheckRow>({
+    {"EnableAlarmCheck", &DialogFields::EnableAlarmCheck},
+    {"ShowUnitCheck", &DialogFields::ShowUnitCheck},
+});
+
+struct OptionRow {
+  const char* name;
+  std::int16_t method;
+};
+
+constexpr auto kOptions = std::to_array<OptionRow>({
+    {"NoneOption", kMethodNone},
+    {"MinOption", kMethodMin},
+    {"MaxOption", kMethodMax},
+    {"AveOption", kMethodAve},
+    {"RMSOption", kMethodRms},
+    {"ACRMSOption", kMethodAcRms},
+    {"CalOption", kMethodCalc},
+});
+
+struct BuddyRow {
+  const char* label;
+  const char* text;
+};
+
+constexpr auto kBuddies = std::to_array<BuddyRow>({
+    {"Label7", "WSText"},
+    {"Label1", "ChnIdxText"},
+    {"Label8", "TransparencyText"},
+    {"Label5", "HLText"},
+    {"Label6", "LLText"},
+});
+
+// A group box whose title stands in its top line, so that the whole rectangle belongs to it.
+class Frame : public QGroupBox {
+ public:
+  using QGroupBox::QGroupBox;
+
+ protected:
+  void paintEvent(QPaintEvent* /*event*/) override {
+    constexpr int kTitleLeft = 8;
+    constexpr int kGap = 3;  // between the line and the title on either side
+    constexpr double kRadius = 3;
+    const QFontMetrics metrics = fontMetrics();
+    const QRect title_box(kTitleLeft, 0, metrics.horizontalAdvance(title()), metrics.height());
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(palette().color(QPalette::Mid));
+    const double line_top = title_box.center().y();
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, line_top + 0.5, -0.5, -0.5), kRadius,
+                            kRadius);
+    painter.fillRect(title_box.adjusted(-kGap, 0, kGap, 0), palette().color(QPalette::Window));
+    painter.setPen(palette().color(QPalette::WindowText));
+    painter.drawText(title_box, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextDontClip, title());
+  }
+};
+
+int Pixels(int twips) { return static_cast<int>(PixelsFromTwips({static_cast<double>(twips)})); }
+
+constexpr QColor kShownOnly(0x60, 0x60, 0x60);  // text that can be read and not edited
+
+// Text fields are two pixels higher than the labels beside them; this sets both texts on one line.
+constexpr int kLabelDrop = 2;
+
+QWidget* NewWidget(const DialogControl& control, QWidget* parent) {
+  const QString caption = QString::fromUtf8(control.caption);
+  switch (control.kind) {
+    case ControlKind::Frame:
+      return new Frame(caption, parent);
+    case ControlKind::Button:
+      return new QPushButton(caption, parent);
+    case ControlKind::ColorButton:
+      return new ColorButton(parent);
+    case ControlKind::Label: {
+      auto* label = new QLabel(caption, parent);
+      label->setContentsMargins(0, kLabelDrop, 0, 0);
+      return label;
+    }
+    case ControlKind::Sample:
+      return new ColorSample(caption, parent);
+    case ControlKind::TextField:
+      return new QLineEdit(parent);
+    case ControlKind::Option:
+      return new QRadioButton(caption, parent);
+    case ControlKind::CheckBox:
+      return new QCheckBox(caption, parent);
+  }
+  Q_UNREACHABLE();
+}
+
+// Width that a control leaves to its caption, logical pixels.
+int CaptionRoom(const DialogControl& control, const QWidget& widget) {
+  QStyleOptionButton option;
+  option.initFrom(&widget);
+  const QStyle& style = *widget.style();
+  switch (control.kind) {
+    case ControlKind::Button:
+      return style.subElementRect(QStyle::SE_PushButtonContents, &option, &widget).width();
+    case ControlKind::Option:
+      return style.subElementRect(QStyle::SE_RadioButtonContents, &option, &widget).width();
+    case ControlKind::CheckBox:
+      return style.subElementRect(QStyle::SE_CheckBoxContents, &option, &widget).width();
+    case ControlKind::Sample:
+      return widget.width() - 2 * ColorSample::kPlateMargin;
+    default:
+      return widget.width();
+  }
+}
+
+QFont CaptionFont(const DialogControl& control, const QFont& base) {
+  QFont font = base;
+  font.setBold(control.kind == ControlKind::Sample);
+  return font;
+}
+
+}  // namespace
+
+Dialog::Dialog(QWidget* form)
+    : QDialog(form, Qt::Tool | Qt::WindowStaysOnTopHint), options_(new QButtonGroup(this)) {
+  setObjectName("Dialog");
+  setWindowTitle(kDialogTitle);
+  setFixedSize(Pixels(kDialogWidth), Pixels(kDialogHeight));
+  BuildControls();
+  FitFont();
+  OrderTabs();
+  Wire();
+  PlaceOnScreen();
+}
+
+template <typename Widget>
+Widget& Dialog::Control(const char* name) const {
+  auto* widget = findChild<Widget*>(name);
+  Q_ASSERT(widget);
+  return *widget;
+}
+
+void Dialog::BuildControls() {
+  for (const DialogControl& control : kDialogControls) {
+    auto* frame = findChild<QWidget*>(control.parent);
+    QWidget* widget = NewWidget(control, frame ? frame : this);
+    widget->setObjectName(control.name);
+    widget->setGeometry(Pixels(control.left), Pixels(control.top), Pixels(control.width),
+                        Pixels(control.height));
+    widget->setAccessibleName(QString::fromUtf8(control.spoken));
+    widget->setToolTip(QString::fromUtf8(control.hint));
+    if (auto* button = qobject_cast<QPushButton*>(widget)) button->setAutoDefault(false);
+    if (auto* text = qobject_cast<QLineEdit*>(widget)) text->setMaxLength(int{kProfileValueLimit});
+  }
+  auto& index = Control<QLineEdit>("ChnIdxText");
+  index.setEnabled(false);
+  QPalette readable = index.palette();
+  readable.setColor(QPalette::Disabled, QPalette::Text, kShownOnly);
+  index.setPalette(readable);
+  for (const BuddyRow& row : kBuddies) {
+    Control<QLabel>(row.label).setBuddy(&Control<QLineEdit>(row.text));
+  }
+  for (const OptionRow& row : kOptions) {
+    options_->addButton(&Control<QRadioButton>(row.name), row.method);
+  }
+}
+
+// The rectangles are fixed, so it is the font that gives way: one size for the whole dialog, at
+// which the widest caption still fits.
+void Dialog::FitFont() {
+  constexpr double kLargestSize = 8.25;  // points at 72 to the inch
+  constexpr double kSmallestSize = 5;
+  constexpr double kStep = 0.25;
+  const double device_points = logicalDpiY() * kTwipsPerPixel / 1440;
+  QFont base("Arial");
+  base.setStyleHint(QFont::SansSerif);
+  const auto fits = [&](double size) {
+    base.setPointSizeF(size / device_points);
+    return std::ranges::all_of(kDialogControls, [&](const DialogControl& control) {
+      if (*control.caption == '\0') return true;
+      const QFontMetricsF metrics(CaptionFont(control, base), this);
+      return metrics.horizontalAdvance(control.caption) <=
+             CaptionRoom(control, Control<QWidget>(control.name));
+    });
+  };
+  double size = kLargestSize;
+  while (!fits(size) && size > kSmallestSize) size -= kStep;
+  setFont(base);
+  for (const DialogControl& control : kDialogControls) {
+    if (control.kind == ControlKind::Sample) {
+      Control<QWidget>(control.name).setFont(CaptionFont(control, base));
+    }
+  }
+}
+
+void Dialog::OrderTabs() {
+  std::vector<DialogControl> in_order(kDialogControls.begin(), kDialogControls.end());
+  std::ranges::sort(in_order, {}, &DialogControl::tab);
+  std::erase_if(in_order, [&](const DialogControl& control) {
+    return Control<QWidget>(control.name).focusPolicy() == Qt::NoFocus;
+  });
+  for (std::size_t i = 1; i < in_order.size(); ++i) {
+    setTabOrder(&Control<QWidget>(in_order[i - 1].name), &Control<QWidget>(in_order[i].name));
+  }
+}
+
+void Dialog::Wire() {
+  connect(&Control<QPushButton>("OKButton"), &QPushButton::clicked, this, &QDialog::accept);
+  connect(&Control<QPushButton>("Command5"), &QPushButton::clicked, this, &QDialog::reject);
+  connect(&Control<QPushButton>("Command6"), &QPushButton::clicked, this,
+          [] { OpenAddress(HelpPage()); });
+  for (const ColorRow& row : kColors) {
+    connect(&Control<ColorButton>(row.button), &QPushButton::clicked, this,
+            [this, &row] { PickColor(row.button, row.sample, row.title); });
+  }
+}
+
+void Dialog::Fill(const DialogFields& fields) {
+  filled_ = fields;
+  for (const ColorRow& row : kColors) SetColor(row.button, row.sample, fields.*row.field);
+  for (const TextRow& row : kTexts) {
+    auto& text = Control<QLineEdit>(row.name);
+    text.setText(QString::fromStdString(fields.*row.field));
+    text.setCursorPosition(0);
+  }
+  for (const CheckRow& row : kChecks) Control<QCheckBox>(row.name).setChecked(fields.*row.field);
+  if (fields.Option) options_->button(*fields.Option)->setChecked(true);
+}
+
+DialogFields Dialog::Fields() const {
+  DialogFields fields = filled_;
+  for (const ColorRow& row : kColors) fields.*row.field = Control<ColorSample>(row.sample).Value();
+  for (const TextRow& row : kTexts) {
+    const auto& text = Control<QLineEdit>(row.name);
+    if (text.isModified()) fields.*row.field = text.text().toStdString();
+  }
+  for (const CheckRow& row : kChecks) fields.*row.field = Control<QCheckBox>(row.name).isChecked();
+  const int chosen = options_->checkedId();
+  if (chosen >= 0) fields.Option = static_cast<std::int16_t>(chosen);
+  return fields;
+}
+
+void Dialog::SetColor(const char* button, const char* sample, Color color) {
+  Control<ColorSample>(sample).SetValue(color);
+  Control<ColorButton>(button).SetSwatch(color);
+}
+
+void Dialog::PickColor(const char* button, const char* sample, const QString& title) {
+  const QColor picked = QColorDialog::getColor(QColorFrom(Control<ColorSample>(sample).Value()),
+                                               this, title, QColorDialog::DontUseNativeDialog);
+  if (picked.isValid()) SetColor(button, sample, ColorFrom(picked));
+}
+
+// QDialog would close at Escape and press a default button at Enter; this window does neither.
+void Dialog::keyPressEvent(QKeyEvent* event) { event->ignore(); }
+
+// At the design position of the screen that the meter is on, or as near to it as the whole dialog
+// and its title bar are in sight.
+void Dialog::PlaceOnScreen() {
+  constexpr int kTitleBar = 32;  // room for a frame that is not known before the window is shown
+  const QRect area = screen()->availableGeometry();
+  const QPoint design = area.topLeft() + QPoint(Pixels(kDialogLeft), Pixels(kDialogTop));
+  move(std::max(area.left(), std::min(design.x(), area.right() + 1 - width())),
+       std::max(area.top(), std::min(design.y(), area.bottom() + 1 - height() - kTitleBar)));
+}
+
+ShowDialog ModalDialog(QWidget& form) {
+  return [&form](const DialogFields& fields) -> std::optional<DialogFields> {
+    Dialog dialog(&form);
+    dialog.Fill(fields);
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    return dialog.Fields();
+  };
+}
+
+}  // namespace vantoscope

@@ -1,0 +1,45 @@
+// The window Dialog: the configuration of one meter as widgets. It shows and gives back
+// DialogFields and knows neither the records nor the settings file.
+#pragma once
+
+#include <QDialog>
+
+#include "settings/configuration.h"
+#include "settings/dialog_fields.h"
+
+class QButtonGroup;
+
+namespace vantoscope {
+
+/// Modal above `form`, of fixed size. Only its buttons and its frame close it, no key does.
+class Dialog : public QDialog {
+ public:
+  explicit Dialog(QWidget* form);
+
+  void Fill(const DialogFields& fields);
+  /// The fields as they stand now. Whatever Fill brought and no control shows is given back as it
+  /// came, and so is a text that nobody edited.
+  [[nodiscard]] DialogFields Fields() const;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  template <typename Widget>
+  [[nodiscard]] Widget& Control(const char* name) const;
+  void BuildControls();
+  void FitFont();
+  void OrderTabs();
+  void Wire();
+  void SetColor(const char* button, const char* sample, Color color);
+  void PickColor(const char* button, const char* sample, const QString& title);
+  void PlaceOnScreen();
+
+  DialogFields filled_;
+  QButtonGroup* options_;
+};
+
+/// A ShowDialog that opens Dialog above `form` and waits until it has closed.
+ShowDialog ModalDialog(QWidget& form);
+
+}  // namespace vantoscope
