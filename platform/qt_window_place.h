@@ -62,7 +62,7 @@ class WindowPlace {
   QRectF wanted_;
   bool has_left_ = false;  // asked for, or chosen by the platform already
   bool has_top_ = false;
-  bool known_ = false;   // settled_ is what the screen shows
+  bool known_ = false;    // settled_ is what the screen shows
   bool placing_ = false;  // the window manager is still about to frame and place the window
   QRect settled_;         // device pixels that stand for wanted_
   QMargins frame_;        // device pixels, as last seen

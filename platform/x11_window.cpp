@@ -30,11 +30,14 @@ X11Window::X11Window(xcb_connection_t* connection, xcb_window_t window)
       root_(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root) {}
 
 xcb_atom_t X11Window::Atom(std::string_view name) {
+  const auto known = atoms_.find(name);
+  if (known != atoms_.end()) return known->second;
   const auto reply = Owned(xcb_intern_atom_reply(
       connection_,
       xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()),
       nullptr));
-  return reply ? reply->atom : XCB_ATOM_NONE;
+  if (!reply) return {};
+  return atoms_[name] = reply->atom;
 }
 
 std::vector<std::uint32_t> X11Window::Numbers(xcb_window_t window, std::string_view property,
@@ -70,8 +73,7 @@ std::optional<QRect> X11Window::Client() {
   const auto geometry_cookie = xcb_get_geometry(connection_, window_);
   const auto origin_cookie = xcb_translate_coordinates(connection_, window_, root_, 0, 0);
   const auto geometry = Owned(xcb_get_geometry_reply(connection_, geometry_cookie, nullptr));
-  const auto origin =
-      Owned(xcb_translate_coordinates_reply(connection_, origin_cookie, nullptr));
+  const auto origin = Owned(xcb_translate_coordinates_reply(connection_, origin_cookie, nullptr));
   if (!geometry || !origin) return std::nullopt;
   return QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
 }

@@ -7,6 +7,7 @@
 
 #include <QMargins>
 #include <QRect>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -33,12 +34,14 @@ class X11Window {
  private:
   std::vector<std::uint32_t> Numbers(xcb_window_t window, std::string_view property,
                                      std::uint32_t count);
+  /// `name` is a literal.
   xcb_atom_t Atom(std::string_view name);
   bool PositionIsOuterCorner();
 
   xcb_connection_t* connection_;
   xcb_window_t window_;
   xcb_window_t root_;
+  std::map<std::string_view, xcb_atom_t> atoms_;
 };
 
 }  // namespace vantoscope

@@ -10,6 +10,7 @@
 #include <QWindow>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "presentation/reading_label.h"
 #include "presentation/settings_button.h"
@@ -71,8 +72,9 @@ Form0::Form0(bool take_focus)
   connect(shortcut, &QShortcut::activated, this, [this] {
     if (border_style_ != kBare) OnCommand1Click();
   });
-  connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { place_.KeepOnScreen(); },
-          Qt::QueuedConnection);
+  connect(
+      qGuiApp, &QGuiApplication::screenRemoved, this, [this] { place_.KeepOnScreen(); },
+      Qt::QueuedConnection);
   timer2_.start();
 }
 
@@ -82,6 +84,12 @@ void Form0::LookAgain() {
   const QRectF before = place_.Outer();
   place_.Invalidate();
   if (place_.Outer().size() != before.size()) RaiseResize();
+}
+
+void Form0::Unload() {
+  if (!OnUnload) return;
+  LookAgain();
+  std::exchange(OnUnload, nullptr)();
 }
 
 std::string Form0::Title() { return windowTitle().toStdString(); }
@@ -192,8 +200,7 @@ void Form0::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void Form0::closeEvent(QCloseEvent* event) {
-  LookAgain();
-  if (OnUnload) OnUnload();
+  Unload();
   event->accept();
 }
 
