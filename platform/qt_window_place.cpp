@@ -178,6 +178,16 @@ void WindowPlace::Apply() {
   window_.resize(std::max(1, qRound(client.width())), std::max(1, qRound(client.height())));
 }
 
+// The toolkit's own flag would make a new native window.
+void WindowPlace::SetAbove(bool above) {
+  if (x11_) {
+    x11_->SetAbove(above);
+  } else {
+    window_.windowHandle()->setFlag(Qt::WindowStaysOnTopHint, above);
+  }
+  if (above && window_.isVisible()) window_.raise();
+}
+
 void WindowPlace::Show() {
   KeepOnScreen();
   Apply();

@@ -38,6 +38,8 @@ class WindowPlace {
 
   /// Follows a change of the window's frame: the outer rectangle stays.
   void SetFramed(bool framed);
+  /// Keeps the window above all others, or no longer.
+  void SetAbove(bool above);
   /// Shows the window at its place, on a screen that exists. Without a position the platform
   /// chooses.
   void Show();

@@ -1,5 +1,6 @@
 #include "platform/x11_window.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -85,16 +86,30 @@ std::optional<QMargins> X11Window::Frame() {
   return QMargins(width(0), width(2), width(1), width(3));  // the property: left right top bottom
 }
 
-void X11Window::RequestFrame() {
+void X11Window::SendToManager(std::string_view type, const std::array<std::uint32_t, 4>& data) {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
   message.window = window_;
-  message.type = Atom("_NET_REQUEST_FRAME_EXTENTS");
+  message.type = Atom(type);
+  std::copy(data.begin(), data.end(), message.data.data32);
   xcb_send_event(connection_, 0, root_,
                  XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                  reinterpret_cast<const char*>(&message));
   xcb_flush(connection_);
+}
+
+void X11Window::RequestFrame() { SendToManager("_NET_REQUEST_FRAME_EXTENTS", {}); }
+
+// A manager reads the property when it takes the window, and listens to messages from then on.
+void X11Window::SetAbove(bool above) {
+  const xcb_atom_t state = Atom("_NET_WM_STATE_ABOVE");
+  if (!IsPlaced() || !HasManager()) {
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, Atom("_NET_WM_STATE"),
+                        XCB_ATOM_ATOM, 32, above ? 1 : 0, &state);
+  }
+  constexpr std::uint32_t kFromApplication = 1;
+  SendToManager("_NET_WM_STATE", {above ? 1U : 0U, state, 0, kFromApplication});
 }
 
 bool X11Window::PositionIsOuterCorner() {

@@ -115,14 +115,11 @@ void Form0::SetHeight(Twips height) {
 
 void Form0::SetBorderStyle(std::int16_t style) {
   border_style_ = style;
-  ChangeFlag(Qt::FramelessWindowHint, style == kBare);
+  // In place: hiding the window for it would let it flicker and lose the keyboard.
+  const bool bare = style == kBare;
+  overrideWindowFlags(windowFlags().setFlag(Qt::FramelessWindowHint, bare));
+  windowHandle()->setFlag(Qt::FramelessWindowHint, bare);
   place_.SetFramed(style != kBare);
-}
-
-// The flags change in place: hiding the window for it would let it flicker and lose the keyboard.
-void Form0::ChangeFlag(Qt::WindowType flag, bool on) {
-  overrideWindowFlags(windowFlags().setFlag(flag, on));
-  windowHandle()->setFlag(flag, on);
 }
 
 void Form0::SetLayeredAlpha(std::uint8_t alpha) {
@@ -134,9 +131,7 @@ void Form0::SetLayeredAlpha(std::uint8_t alpha) {
 }
 
 void Form0::SetWindowPos(std::int16_t insert_after) {
-  if (insert_after != -1 && insert_after != -2) return;
-  ChangeFlag(Qt::WindowStaysOnTopHint, insert_after == -1);
-  if (insert_after == -1) raise();
+  if (insert_after == -1 || insert_after == -2) place_.SetAbove(insert_after == -1);
 }
 
 Points Form0::ClientWidth() { return PointsFromPixels(place_.ClientSize().width()); }

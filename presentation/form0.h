@@ -71,7 +71,6 @@ class Form0 final : public QWidget, public MeterWindow {
   void closeEvent(QCloseEvent* event) override;
 
  private:
-  void ChangeFlag(Qt::WindowType flag, bool on);
   void RaiseResize();
 
   ReadingLabel* label1_;
