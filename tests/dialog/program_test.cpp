@@ -55,15 +55,24 @@ class ProgramTest : public testing::Test {
     file << "[" << name << "]\n" << lines;
   }
 
+  /// Where the client area is once the window manager has put its frame around it.
+  Rectangle FramedClient(xcb_window_t form) {
+    WaitFor([&] { return x_.Outer(form).height > x_.Client(form).height; });
+    return x_.Client(form);
+  }
+  /// As a user: the button comes with the pointer, its click brings the dialog.
   xcb_window_t OpenDialog(Process& meter, const std::string& title) {
     const xcb_window_t form = x_.WaitForWindow(meter.Pid(), title);
-    const Rectangle client = x_.Client(form);
-    // The button comes with the pointer.
-    x_.MovePointer(client.x + 20, client.y + 20);
-    WaitFor([] { return false; }, Milliseconds(250));
-    x_.Click(client.x + 20, client.y + 20);
+    const Rectangle client = FramedClient(form);
+    const Rectangle button{client.x + 8, client.y + 8, 33, 33};
+    const QImage without = x_.Screenshot(button);
+    x_.MovePointer(button.x + 16, button.y + 16);
+    WaitFor([&] { return x_.Screenshot(button).pixel(16, 2) != without.pixel(16, 2); });
+    x_.Click(button.x + 16, button.y + 16);
     const xcb_window_t dialog = x_.WaitForWindow(meter.Pid(), kDialog);
+    EXPECT_NE(dialog, 0U) << "no dialog";
     EXPECT_TRUE(WaitFor([&] { return x_.Focus() == dialog; }));
+    x_.Screenshot().save("/tmp/pt.png");
     return dialog;
   }
   /// Clicks a place of the dialog, in pixels from the corner of its client area.
