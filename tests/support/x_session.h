@@ -7,6 +7,7 @@
 #include <xcb/xcb.h>
 
 #include <QImage>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -114,6 +115,8 @@ class XSession {
   std::unique_ptr<Process> Start(const std::vector<std::string>& arguments,
                                  const Environment& extra = {});
 
+  /// Starts a window manager on a display without one, and waits until it answers.
+  void StartWindowManager();
   /// Ends the window manager; windows stay, without frames.
   void EndWindowManager();
   /// Ends the X server at once; only the destructor may follow.
@@ -170,6 +173,8 @@ class XSession {
   void Fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0);
   std::uint8_t KeyCode(std::uint32_t symbol, bool& shifted);
   void StartAccessibility();
+  void SendToManager(xcb_window_t window, const std::string& type,
+                     const std::array<std::uint32_t, 5>& data);
 
   TemporaryFolder home_;
   Environment environment_;
