@@ -22,6 +22,7 @@ namespace vantoscope::test {
 namespace {
 
 constexpr Milliseconds kPollInterval(4);
+constexpr Milliseconds kBetweenClicks(40);  // quick fingers
 constexpr std::uint32_t kShiftKey = 0xffe1;
 
 struct Free {
@@ -451,6 +452,8 @@ void XSession::Click(int x, int y) {
 
 void XSession::DoubleClick(int x, int y) {
   Click(x, y);
+  // A window manager sees each press first and swallows one that comes too soon after another.
+  std::this_thread::sleep_for(kBetweenClicks);
   Click(x, y);
 }
 
