@@ -1,0 +1,44 @@
+// The control Telvix1 as meters use it: it holds the device that its text selects and hands every
+// call on. What devices do is no matter of this file.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "meter/data_source.h"
+#include "sources/clock.h"
+#include "sources/device.h"
+
+namespace vantoscope {
+
+/// Opens the default device, the simulator, at the first call that needs one if no DeviceName was
+/// written. SetStartupToggle has no effect that shows.
+class DeviceControl final : public Telvix1 {
+ public:
+  explicit DeviceControl(Clock clock = SystemTime);
+
+  std::string DeviceName() override;
+  void SetDeviceName(const std::string& text) override;
+  void SetStartupToggle(std::int16_t value) override;
+  void Start() override;
+  void Stop() override;
+  std::int16_t ChannelCount() override;
+  double SampleRate() override;
+  double ScaleHigh(std::int16_t channel) override;
+  double ScaleLow(std::int16_t channel) override;
+  double LatestValue(std::int16_t channel) override;
+  std::int16_t ChannelNumber(std::int16_t channel) override;
+  std::string EngUnit(std::int16_t channel) override;
+  std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override;
+  void CheckHost() override;
+
+ private:
+  Device& Opened();
+  const ChannelInfo& Channel(std::int16_t channel);
+
+  Clock clock_;
+  std::unique_ptr<Device> device_;
+  bool host_closed_ = false;
+};
+
+}  // namespace vantoscope
