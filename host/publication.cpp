@@ -55,7 +55,7 @@ void Publication::OnMessage(std::string_view leaf, std::span<const std::byte> pa
     } else if (state->open && !said_waiting_) {
       said_waiting_ = true;
       look_until_ = now + kLookForOwner;
-      say_("a former host left this root open; waiting whether it is alive");
+      say_("the root is open already; waiting for a sign of its host");
     }
   } else if (leaf == "scan" && phase_ == Phase::kLooking && !retained) {
     const auto block = DecodeScans(payload);
