@@ -13,7 +13,7 @@ std::string LocaleNumberText(double value) {
     separator = nl_langinfo_l(RADIXCHAR, users);
     freelocale(users);
   }
-  if (separator.empty()) separator = ".";
+  if (separator.empty()) separator = '.';
   return FormatPicture(value, "", separator);
 }
 

@@ -1,0 +1,74 @@
+// The outer rectangle of a top-level window, frame included, in logical pixels as fractions. What
+// was asked for stays the answer until the user or the window manager puts the window elsewhere:
+// neither a frame that is not known yet nor the rounding to device pixels ever gets into it, so a
+// rectangle that is stored and restored does not wander.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QMargins>
+#include <QRect>
+#include <QTimer>
+#include <QWidget>
+#include <memory>
+#include <optional>
+
+namespace vantoscope {
+
+class X11Window;
+
+class WindowPlace {
+ public:
+  /// `window` has its native window already and is not shown yet.
+  explicit WindowPlace(QWidget& window);
+  ~WindowPlace();
+  WindowPlace(const WindowPlace&) = delete;
+  WindowPlace& operator=(const WindowPlace&) = delete;
+
+  /// The outer rectangle at this moment, as far as events have told of changes. Asks nobody while
+  /// nothing has changed.
+  QRectF Outer();
+  /// Tells that an event announced a change; the next Outer looks for itself.
+  void Invalidate() { known_ = false; }
+  void SetLeft(double left);
+  void SetTop(double top);
+  void SetWidth(double width);
+  void SetHeight(double height);
+  /// The client area that goes with Outer.
+  QSizeF ClientSize();
+
+  /// Follows a change of the window's frame: the outer rectangle stays.
+  void SetFramed(bool framed);
+  /// Shows the window at its place, on a screen that exists. Without a position the platform
+  /// chooses.
+  void Show();
+  /// Brings a window that no screen shows back to the nearest one.
+  void KeepOnScreen();
+
+ private:
+  [[nodiscard]] QMargins Frame();
+  [[nodiscard]] std::optional<QRect> ObservedOuter();
+  [[nodiscard]] QRect WantedOuter() const;
+  void Apply();
+  [[nodiscard]] bool HasPosition() const { return has_left_ && has_top_; }
+  void TakePosition(const QRectF& seen);
+  void StartPlacing();
+  void CheckPlacing();
+  void Observe();
+  void WaitUntilPlaced();
+
+  QWidget& window_;
+  std::unique_ptr<X11Window> x11_;
+  bool framed_ = true;
+  QRectF wanted_;
+  bool has_left_ = false;  // asked for, or chosen by the platform already
+  bool has_top_ = false;
+  bool known_ = false;   // settled_ is what the screen shows
+  bool placing_ = false;  // the window manager is still about to frame and place the window
+  QRect settled_;         // device pixels that stand for wanted_
+  QMargins frame_;        // device pixels, as last seen
+  QTimer timer_;
+  QElapsedTimer since_show_;
+  QElapsedTimer since_match_;
+};
+
+}  // namespace vantoscope

@@ -1,0 +1,210 @@
+#include "presentation/form0.h"
+
+#include <QCloseEvent>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QScreen>
+#include <QShortcut>
+#include <QWindow>
+#include <cstdio>
+#include <cstdlib>
+
+#include "presentation/reading_label.h"
+#include "presentation/settings_button.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr const char* kDesignTitle = "Form1";
+constexpr const char* kDesignCaption = "009000";
+constexpr Twips kDesignClientWidth{6510};
+constexpr Twips kDesignClientHeight{3480};
+constexpr Twips kCommand1Corner{120};
+constexpr Twips kCommand1Side{495};
+constexpr int kTimer1Milliseconds = 200;
+constexpr int kTimer2Milliseconds = 100;
+
+QString Text(std::string_view text) {
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QColor FromColor(std::int32_t color) {
+  return {color & 0xff, color >> 8 & 0xff, color >> 16 & 0xff};
+}
+
+int WholePixels(Twips twips) { return qRound(PixelsFromTwips(twips)); }
+int WholePixels(Points points) { return qRound(PixelsFromPoints(points)); }
+
+/// The native window must exist before WindowPlace watches it.
+QWidget& Prepared(QWidget& form) {
+  form.setWindowFlags(Qt::Tool);
+  form.setAttribute(Qt::WA_QuitOnClose);
+  form.resize(WholePixels(kDesignClientWidth), WholePixels(kDesignClientHeight));
+  form.winId();
+  return form;
+}
+
+}  // namespace
+
+Form0::Form0(bool take_focus)
+    : label1_(new ReadingLabel(this)),
+      command1_(new SettingsButton(this)),
+      place_(Prepared(*this)) {
+  setAttribute(Qt::WA_ShowWithoutActivating, !take_focus);
+  setWindowTitle(kDesignTitle);
+  label1_->SetReading(kDesignCaption);
+  label1_->setGeometry(rect());
+  const int corner = WholePixels(kCommand1Corner);
+  const int side = WholePixels(kCommand1Side);
+  command1_->setGeometry(corner, corner, side, side);
+  command1_->raise();
+
+  timer1_.setInterval(kTimer1Milliseconds);
+  timer2_.setInterval(kTimer2Milliseconds);
+  connect(&timer1_, &QTimer::timeout, this, [this] { OnTimer1(); });
+  connect(&timer2_, &QTimer::timeout, this, [this] { OnTimer2(); });
+  connect(command1_, &QPushButton::clicked, this, [this] { OnCommand1Click(); });
+  // The button is hidden while the pointer is elsewhere; the keyboard reaches it all the same.
+  const auto* shortcut = new QShortcut(QKeySequence("Ctrl+,"), this);
+  connect(shortcut, &QShortcut::activated, this, [this] {
+    if (border_style_ != kBare) OnCommand1Click();
+  });
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { place_.KeepOnScreen(); },
+          Qt::QueuedConnection);
+  timer2_.start();
+}
+
+void Form0::Open() { place_.Show(); }
+
+void Form0::LookAgain() {
+  const QRectF before = place_.Outer();
+  place_.Invalidate();
+  if (place_.Outer().size() != before.size()) RaiseResize();
+}
+
+std::string Form0::Title() { return windowTitle().toStdString(); }
+void Form0::SetTitle(std::string_view title) { setWindowTitle(Text(title)); }
+
+Twips Form0::Left() { return TwipsFromPixels(place_.Outer().left()); }
+Twips Form0::Top() { return TwipsFromPixels(place_.Outer().top()); }
+Twips Form0::Width() { return TwipsFromPixels(place_.Outer().width()); }
+Twips Form0::Height() { return TwipsFromPixels(place_.Outer().height()); }
+
+void Form0::SetLeft(Twips left) { place_.SetLeft(PixelsFromTwips(left)); }
+void Form0::SetTop(Twips top) { place_.SetTop(PixelsFromTwips(top)); }
+
+void Form0::SetWidth(Twips width) {
+  if (width >= Twips{1}) place_.SetWidth(PixelsFromTwips(width));
+  RaiseResize();
+}
+
+void Form0::SetHeight(Twips height) {
+  if (height >= Twips{1}) place_.SetHeight(PixelsFromTwips(height));
+  RaiseResize();
+}
+
+void Form0::SetBorderStyle(std::int16_t style) {
+  border_style_ = style;
+  ChangeFlag(Qt::FramelessWindowHint, style == kBare);
+  place_.SetFramed(style != kBare);
+}
+
+// The flags change in place: hiding the window for it would let it flicker and lose the keyboard.
+void Form0::ChangeFlag(Qt::WindowType flag, bool on) {
+  overrideWindowFlags(windowFlags().setFlag(flag, on));
+  windowHandle()->setFlag(flag, on);
+}
+
+void Form0::SetLayeredAlpha(std::uint8_t alpha) {
+  const QString platform = QGuiApplication::platformName();
+  if (platform != "xcb" && platform != "offscreen" && alpha < 255) {
+    throw WindowError("This platform has no transparent windows", platform.toStdString());
+  }
+  setWindowOpacity(alpha / 255.0);
+}
+
+void Form0::SetWindowPos(std::int16_t insert_after) {
+  if (insert_after != -1 && insert_after != -2) return;
+  ChangeFlag(Qt::WindowStaysOnTopHint, insert_after == -1);
+  if (insert_after == -1) raise();
+}
+
+Points Form0::ClientWidth() { return PointsFromPixels(place_.ClientSize().width()); }
+Points Form0::ClientHeight() { return PointsFromPixels(place_.ClientSize().height()); }
+
+void Form0::SetBackColor(std::int32_t color) {
+  QPalette changed = palette();
+  changed.setColor(QPalette::Window, FromColor(color));
+  setPalette(changed);
+}
+
+void Form0::MoveLabel(Points left, Points top, Points width, Points height) {
+  label1_->setGeometry(WholePixels(left), WholePixels(top), WholePixels(width),
+                       WholePixels(height));
+}
+
+Points Form0::LabelHeight() { return PointsFromPixels(label1_->height()); }
+void Form0::SetLabelFontSize(Points size) { label1_->SetFontHeight(WholePixels(size)); }
+void Form0::SetLabelBackColor(std::int32_t color) { label1_->SetBackColor(FromColor(color)); }
+void Form0::SetLabelForeColor(std::int32_t color) { label1_->SetForeColor(FromColor(color)); }
+void Form0::SetLabelText(std::string_view text) { label1_->SetReading(Text(text)); }
+
+void Form0::ShowCommand1(bool visible) { command1_->setVisible(visible); }
+
+void Form0::EnableTimer1(bool enabled) {
+  if (!enabled) {
+    timer1_.stop();
+  } else if (!timer1_.isActive()) {
+    timer1_.start();
+  }
+}
+
+double Form0::CursorX() { return QCursor::pos().x(); }
+
+void Form0::ShowMessage(MessageIcon icon, std::string_view text, std::string_view title) {
+  ShowMessageBox(isVisible() ? this : nullptr, icon, text, title);
+}
+
+void Form0::EndProcess() {
+  std::fflush(nullptr);
+  std::_Exit(0);
+}
+
+void Form0::RaiseResize() {
+  if (OnResize) OnResize();
+}
+
+void Form0::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  place_.Invalidate();
+  RaiseResize();
+}
+
+void Form0::moveEvent(QMoveEvent* event) {
+  QWidget::moveEvent(event);
+  place_.Invalidate();
+}
+
+void Form0::mouseDoubleClickEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton) OnLabelDoubleClick();
+}
+
+void Form0::closeEvent(QCloseEvent* event) {
+  LookAgain();
+  if (OnUnload) OnUnload();
+  event->accept();
+}
+
+void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
+                    std::string_view title) {
+  const QMessageBox::Icon pictures[] = {QMessageBox::NoIcon, QMessageBox::Information,
+                                        QMessageBox::Critical};
+  QMessageBox box(pictures[static_cast<int>(icon)], title.empty() ? "Vanto Scope" : Text(title),
+                  Text(text), QMessageBox::Ok, parent);
+  box.setTextFormat(Qt::PlainText);
+  box.exec();
+}
+
+}  // namespace vantoscope

@@ -1,0 +1,87 @@
+// Form0: the meter's window with Label1, Command1 and the two timers, as Qt widgets. It draws and
+// reports; how it reacts is told by window_behaviour.h and wired by its owner.
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+#include <functional>
+
+#include "platform/meter_window.h"
+#include "platform/qt_window_place.h"
+
+namespace vantoscope {
+
+class ReadingLabel;
+class SettingsButton;
+
+class Form0 final : public QWidget, public MeterWindow {
+ public:
+  explicit Form0(bool take_focus);
+
+  /// Events, set before Open.
+  std::function<void()> OnResize;
+  std::function<void()> OnLabelDoubleClick;
+  std::function<void()> OnTimer1;
+  std::function<void()> OnTimer2;
+  std::function<void()> OnCommand1Click;
+  /// The window is about to close.
+  std::function<void()> OnUnload;
+
+  /// Shows the window in the state that the MeterWindow calls have left.
+  void Open();
+  /// Brings position and size up to date with the screen, ahead of events still on their way.
+  void LookAgain();
+
+  std::string Title() override;
+  void SetTitle(std::string_view title) override;
+  Twips Left() override;
+  Twips Top() override;
+  Twips Width() override;
+  Twips Height() override;
+  void SetLeft(Twips left) override;
+  void SetTop(Twips top) override;
+  void SetWidth(Twips width) override;
+  void SetHeight(Twips height) override;
+  std::int16_t BorderStyle() override { return border_style_; }
+  void SetBorderStyle(std::int16_t style) override;
+  void SetLayeredAlpha(std::uint8_t alpha) override;
+  void SetWindowPos(std::int16_t insert_after) override;
+  Points ClientWidth() override;
+  Points ClientHeight() override;
+  void SetBackColor(std::int32_t color) override;
+  void MoveLabel(Points left, Points top, Points width, Points height) override;
+  Points LabelHeight() override;
+  void SetLabelFontSize(Points size) override;
+  void SetLabelBackColor(std::int32_t color) override;
+  void SetLabelForeColor(std::int32_t color) override;
+  void SetLabelText(std::string_view text) override;
+  void ShowCommand1(bool visible) override;
+  void EnableTimer1(bool enabled) override;
+  double CursorX() override;
+  double TwipsPerPixelX() override { return kTwipsPerPixel; }
+  void ShowMessage(MessageIcon icon, std::string_view text, std::string_view title) override;
+  void EndProcess() override;
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void ChangeFlag(Qt::WindowType flag, bool on);
+  void RaiseResize();
+
+  ReadingLabel* label1_;
+  SettingsButton* command1_;
+  QTimer timer1_;
+  QTimer timer2_;
+  std::int16_t border_style_ = kFramed;
+  WindowPlace place_;
+};
+
+/// A modal message box; `parent` may be null. An empty title stands for "Vanto Scope".
+void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
+                    std::string_view title);
+
+}  // namespace vantoscope

@@ -1,0 +1,54 @@
+#include "presentation/reading_label.h"
+
+#include <QFontMetricsF>
+#include <QPaintEvent>
+#include <QPainter>
+#include <algorithm>
+
+namespace vantoscope {
+
+ReadingLabel::ReadingLabel(QWidget* parent) : QLabel(parent) {
+  setAttribute(Qt::WA_OpaquePaintEvent);
+  setTextFormat(Qt::PlainText);
+  QFont font("Arial");
+  font.setStyleHint(QFont::SansSerif);
+  font.setKerning(false);  // a changing digit moves no other
+  setFont(font);
+}
+
+void ReadingLabel::SetReading(const QString& text) {
+  if (text != this->text()) setText(text);
+}
+
+void ReadingLabel::SetForeColor(const QColor& color) {
+  if (color == fore_color_) return;
+  fore_color_ = color;
+  update();
+}
+
+void ReadingLabel::SetBackColor(const QColor& color) {
+  if (color == back_color_) return;
+  back_color_ = color;
+  update();
+}
+
+void ReadingLabel::SetFontHeight(int pixels) {
+  if (pixels == font().pixelSize()) return;
+  QFont changed = font();
+  changed.setPixelSize(std::max(1, pixels));
+  setFont(changed);
+}
+
+// The line of the font is centred. It is a little higher than the label; where that would cut off
+// the foot of a letter, such as the g of a unit, the text moves up by as much.
+void ReadingLabel::paintEvent(QPaintEvent* event) {
+  QPainter painter(this);
+  painter.fillRect(event->rect(), back_color_);
+  const QFontMetricsF metrics(font(), this);
+  const double centred = (height() - metrics.height()) / 2 + metrics.ascent();
+  const double lowest = height() - metrics.tightBoundingRect(text()).bottom();
+  painter.setPen(fore_color_);
+  painter.drawText(QPointF(0, std::min(centred, lowest)), text());
+}
+
+}  // namespace vantoscope
