@@ -159,15 +159,15 @@ const std::vector<Row>& Rows() {
       {std::string("1\0", 2), kError},
       // Depth and length.
       {Times(9000, "(") + "1" + Times(9000, ")"), 1},
-      {Times(6000, "-(") + "1" + Times(6000, ")"), 1},
-      {Times(3900, "sin(") + "0" + Times(3900, ")"), 0},
-      {Times(4000, "1?") + "7" + Times(4000, ":0"), 7},
-      {Times(4000, "0?1:") + "7", 7},
-      {Times(9000, "1^") + "2", 1},
-      {Times(9000, "1+") + "1", 9001},
-      {"sum(0" + Times(9000, ",1") + ")", 9000},
-      {Times(9000, "("), kError},
-      {Times(9000, "1,") + "1", kError},
+      {Times(3000, "-(") + "1" + Times(3000, ")"), 1},
+      {Times(2000, "sin(") + "0" + Times(2000, ")"), 0},
+      {Times(2000, "1?") + "7" + Times(2000, ":0"), 7},
+      {Times(2000, "0?1:") + "7", 7},
+      {Times(3000, "1^") + "2", 1},
+      {Times(3000, "1+") + "1", 3001},
+      {"sum(0" + Times(3000, ",1") + ")", 3000},
+      {Times(3000, "("), kError},
+      {Times(3000, "1,") + "1", kError},
       {Times(1000000, "("), kError},
       {Times(1000000, "9"), kError},
       {Times(500000, "1+") + "1", kError},
@@ -176,12 +176,19 @@ const std::vector<Row>& Rows() {
   return rows;
 }
 
+/// The same for streams. (A named std::locale would leak a search path inside glibc.)
+class CommaNumbers : public std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+};
+
 class EvaluatorTest : public testing::TestWithParam<const char*> {
  protected:
   EvaluatorTest() {
     setenv("LOCPATH", COMMA_LOCALES, 1);
     std::setlocale(LC_ALL, GetParam());
-    std::locale::global(std::locale(GetParam()));
+    if (GetParam() != std::string("C")) {
+      std::locale::global(std::locale(std::locale::classic(), new CommaNumbers));
+    }
   }
   ~EvaluatorTest() override {
     std::locale::global(std::locale::classic());
