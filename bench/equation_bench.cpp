@@ -47,12 +47,12 @@ struct EquationMeter {
 
 void Tick(benchmark::State& state, const char* equation, bool evaluate) {
   EquationMeter m(state.range(0), equation, evaluate);
-  const long before = allocations;
+  const long before = Allocations();
   for (auto _ : state) {
     EquationTick(m.meter);
     benchmark::DoNotOptimize(m.meter.runtime.Reading);
   }
-  state.counters["allocations"] = benchmark::Counter(static_cast<double>(allocations - before),
+  state.counters["allocations"] = benchmark::Counter(static_cast<double>(Allocations() - before),
                                                      benchmark::Counter::kAvgIterations);
 }
 
@@ -75,9 +75,9 @@ BENCHMARK(Fetch)->Apply(Lists);
 
 void Evaluate(benchmark::State& state, const char* text) {
   const auto evaluator = CreateMuParserEvaluator();
-  const long before = allocations;
+  const long before = Allocations();
   for (auto _ : state) benchmark::DoNotOptimize(evaluator->Evaluate(text));
-  state.counters["allocations"] = benchmark::Counter(static_cast<double>(allocations - before),
+  state.counters["allocations"] = benchmark::Counter(static_cast<double>(Allocations() - before),
                                                      benchmark::Counter::kAvgIterations);
 }
 BENCHMARK_CAPTURE(Evaluate, Slope, "(1.5-1.25)*1000.")->Unit(benchmark::kMicrosecond);
