@@ -190,6 +190,7 @@ class Parser final : public mu::ParserBase {
  public:
   Parser() {
     AddValIdent(ReadNumber);
+    EnableOptimizer(false);  // its && and || cut their values to whole numbers: .5||0 would be 0
     InitCharSets();
     InitFun();
     InitConst();

@@ -79,6 +79,9 @@ const std::vector<Row>& Rows() {
       {"8-4-2", 2},
       {"1+2*3<8&&0||2==2", 1},
       {"2>1 ? 10 : 20", 10},
+      {".5&&.25", 1},
+      {".5||0", 1},
+      {".5?1:2", 1},
       {"0?1:0?2:3", 3},
       // IEEE arithmetic: a channel at zero stops no meter.
       {"1/0", kInf},
