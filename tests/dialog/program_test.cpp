@@ -25,9 +25,9 @@ using Section = std::map<std::string, std::string>;
 constexpr const char* kDialog = "Vanto Scope Configuration";
 constexpr const char* kMessage = "Vanto Scope";
 
-class ProgramTest : public testing::Test {
+class DialogProgramTest : public testing::Test {
  protected:
-  explicit ProgramTest(bool accessibility = false)
+  explicit DialogProgramTest(bool accessibility = false)
       : x_({.window_manager = true, .accessibility = accessibility}) {}
 
   std::unique_ptr<Process> StartMeter(const std::string& device, const std::string& name,
@@ -118,7 +118,7 @@ constexpr Place kOk{96, 252};
 constexpr Place kCancel{244, 252};
 constexpr Place kHelp{384, 252};
 
-TEST_F(ProgramTest, AMeterIsSetUpClosedAndComesBack) {
+TEST_F(DialogProgramTest, AMeterIsSetUpClosedAndComesBack) {
   auto meter = StartMeter("SM64", "Mains", 3);
   const xcb_window_t form = Form(*meter, "Mains", 4);
   const xcb_window_t dialog = OpenDialog(*meter, "Mains", 4);
@@ -173,7 +173,7 @@ TEST_F(ProgramTest, AMeterIsSetUpClosedAndComesBack) {
   EXPECT_EQ(x_.Client(bare), x_.Outer(bare));
 }
 
-TEST_F(ProgramTest, NoMeterOfTheGroupCoversADialogThatOpens) {
+TEST_F(DialogProgramTest, NoMeterOfTheGroupCoversADialogThatOpens) {
   Save("Lower1", "Window Top=3600\nWindow Left=2760\n");
   Save("Upper1", "Window Top=4800\nWindow Left=3000\nWindow Width=6000\nWindow Height=3000\n");
   auto lower = StartMeter("SM64", "Lower", 0);
@@ -195,7 +195,7 @@ TEST_F(ProgramTest, NoMeterOfTheGroupCoversADialogThatOpens) {
   EXPECT_EQ(Saved("Lower1")["AverageLength"], "3");
 }
 
-TEST_F(ProgramTest, HelpOpensThePageOfThisInstallation) {
+TEST_F(DialogProgramTest, HelpOpensThePageOfThisInstallation) {
   const auto opened = x_.HomePath() / "opened";
   const auto opener = x_.HomePath() / "xdg-open";
   std::ofstream(opener) << "#!/bin/sh\necho \"$1\" >>'" << opened.string() << "'\n";
@@ -219,7 +219,7 @@ TEST_F(ProgramTest, HelpOpensThePageOfThisInstallation) {
   EXPECT_TRUE(x_.Mapped(dialog));
 }
 
-TEST_F(ProgramTest, AHostThatGoesAwayEndsTheMeterUnderAnyOpenBox) {
+TEST_F(DialogProgramTest, AHostThatGoesAwayEndsTheMeterUnderAnyOpenBox) {
   // Each meter stands in a box of its own when its host goes: the dialog with a half-typed change,
   // the picker above it, the message about its window. The host is a recording, and goes with it.
   const auto recording = x_.HomePath() / "run.csv";
@@ -246,8 +246,8 @@ TEST_F(ProgramTest, AHostThatGoesAwayEndsTheMeterUnderAnyOpenBox) {
   EXPECT_EQ(Saved("Box1")["AverageLength"], "1");
 }
 
-struct ScreenReaderTest : ProgramTest {
-  ScreenReaderTest() : ProgramTest(true) {
+struct ScreenReaderTest : DialogProgramTest {
+  ScreenReaderTest() : DialogProgramTest(true) {
     ConnectToAccessibility(x_.DisplayName(), x_.ProgramEnvironment()["DBUS_SESSION_BUS_ADDRESS"]);
   }
 
