@@ -269,7 +269,7 @@ void XSession::StartAccessibility() {
   environment_["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
 }
 
-std::string XSession::DisplayName() const { return ":" + std::to_string(display_); }
+std::string XSession::DisplayName() const { return std::string(":").append(std::to_string(display_)); }
 
 std::unique_ptr<Process> XSession::Start(const std::vector<std::string>& arguments,
                                          const Environment& extra) {
