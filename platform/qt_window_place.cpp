@@ -164,6 +164,10 @@ void WindowPlace::SetFramed(bool framed) {
   const QRectF outer = Outer();
   framed_ = framed;
   wanted_ = outer;
+  // In place: hiding the window for it would let it flicker and lose the keyboard.
+  window_.overrideWindowFlags(window_.windowFlags().setFlag(Qt::FramelessWindowHint, !framed));
+  window_.windowHandle()->setFlag(Qt::FramelessWindowHint, !framed);
+  SetAbove(above_);  // which the toolkit, not knowing of it, has just undone
   Apply();
 }
 
@@ -181,6 +185,7 @@ void WindowPlace::Apply() {
 
 // The toolkit's own flag would make a new native window.
 void WindowPlace::SetAbove(bool above) {
+  above_ = above;
   if (x11_) {
     x11_->SetAbove(above);
   } else {

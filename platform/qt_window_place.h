@@ -36,7 +36,7 @@ class WindowPlace {
   /// The client area that goes with Outer.
   QSizeF ClientSize();
 
-  /// Follows a change of the window's frame: the outer rectangle stays.
+  /// Gives the window its frame or takes it away; the outer rectangle stays.
   void SetFramed(bool framed);
   /// Keeps the window above all others, or no longer.
   void SetAbove(bool above);
@@ -61,6 +61,7 @@ class WindowPlace {
   QWidget& window_;
   std::unique_ptr<X11Window> x11_;
   bool framed_ = true;
+  bool above_ = false;
   QRectF wanted_;
   bool has_left_ = false;  // asked for, or chosen by the platform already
   bool has_top_ = false;
