@@ -1,25 +1,9 @@
-// Counts calls of operator new of the whole program. Include in one source of a benchmark only.
+// Counts the calls of operator new of the whole program. The operators stand in allocations.cpp.
 #pragma once
-
-#include <atomic>
-#include <cstdlib>
-#include <new>
 
 namespace vantoscope::bench {
 
-inline std::atomic<long> allocations{0};
+/// Calls so far.
+long Allocations();
 
 }  // namespace vantoscope::bench
-
-// NOLINTBEGIN: replacing the global operators is the point
-void* operator new(std::size_t size) {
-  vantoscope::bench::allocations.fetch_add(1, std::memory_order_relaxed);
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-// NOLINTEND

@@ -35,12 +35,12 @@ struct TickingMeter {
 
 void Tick(benchmark::State& state, std::int64_t method) {
   TickingMeter m(state.range(0), state.range(1), method);
-  const long before = allocations;
+  const long before = Allocations();
   for (auto _ : state) {
     Timer1Tick(m.meter);
     benchmark::DoNotOptimize(m.form.text.data());
   }
-  state.counters["allocations"] = benchmark::Counter(static_cast<double>(allocations - before),
+  state.counters["allocations"] = benchmark::Counter(static_cast<double>(Allocations() - before),
                                                      benchmark::Counter::kAvgIterations);
 }
 

@@ -1,6 +1,7 @@
 #include "presentation/display_format.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -40,14 +41,38 @@ Picture Read(std::string_view text) {
 
 bool IsDigitPlace(char c) { return c == '0' || c == '#'; }
 
-/// Decimal text of a finite magnitude, correctly rounded from its exact value.
-std::string FixedText(double magnitude, std::size_t decimals) {
-  std::string text(kWidestInteger + decimals, '\0');
-  const auto result = std::to_chars(text.data(), text.data() + text.size(), magnitude,
-                                    std::chars_format::fixed, static_cast<int>(decimals));
-  text.resize(static_cast<std::size_t>(result.ptr - text.data()));
-  return text;
-}
+/// Decimal text of a finite magnitude, correctly rounded from its exact value. Lies on the stack
+/// but for pictures of hundreds of places, so that a tick needs no memory for it.
+class FixedText {
+ public:
+  FixedText(double magnitude, std::size_t decimals) {
+    char* begin = small_.data();
+    std::size_t size = small_.size();
+    if (kWidestInteger + decimals > size) {
+      large_.resize(kWidestInteger + decimals);
+      begin = large_.data();
+      size = large_.size();
+    }
+    const auto result = std::to_chars(begin, begin + size, magnitude, std::chars_format::fixed,
+                                      static_cast<int>(decimals));
+    const std::string_view text(begin, static_cast<std::size_t>(result.ptr - begin));
+    const std::size_t point = std::min(text.find('.'), text.size());
+    integer_ = text.substr(0, point);
+    decimals_ = text.substr(std::min(point + 1, text.size()));
+  }
+  FixedText(const FixedText&) = delete;
+  FixedText& operator=(const FixedText&) = delete;
+  ~FixedText() = default;
+
+  [[nodiscard]] std::string_view Integer() const { return integer_; }
+  [[nodiscard]] std::string_view Decimals() const { return decimals_; }
+
+ private:
+  std::array<char, kWidestInteger + 64> small_;  // NOLINT: written before it is read
+  std::string large_;
+  std::string_view integer_;
+  std::string_view decimals_;
+};
 
 std::string PlainText(double value, std::string_view decimal_sep) {
   if (value == 0) value = 0;  // no sign on a zero
@@ -72,19 +97,14 @@ void AppendDecimals(std::string& text, std::string_view places, std::string_view
 
 std::string Number(double magnitude, const Picture& picture, std::string_view decimal_sep) {
   const auto places = std::count_if(picture.decimals.begin(), picture.decimals.end(), IsDigitPlace);
-  const std::string fixed = FixedText(magnitude, static_cast<std::size_t>(places));
-  const std::size_t point = std::min(fixed.find('.'), fixed.size());
-
-  std::string integer = fixed.substr(0, point);
-  if (integer == "0") integer.clear();
+  const FixedText fixed(magnitude, static_cast<std::size_t>(places));
+  const std::string_view integer = fixed.Integer() == "0" ? "" : fixed.Integer();
   const auto zeros =
       static_cast<std::size_t>(std::count(picture.integer.begin(), picture.integer.end(), '0'));
   std::string text(zeros > integer.size() ? zeros - integer.size() : 0, '0');
   text += integer;
   if (picture.has_point) text += decimal_sep;
-  if (places > 0) {
-    AppendDecimals(text, picture.decimals, std::string_view(fixed).substr(point + 1));
-  }
+  AppendDecimals(text, picture.decimals, fixed.Decimals());
   return text;
 }
 

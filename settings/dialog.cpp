@@ -256,9 +256,14 @@ void Dialog::OrderTabs() {
   for (std::size_t i = 1; i < in_order.size(); ++i) {
     setTabOrder(&Control<QWidget>(in_order[i - 1].name), &Control<QWidget>(in_order[i].name));
   }
+  Control<QWidget>(in_order.front().name).setFocus();
 }
 
 void Dialog::Wire() {
+  // The Tab key stops once in the group, at the option that is set; arrows do the rest.
+  connect(options_, &QButtonGroup::buttonToggled, this, [](QAbstractButton* option, bool set) {
+    option->setFocusPolicy(set ? Qt::StrongFocus : Qt::ClickFocus);
+  });
   connect(&Control<QPushButton>("OKButton"), &QPushButton::clicked, this, &QDialog::accept);
   connect(&Control<QPushButton>("Command5"), &QPushButton::clicked, this, &QDialog::reject);
   connect(&Control<QPushButton>("Command6"), &QPushButton::clicked, this,
@@ -278,6 +283,9 @@ void Dialog::Fill(const DialogFields& fields) {
     text.setCursorPosition(0);
   }
   for (const CheckRow& row : kChecks) Control<QCheckBox>(row.name).setChecked(fields.*row.field);
+  for (QAbstractButton* option : options_->buttons()) {
+    option->setFocusPolicy(fields.Option ? Qt::ClickFocus : Qt::StrongFocus);
+  }
   if (fields.Option) options_->button(*fields.Option)->setChecked(true);
 }
 

@@ -74,8 +74,8 @@ TEST(FillDialogFields, ChecksWhateverIsNotZero) {
 
 TEST(FillDialogFields, AnyOrderButTopMostIsUnchecked) {
   RecordingMeter m;
-  for (const std::int16_t order : {-2, 0, 1}) {
-    m.meter.config.AlwaysOnTop = order;
+  for (const int order : {-2, 0, 1}) {
+    m.meter.config.AlwaysOnTop = static_cast<std::int16_t>(order);
     EXPECT_FALSE(FillDialogFields(m.meter).Check4) << order;
   }
 }
@@ -126,7 +126,10 @@ TEST(ApplyDialogFields, WithoutAnOptionTheMethodStays) {
 
 TEST(ApplyDialogFields, AHighLimitBelowTheLowLimitIsTaken) {
   RecordingMeter m;
-  ApplyDialogFields({.HLText = "-5 bar", .LLText = "1e1"}, m.meter);
+  DialogFields fields;
+  fields.HLText = "-5 bar";
+  fields.LLText = "1e1";
+  ApplyDialogFields(fields, m.meter);
   EXPECT_EQ(m.meter.config.HighLimit, -5.0F);
   EXPECT_EQ(m.meter.config.LowLimit, 10.0F);
 }
@@ -158,11 +161,9 @@ TEST(ApplyDialogFields, BringsNumbersIntoTheirRange) {
   };
   for (const Row& row : kRows) {
     RecordingMeter m;
-    ApplyDialogFields({.HLText = row.text,
-                       .WSText = row.text,
-                       .BorderWidthText = row.text,
-                       .TransparencyText = row.text},
-                      m.meter);
+    DialogFields fields;
+    fields.WSText = fields.BorderWidthText = fields.TransparencyText = fields.HLText = row.text;
+    ApplyDialogFields(fields, m.meter);
     EXPECT_EQ(m.meter.config.WindowSize, row.window_size) << row.text;
     EXPECT_EQ(m.meter.config.BorderWidth, row.border_width) << row.text;
     EXPECT_EQ(m.meter.config.Transparency, row.transparency) << row.text;
