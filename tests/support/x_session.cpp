@@ -203,11 +203,42 @@ XSession::XSession(const Options& options) {
     StartAccessibility();
   }
   if (options.window_manager) {
-    window_manager_ = Start({"openbox", "--sm-disable"});
-    if (!WaitFor([this] { return !Numbers(root_, "_NET_SUPPORTING_WM_CHECK").empty(); })) {
-      throw std::runtime_error("openbox does not start: " + window_manager_->Errors());
-    }
+    StartWindowManager();
   }
+}
+
+// Openbox shows itself before it listens, and a window that is mapped in between stays unseen. So
+// it is ready when it answers.
+void XSession::StartWindowManager() {
+  window_manager_ = Start({"openbox", "--sm-disable"});
+  const xcb_window_t probe = xcb_generate_id(connection_);
+  xcb_create_window(connection_, XCB_COPY_FROM_PARENT, probe, root_, 0, 0, 10, 10, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  const bool answered = WaitFor([&] {
+    if (Numbers(root_, "_NET_SUPPORTING_WM_CHECK").empty()) {
+      return false;
+    }
+    SendToManager(probe, "_NET_REQUEST_FRAME_EXTENTS", {});
+    return !Numbers(probe, "_NET_FRAME_EXTENTS").empty();
+  });
+  xcb_destroy_window(connection_, probe);
+  if (!answered) {
+    throw std::runtime_error("openbox does not start: " + window_manager_->Errors());
+  }
+}
+
+void XSession::SendToManager(xcb_window_t window, const std::string& type,
+                             const std::array<std::uint32_t, 5>& data) {
+  xcb_client_message_event_t event{};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = 32;
+  event.window = window;
+  event.type = Atom(type);
+  std::copy(data.begin(), data.end(), event.data.data32);
+  xcb_send_event(connection_, 0, root_,
+                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&event));
+  xcb_flush(connection_);
 }
 
 XSession::~XSession() {
@@ -513,17 +544,17 @@ void XSession::Type(const std::string& text) {
 }
 
 void XSession::CloseWindow(xcb_window_t window) {
-  const bool managed = window_manager_ && window_manager_->Running();
+  if (window_manager_ && window_manager_->Running()) {
+    SendToManager(window, "_NET_CLOSE_WINDOW", {XCB_CURRENT_TIME, 2});  // 2: the wish of the user
+    return;
+  }
   xcb_client_message_event_t event{};
   event.response_type = XCB_CLIENT_MESSAGE;
   event.format = 32;
   event.window = window;
-  event.type = Atom(managed ? "_NET_CLOSE_WINDOW" : "WM_PROTOCOLS");
-  event.data.data32[0] = managed ? XCB_CURRENT_TIME : Atom("WM_DELETE_WINDOW");
-  event.data.data32[1] = managed ? 2 : XCB_CURRENT_TIME;  // 2: on the wish of the user
-  xcb_send_event(connection_, 0, managed ? root_ : window,
-                 managed ? XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY
-                         : XCB_EVENT_MASK_NO_EVENT,
+  event.type = Atom("WM_PROTOCOLS");
+  event.data.data32[0] = Atom("WM_DELETE_WINDOW");
+  xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
                  reinterpret_cast<const char*>(&event));
   xcb_flush(connection_);
 }
