@@ -1,5 +1,6 @@
 #include "platform/qt_window_place.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QThread>
@@ -86,6 +87,10 @@ WindowPlace::WindowPlace(QWidget& window) : window_(window), wanted_(window.geom
     x11_ = std::make_unique<X11Window>(connection, static_cast<xcb_window_t>(window.winId()));
     x11_->RequestFrame();
   }
+  const QMargins frame = Frame();
+  wanted_.setSize(wanted_.size() +
+                  QSizeF(frame.left() + frame.right(), frame.top() + frame.bottom()) /
+                      window.devicePixelRatioF());
   timer_.setInterval(kCheckMilliseconds);
   QObject::connect(&timer_, &QTimer::timeout, [this] { CheckPlacing(); });
 }
@@ -214,6 +219,8 @@ void WindowPlace::StartPlacing() {
   known_ = false;
   since_show_.start();
   since_match_.invalidate();
+  matched_ = false;
+  pointer_ = QCursor::pos();
   timer_.start();
   CheckPlacing();
 }
@@ -238,6 +245,12 @@ void WindowPlace::CheckPlacing() {
   TakePosition(LogicalFromDevice(*observed));
   if (*observed == WantedOuter()) {
     if (!since_match_.isValid()) since_match_.start();
+    matched_ = true;
+  } else if (matched_ && UserDrags()) {
+    settled_ = WantedOuter();
+    placing_ = false;
+    timer_.stop();
+    return;
   } else if (!give_up) {
     since_match_.invalidate();
     const QMargins frame = Frame();
@@ -256,6 +269,12 @@ void WindowPlace::CheckPlacing() {
     placing_ = false;
     timer_.stop();
   }
+}
+
+// A quick user may already take hold of a window that has hardly appeared.
+bool WindowPlace::UserDrags() {
+  constexpr int kHandShake = 3;
+  return x11_ && x11_->ButtonIsHeld() && (QCursor::pos() - pointer_).manhattanLength() > kHandShake;
 }
 
 void WindowPlace::WaitUntilPlaced() {

@@ -56,6 +56,7 @@ class WindowPlace {
   void StartPlacing();
   void CheckPlacing();
   void Observe();
+  bool UserDrags();
   void WaitUntilPlaced();
 
   QWidget& window_;
@@ -67,6 +68,8 @@ class WindowPlace {
   bool has_top_ = false;
   bool known_ = false;    // settled_ is what the screen shows
   bool placing_ = false;  // the window manager is still about to frame and place the window
+  bool matched_ = false;  // the window has been in place once since placing began
+  QPoint pointer_;        // where it was when placing began
   QRect settled_;         // device pixels that stand for wanted_
   QMargins frame_;        // device pixels, as last seen
   QTimer timer_;

@@ -80,6 +80,16 @@ class Desk : public XSession {
     });
     return last;
   }
+  /// Drags a part of the window's frame; the rectangle that comes of it.
+  Rectangle Carry(xcb_window_t window, int from_x, int from_y, int to_x, int to_y) {
+    MovePointer(from_x, from_y);
+    Press();
+    MovePointer((from_x + to_x) / 2, (from_y + to_y) / 2);
+    MovePointer(to_x, to_y);
+    const Rectangle carried = Rest(window);
+    Release();
+    return carried;
+  }
   void DoubleClickReading(xcb_window_t window) {
     const Rectangle client = Client(window);
     DoubleClick(client.x + client.width * 3 / 4, client.y + client.height / 2);
