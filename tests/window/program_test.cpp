@@ -84,7 +84,13 @@ class Desk : public XSession {
   Rectangle Carry(xcb_window_t window, int from_x, int from_y, int to_x, int to_y) {
     MovePointer(from_x, from_y);
     Press();
-    MovePointer((from_x + to_x) / 2, (from_y + to_y) / 2);
+    const Rectangle before = Outer(window);
+    // The window manager follows from the moment on at which it has seen that this is a drag.
+    WaitFor([&] {
+      MovePointer((from_x + to_x) / 2, (from_y + to_y) / 2);
+      MovePointer(to_x, to_y);
+      return Outer(window) != before;
+    });
     MovePointer(to_x, to_y);
     const Rectangle carried = Rest(window);
     Release();
@@ -235,13 +241,10 @@ TEST(Program, PointerPlacesFrameAndHostCloseReachTheFile) {
     const auto meter = desk.Meter("Tank", {}, recording.string() + "?follow");
     const xcb_window_t window = desk.WaitForWindow(meter->Pid());
     ASSERT_TRUE(desk.Settles(window, {200, 200, 200, 100}));
-    desk.Drag(270, 208, 370, 258);  // by the title
-    ASSERT_TRUE(WaitFor([&] {
-      return desk.Outer(window) == Rectangle{300, 250, 200, 100};
-    })) << desk.Outer(window);
-    desk.Drag(499, 349, 539, 379);  // by the corner
-    ASSERT_TRUE(WaitFor([&] { return desk.Outer(window).width > 230; })) << desk.Outer(window);
-    const Rectangle framed = desk.Rest(window);
+    EXPECT_EQ(desk.Carry(window, 270, 208, 370, 258), (Rectangle{300, 250, 200, 100}));  // title
+    const Rectangle framed = desk.Carry(window, 499, 349, 539, 379);                     // corner
+    EXPECT_GT(framed.width, 230);
+    EXPECT_GT(framed.height, 120);
     desk.DoubleClickReading(window);
     ASSERT_TRUE(WaitFor([&] { return desk.Opacity(window) < 1; }));
     bare = desk.Rest(window);
