@@ -80,25 +80,34 @@ class Desk : public XSession {
     });
     return last;
   }
-  /// Drags a part of the window's frame; the rectangle that comes of it.
+  /// Drags a part of the window's frame; the rectangle that comes of it. The window manager may
+  /// miss a press while it is still busy, and follows once it has seen that this is a drag.
   Rectangle Carry(xcb_window_t window, int from_x, int from_y, int to_x, int to_y) {
-    MovePointer(from_x, from_y);
-    Press();
     const Rectangle before = Outer(window);
-    // The window manager follows from the moment on at which it has seen that this is a drag.
     WaitFor([&] {
-      MovePointer((from_x + to_x) / 2, (from_y + to_y) / 2);
-      MovePointer(to_x, to_y);
-      return Outer(window) != before;
+      MovePointer(from_x, from_y);
+      Press();
+      const bool follows = WaitFor(
+          [&] {
+            MovePointer((from_x + to_x) / 2, (from_y + to_y) / 2);
+            MovePointer(to_x, to_y);
+            return Outer(window) != before;
+          },
+          Milliseconds(1000));
+      if (!follows) Release();
+      return follows;
     });
-    MovePointer(to_x, to_y);
     const Rectangle carried = Rest(window);
     Release();
     return carried;
   }
-  void DoubleClickReading(xcb_window_t window) {
-    const Rectangle client = Client(window);
-    DoubleClick(client.x + client.width * 3 / 4, client.y + client.height / 2);
+  /// Double-clicks the reading until the look has changed.
+  bool SwapsTo(xcb_window_t window, bool bare) {
+    return WaitFor([&] {
+      const Rectangle client = Client(window);
+      DoubleClick(client.x + client.width * 3 / 4, client.y + client.height / 2);
+      return WaitFor([&] { return (Opacity(window) < 1) == bare; }, Milliseconds(3000));
+    });
   }
 };
 
@@ -215,13 +224,11 @@ TEST_P(EachDesk, SwapOfLooksKeepsTheOuterRectangle) {
   ASSERT_TRUE(desk.Settles(window, place)) << desk.Outer(window);
   EXPECT_TRUE(desk.HasState(window, "_NET_WM_STATE_ABOVE"));
   for (int round = 0; round < 2; ++round) {
-    desk.DoubleClickReading(window);
-    ASSERT_TRUE(WaitFor([&] { return desk.Opacity(window) < 1; }));
+    ASSERT_TRUE(desk.SwapsTo(window, true));
     EXPECT_NEAR(desk.Opacity(window), 0.2, 0.001);
     EXPECT_TRUE(desk.Settles(window, place)) << desk.Outer(window);
     EXPECT_EQ(desk.Extents(window), FrameExtents{});
-    desk.DoubleClickReading(window);
-    ASSERT_TRUE(WaitFor([&] { return desk.Opacity(window) == 1; }));
+    ASSERT_TRUE(desk.SwapsTo(window, false));
     EXPECT_TRUE(desk.Settles(window, place)) << desk.Outer(window);
     EXPECT_TRUE(desk.HasState(window, "_NET_WM_STATE_ABOVE"));
   }
@@ -245,8 +252,7 @@ TEST(Program, PointerPlacesFrameAndHostCloseReachTheFile) {
     const Rectangle framed = desk.Carry(window, 499, 349, 539, 379);                     // corner
     EXPECT_GT(framed.width, 230);
     EXPECT_GT(framed.height, 120);
-    desk.DoubleClickReading(window);
-    ASSERT_TRUE(WaitFor([&] { return desk.Opacity(window) < 1; }));
+    ASSERT_TRUE(desk.SwapsTo(window, true));
     bare = desk.Rest(window);
     EXPECT_EQ(bare, framed);
     std::filesystem::remove(recording);
