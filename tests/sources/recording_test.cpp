@@ -277,19 +277,18 @@ TEST_F(Recording, FollowKeepsTheNewestScansOfALongFile) {
   std::vector<double> expected;
   for (int i = 200'000 - 32766; i <= 200'000; ++i) expected.push_back(i);
   EXPECT_EQ(Values(*device, 0, 32767), expected);
-  EXPECT_EQ(device->ScansSince(0, 1).first, 200'001 - 32768);
+  EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);
 }
 
-TEST_F(Recording, FollowReadsOnlyTheEndOfAHugeFile) {
+TEST_F(Recording, FollowReadsOnlyTheEndOfALongFile) {
   std::string lines = "N,Text\n";
-  const std::string filler(1000, 'x');
-  for (int i = 0; i < 60'000; ++i) lines += std::to_string(i) + "," + filler + "\n";
+  const std::string filler(30, 'x');
+  for (int i = 100'000; i < 400'000; ++i) lines += std::to_string(i) + "," + filler + "\n";
   folder_.Write("a.csv", lines);
-  const auto device = Running(Text("a.csv", "?follow"));
-  EXPECT_THAT(Values(*device, 0, 3), ElementsAre(59997, 59998, 59999));
-  const RawScans all = device->ScansSince(0, 60'000);
-  EXPECT_LT(all.scans, 34'000U);  // 32 MiB at 1 kB a line
-  EXPECT_GT(all.scans, 32'000U);
+  const auto device = Running(Text("a.csv", "?follow&rate=1"));
+  EXPECT_THAT(Values(*device, 0, 3), ElementsAre(399'997, 399'998, 399'999));
+  EXPECT_EQ(Values(*device, 0, 32767).size(), 32767U);
+  EXPECT_LT(device->ScansSince(-1, 1).first, 200'000);  // counted from the first line that was read
 }
 
 TEST_F(Recording, FollowEndsWhenTheRecorderStartsAnew) {
