@@ -1,0 +1,82 @@
+// What a host and its meters say to each other through a broker: the payloads of the topics
+// ROOT/info, ROOT/state and ROOT/scan. Only bytes to records and back; nothing here is trusted, and
+// nothing throws.
+//
+//   info   JSON, retained, QoS 1:
+//          {"format": 1, "epoch": "0123456789abcdef", "device": "SM64", "rate": 1000.0,
+//           "channels": [{"number": 1, "name": "Tank", "unit": "m", "low": 0.0, "high": 10.0,
+//                         "factor": 0.00015, "offset": 5.0}, ...]}
+//   state  "open EPOCH" or "closed EPOCH", retained, QoS 1; "closed EPOCH" is the last will too
+//   scan   retained, QoS 0, little-endian:
+//          0  4  "TVX" and the format version 1
+//          4  2  channels
+//          6  2  scans
+//          8  8  epoch
+//          16 8  index of the first scan
+//          24 8  host's wall clock when it took the newest scan, microseconds since 1970
+//          32    scans x channels signed 16-bit words, scan by scan
+//
+// The epoch is drawn anew whenever a host starts or its indices begin again, so that a restarted
+// host is never taken for the one before.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sources/device.h"
+
+namespace vantoscope {
+
+inline constexpr std::size_t kMaxWireChannels = 1024;
+inline constexpr std::size_t kMaxWireScans = 65535;
+inline constexpr std::size_t kScanHeaderBytes = 32;
+inline constexpr std::size_t kMaxInfoBytes = 1 << 20;
+
+struct HostInfo {
+  std::uint64_t epoch = 0;
+  std::string device;  ///< text of the device behind the host, for people
+  double rate = 0;     ///< scans per second
+  std::vector<ChannelInfo> channels;
+};
+
+struct HostState {
+  bool open = false;
+  std::uint64_t epoch = 0;
+};
+
+/// A view into a payload; valid as long as the payload.
+struct ScanBlock {
+  std::uint64_t epoch = 0;
+  std::int64_t first = 0;
+  std::int64_t taken_us = 0;
+  std::size_t scans = 0;
+  std::size_t channels = 0;
+  std::span<const std::byte> words;
+
+  /// The words in the byte order of this machine.
+  [[nodiscard]] std::vector<std::int16_t> Words() const;
+};
+
+std::string EncodeInfo(const HostInfo& info);
+/// Nothing, and one sentence in `why`, for a text that is no info of format 1.
+std::optional<HostInfo> DecodeInfo(std::string_view text, std::string& why);
+
+std::string EncodeState(const HostState& state);
+std::optional<HostState> DecodeState(std::string_view text);
+
+/// At most kMaxWireScans scans.
+std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, std::uint64_t epoch,
+                                   std::int64_t taken_us);
+/// Nothing unless every field is in range and the length is exactly what the header says.
+std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload);
+
+/// True when values under the labels of `a` stand for the same under those of `b`: same rate and
+/// same channels in the same order, with equal ranges and factors.
+bool SameChannels(const HostInfo& a, const HostInfo& b);
+
+}  // namespace vantoscope

@@ -1,0 +1,230 @@
+#include "sources/mqtt_feed.h"
+
+#include <gmock/gmock.h>
+
+namespace vantoscope {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using Time = MqttFeed::Time;
+
+constexpr std::uint64_t kEpoch = 0xabc;
+
+/// A feed with a host of two channels at 100 scans per second, open and live, at time 0.
+class MqttFeedTest : public testing::Test {
+ protected:
+  MqttFeedTest() { Open(); }
+
+  void Open() {
+    feed_.emplace(30s);
+    feed_->OnConnected(now_);
+    Info(MakeInfo(kEpoch));
+    State(true, kEpoch, true);
+    EXPECT_TRUE(feed_->Ready());
+    feed_->FixChannels();
+  }
+
+  static HostInfo MakeInfo(std::uint64_t epoch) {
+    return {.epoch = epoch,
+            .device = "SM64",
+            .rate = 100,
+            .channels = {{1, "A", "m", 0, 10, 0.5, 0}, {2, "B", "V", -1, 1, 1, 0}}};
+  }
+  void Text(const char* leaf, const std::string& text, bool retained = false) {
+    feed_->OnMessage(leaf, std::as_bytes(std::span(text)), retained, now_);
+  }
+  void Info(const HostInfo& info) { Text("info", EncodeInfo(info)); }
+  void State(bool open, std::uint64_t epoch, bool retained = false) {
+    Text("state", EncodeState({open, epoch}), retained);
+  }
+  /// Scan n holds the words n and 1000 + n.
+  void Scans(std::int16_t first, std::int16_t count, std::uint64_t epoch = kEpoch,
+             bool retained = false) {
+    RawScans scans{first, static_cast<std::size_t>(count), {}};
+    for (std::int16_t n = first; n < first + count; ++n) {
+      scans.words.push_back(n);
+      scans.words.push_back(static_cast<std::int16_t>(1000 + n));
+    }
+    feed_->OnMessage("scan", EncodeScans(scans, 2, epoch, 0), retained, now_);
+  }
+  /// Newest word of the first channel, or -1 when there is no block.
+  double Newest() {
+    const auto block = feed_->GetData(1, kRawWords, now_);
+    return block ? (*block)(0, 0) : -1;
+  }
+
+  Time now_{};
+  std::optional<MqttFeed> feed_;
+};
+
+TEST_F(MqttFeedTest, GivesBlocksInUnitsAndWords) {
+  EXPECT_EQ(Newest(), -1);
+  Scans(4, 3);
+  const auto units = feed_->GetData(2, kEngineeringUnits, now_);
+  ASSERT_TRUE(units);
+  EXPECT_THAT(units->Channel(0), ElementsAre(2.5, 3));
+  EXPECT_THAT(units->Channel(1), ElementsAre(1005, 1006));
+  EXPECT_EQ(Newest(), 6);
+  EXPECT_FALSE(feed_->GetData(4, kRawWords, now_)) << "never a shorter block";
+}
+
+TEST_F(MqttFeedTest, FreshIsASecondOrThreeBlocks) {
+  Scans(0, 4);
+  now_ += 1000ms;
+  EXPECT_EQ(Newest(), 3);
+  now_ += 1ms;
+  EXPECT_EQ(Newest(), -1) << "a frozen host";
+  Scans(0, 4);
+  EXPECT_EQ(Newest(), -1) << "the same again is no news";
+  Scans(4, 1);
+  EXPECT_EQ(Newest(), 4) << "the host goes on";
+  Scans(5, 50);  // half a second in one block
+  now_ += 1500ms;
+  EXPECT_EQ(Newest(), 54);
+  now_ += 1ms;
+  EXPECT_EQ(Newest(), -1);
+}
+
+TEST_F(MqttFeedTest, TakesOnlyLiveScansOfItsHost) {
+  Scans(0, 3, kEpoch, true);
+  EXPECT_EQ(Newest(), -1) << "retained: of unknown age";
+  Scans(0, 3);
+  Scans(7, 3, 0xdef);
+  EXPECT_EQ(Newest(), 2) << "of a second host";
+  feed_->OnMessage("scan", EncodeScans({3, 2, {9, 9}}, 1, kEpoch, 0), false, now_);
+  EXPECT_EQ(Newest(), 2) << "with another channel count";
+  Scans(1, 2);
+  Scans(0, 1);
+  EXPECT_EQ(Newest(), 2) << "old";
+  Scans(2, 3);
+  EXPECT_EQ(feed_->GetData(5, kRawWords, now_)->operator()(0, 0), 0) << "overlapping";
+  Scans(9, 2);
+  EXPECT_EQ(Newest(), 10);
+  EXPECT_FALSE(feed_->GetData(3, kRawWords, now_)) << "a block never reaches over a gap";
+  EXPECT_EQ(feed_->Counts().gaps, 1U);
+  EXPECT_EQ(feed_->Counts().retained, 1U);
+  EXPECT_EQ(feed_->Counts().ignored, 4U);
+}
+
+TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
+  Scans(1000, 5);
+  const std::int64_t before = feed_->Since(-1, 1).first;
+  Scans(0, 2, 0xdef);
+  EXPECT_EQ(Newest(), 1004) << "not before its info";
+  Info(MakeInfo(0xdef));
+  EXPECT_EQ(Newest(), -1) << "nothing of the former host";
+  State(false, kEpoch);
+  State(true, 0xdef);
+  Scans(3, 2, 0xdef);
+  EXPECT_EQ(Newest(), 4);
+  EXPECT_FALSE(feed_->GetData(3, kRawWords, now_));
+  EXPECT_GT(feed_->Since(-1, 1).first, before + 1) << "own indices rise, with a gap";
+  now_ += 10s;
+  EXPECT_FALSE(feed_->HostGone(now_)) << "the farewell was the former host's";
+}
+
+TEST_F(MqttFeedTest, AnotherListIsAnotherHost) {
+  struct Row {
+    const char* name;
+    std::function<void(HostInfo&)> change;
+  };
+  const Row rows[] = {
+      {"fewer channels", [](HostInfo& i) { i.channels.pop_back(); }},
+      {"more channels", [](HostInfo& i) { i.channels.push_back({}); }},
+      {"other order", [](HostInfo& i) { std::swap(i.channels[0], i.channels[1]); }},
+      {"other number", [](HostInfo& i) { i.channels[0].number = 3; }},
+      {"other factor", [](HostInfo& i) { i.channels[1].factor = 2; }},
+      {"other unit", [](HostInfo& i) { i.channels[1].unit = "A"; }},
+      {"other rate", [](HostInfo& i) { i.rate = 50; }},
+  };
+  for (const Row& row : rows) {
+    for (const std::uint64_t epoch : {kEpoch, std::uint64_t{0xdef}}) {
+      Open();
+      Scans(0, 1);
+      HostInfo other = MakeInfo(epoch);
+      row.change(other);
+      Info(other);
+      EXPECT_TRUE(feed_->HostGone(now_)) << row.name;
+      Scans(50, 1, epoch);
+      EXPECT_EQ(Newest(), 0) << row.name;
+    }
+  }
+}
+
+TEST_F(MqttFeedTest, GarbageIsCountedAndIgnored) {
+  Scans(0, 1);
+  for (const char* leaf : {"info", "state", "scan"}) {
+    for (const char* text : {"", "{}", "closed", "TVX", "open 1"}) Text(leaf, text);
+  }
+  Text("other", "x");
+  EXPECT_EQ(feed_->Counts().ignored, 15U);
+  EXPECT_EQ(Newest(), 0);
+  EXPECT_FALSE(feed_->HostGone(now_ + 1h));
+}
+
+TEST_F(MqttFeedTest, ClosedCountsWhenItStands) {
+  Scans(0, 1);
+  State(false, kEpoch);
+  EXPECT_FALSE(feed_->HostGone(now_ + 100ms));
+  EXPECT_TRUE(feed_->HostGone(now_ + 700ms));
+}
+
+TEST_F(MqttFeedTest, WillsOfABrokerThatShutsDownDoNotCount) {
+  Scans(0, 1);
+  State(false, kEpoch);
+  feed_->OnLost(now_ += 10ms);
+  EXPECT_FALSE(feed_->HostGone(now_ + 5s));
+  feed_->OnConnected(now_ += 2s);
+  State(false, kEpoch, true);  // the broker remembered it
+  EXPECT_FALSE(feed_->HostGone(now_ += 2s));
+  State(true, kEpoch);
+  Scans(200, 1);
+  EXPECT_EQ(Newest(), 200);
+  EXPECT_FALSE(feed_->HostGone(now_ + 1h));
+}
+
+TEST_F(MqttFeedTest, NoContactForTheTimeoutIsTheEnd) {
+  struct Row {
+    const char* name;
+    std::function<void()> act;
+    bool gone;  // 30 s after time 0
+  };
+  const Row rows[] = {
+      {"never a live message", [] {}, true},
+      {"live scans", [this] { Scans(0, 1); }, false},
+      {"a live state", [this] { State(true, kEpoch); }, false},
+      {"a retained state tells nothing", [this] { State(true, kEpoch, true); }, true},
+      {"scans of another host tell nothing", [this] { Scans(0, 1, 0xdef); }, true},
+      {"lost after live scans",
+       [this] {
+         Scans(0, 1);
+         feed_->OnLost(now_);
+       },
+       true},
+      {"lost and back, but no host",
+       [this] {
+         Scans(0, 1);
+         feed_->OnLost(now_);
+         feed_->OnConnected(now_ + 2s);
+       },
+       true},
+      {"lost and back with its host",
+       [this] {
+         Scans(0, 1);
+         feed_->OnLost(now_);
+         feed_->OnConnected(now_ + 2s);
+         Scans(1, 1);
+       },
+       false},
+  };
+  for (const Row& row : rows) {
+    Open();
+    row.act();
+    EXPECT_FALSE(feed_->HostGone(now_ + 29'999ms)) << row.name;
+    EXPECT_EQ(feed_->HostGone(now_ + 30s), row.gone) << row.name;
+  }
+}
+
+}  // namespace
+}  // namespace vantoscope

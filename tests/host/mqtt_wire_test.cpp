@@ -1,0 +1,227 @@
+#include "sources/mqtt_wire.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "sources/mqtt_address.h"
+
+namespace vantoscope {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Two channels, three scans: the words 1, -2 / 256, -32768 / 32767, -1, written out by hand.
+Bytes HandMade() {
+  return {'T',  'V',  'X',  1,    2,    0,    3,    0,           // format, channels, scans
+          0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11,        // epoch
+          0xe8, 3,    0,    0,    0,    0,    0,    0,           // first scan 1000
+          0x40, 0x42, 0x0f, 0,    0,    0,    0,    0,           // 1 s after 1970
+          1,    0,    0xfe, 0xff, 0,    1,    0,    0x80, 0xff,  // words
+          0x7f, 0xff, 0xff};
+}
+
+std::optional<ScanBlock> Decode(const Bytes& bytes) {
+  return DecodeScans(std::as_bytes(std::span(bytes)));
+}
+
+TEST(MqttWire, ReadsAndWritesAScanBlock) {
+  const Bytes bytes = HandMade();
+  const auto block = Decode(bytes);
+  ASSERT_TRUE(block);
+  EXPECT_EQ(block->epoch, 0x1122334455667788U);
+  EXPECT_EQ(block->first, 1000);
+  EXPECT_EQ(block->taken_us, 1'000'000);
+  EXPECT_EQ(block->channels, 2U);
+  EXPECT_EQ(block->scans, 3U);
+  const std::vector<std::int16_t> words = {1, -2, 256, -32768, 32767, -1};
+  EXPECT_EQ(block->Words(), words);
+  const auto written = EncodeScans({1000, 3, words}, 2, 0x1122334455667788U, 1'000'000);
+  EXPECT_TRUE(std::ranges::equal(written, std::as_bytes(std::span(bytes))));
+}
+
+TEST(MqttWire, RefusesScanBlocksThatDoNotAddUp) {
+  struct Row {
+    const char* name;
+    std::function<void(Bytes&)> spoil;
+  };
+  const Row rows[] = {
+      {"nothing", [](Bytes& b) { b.clear(); }},
+      {"header cut", [](Bytes& b) { b.resize(31); }},
+      {"header only", [](Bytes& b) { b.resize(32); }},
+      {"one byte short", [](Bytes& b) { b.pop_back(); }},
+      {"one byte long", [](Bytes& b) { b.push_back(0); }},
+      {"one scan more than there is", [](Bytes& b) { b[6] = 4; }},
+      {"one channel more than there is", [](Bytes& b) { b[4] = 3; }},
+      {"no scans",
+       [](Bytes& b) {
+         b[6] = 0;
+         b.resize(32);
+       }},
+      {"no channels",
+       [](Bytes& b) {
+         b[4] = 0;
+         b.resize(32);
+       }},
+      {"other magic", [](Bytes& b) { b[0] = 'X'; }},
+      {"other version", [](Bytes& b) { b[3] = 2; }},
+      {"negative index", [](Bytes& b) { b[23] = 0x80; }},
+      {"index near overflow", [](Bytes& b) { b[23] = 0x7f; }},
+  };
+  for (const Row& row : rows) {
+    Bytes bytes = HandMade();
+    row.spoil(bytes);
+    EXPECT_FALSE(Decode(bytes)) << row.name;
+  }
+}
+
+constexpr const char* kInfo =
+    R"({"format": 1, "epoch": "00000000000000ff", "device": "SM64", "rate": 250.5, "channels": [
+        {"number": 7, "name": "Tank", "unit": "µm/m", "low": -1.5, "high": 2, "factor": 1e-4,
+         "offset": 0.25, "added later": [[[]]]},
+        {"number": -1, "name": "", "unit": "", "low": 0, "high": 0, "factor": 1, "offset": 0}]})";
+
+TEST(MqttWire, ReadsAnInfoAndGivesItBack) {
+  std::string why;
+  const auto info = DecodeInfo(kInfo, why);
+  ASSERT_TRUE(info) << why;
+  EXPECT_EQ(info->epoch, 255U);
+  EXPECT_EQ(info->rate, 250.5);
+  ASSERT_EQ(info->channels.size(), 2U);
+  EXPECT_EQ(info->channels[0].number, 7);
+  EXPECT_EQ(info->channels[0].unit, "µm/m");
+  EXPECT_EQ(info->channels[0].factor, 1e-4);
+  EXPECT_EQ(info->channels[1].number, -1);
+  const auto again = DecodeInfo(EncodeInfo(*info), why);
+  ASSERT_TRUE(again) << why;
+  EXPECT_TRUE(SameChannels(*info, *again));
+  EXPECT_EQ(again->epoch, info->epoch);
+
+  HostInfo broken_text = *info;
+  broken_text.channels[0].name = "\xff";
+  EXPECT_TRUE(DecodeInfo(EncodeInfo(broken_text), why)) << why;
+}
+
+TEST(MqttWire, RefusesInfosWithAReason) {
+  struct Row {
+    const char* name;
+    const char* from;
+    const char* to;
+  };
+  const Row rows[] = {
+      {"format", R"("format": 1)", R"("format": 2)"},
+      {"no format", R"("format")", R"("fmt")"},
+      {"short epoch", "00000000000000ff", "ff"},
+      {"epoch is no number", "00000000000000ff", "0000000000000xff"},
+      {"rate 0", "250.5", "0"},
+      {"rate below 0", "250.5", "-1"},
+      {"rate a text", "250.5", "\"250\""},
+      {"rate beyond a double", "250.5", "1e999"},
+      {"number beyond 16 bits", "\"number\": 7", "\"number\": 40000"},
+      {"number not whole", "\"number\": 7", "\"number\": 7.5"},
+      {"unit missing", "\"unit\": \"\"", "\"units\": \"\""},
+      {"unit with a line end", "µm/m", "a\\nb"},
+      {"not UTF-8", "Tank", "\xff\xfe"},
+      {"cut short", "]}", "]"},
+  };
+  for (const Row& row : rows) {
+    std::string text = kInfo;
+    const std::size_t at = text.rfind(row.from);
+    ASSERT_NE(at, text.npos) << row.name;
+    text.replace(at, std::string(row.from).size(), row.to);
+    std::string why;
+    EXPECT_FALSE(DecodeInfo(text, why)) << row.name;
+    EXPECT_NE(why, "") << row.name;
+  }
+  std::string why;
+  EXPECT_FALSE(DecodeInfo(std::string(100'000, '['), why));
+  EXPECT_FALSE(DecodeInfo(R"({"format":1,"epoch":"00000000000000ff","device":"","rate":1,)"
+                          R"("channels":[]})",
+                          why));
+}
+
+TEST(MqttWire, ReadsStates) {
+  EXPECT_TRUE(DecodeState("open 00000000000000ff")->open);
+  EXPECT_EQ(DecodeState("closed 00000000000000ff")->epoch, 255U);
+  EXPECT_EQ(EncodeState({false, 255}), "closed 00000000000000ff");
+  for (const char* text : {"", "open", "open ", "open 00000000000000f", "shut 00000000000000ff",
+                           "open 00000000000000ff ", "Open 00000000000000ff"}) {
+    EXPECT_FALSE(DecodeState(text)) << text;
+  }
+}
+
+TEST(MqttAddress, ReadsTextsAndGivesThemInFull) {
+  struct Row {
+    const char* text;
+    const char* broker;
+    int port;
+    const char* root;
+    bool tls;
+    const char* full;
+  };
+  const Row rows[] = {
+      {"MQ64:lab-pc/bench", "lab-pc", 1883, "bench", false, "MQ64:lab-pc:1883/bench"},
+      {"MQ64:h:1884/a/b", "h", 1884, "a/b", false, "MQ64:h:1884/a/b"},
+      {"MQ64:h:8883/a", "h", 8883, "a", true, "MQ64:h:8883/a"},
+      {"MQ64:h/a?tls", "h", 8883, "a", true, "MQ64:h:8883/a"},
+      {"MQ64:h:9/a?tls&timeout=2.5", "h", 9, "a", true, "MQ64:h:9/a?tls&timeout=2.5"},
+      {"MQ64:h/a?cafile=/etc/my%20ca.pem", "h", 8883, "a", true,
+       "MQ64:h:8883/a?cafile=/etc/my%20ca.pem"},
+      {"MQ64:[::1]:1885/a", "::1", 1885, "a", false, "MQ64:[::1]:1885/a"},
+      {"MQ64:[::1]/a", "::1", 1883, "a", false, "MQ64:[::1]:1883/a"},
+      {"MQ64:/run/my%20broker.sock!lab/b%201", "/run/my broker.sock", 0, "lab/b 1", false,
+       "MQ64:/run/my%20broker.sock!lab/b%201"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    const MqttAddress address = ParseMqttAddress(ParseDeviceText(row.text));
+    EXPECT_EQ(address.broker, row.broker);
+    EXPECT_EQ(address.port, row.port);
+    EXPECT_EQ(address.root, row.root);
+    EXPECT_EQ(address.tls, row.tls);
+    EXPECT_EQ(FullText(MqttDeviceText(64, address)), row.full);
+  }
+}
+
+TEST(MqttAddress, RefusesWhatNamesNoHost) {
+  for (const char* text : {"MQ64",
+                           "MQ64:host",
+                           "MQ64:host:1883",
+                           "MQ64:host/",
+                           "MQ64:/run/x.sock",
+                           "MQ64:/run/x!",
+                           "MQ64::1883/a",
+                           "MQ64:h:0/a",
+                           "MQ64:h:65536/a",
+                           "MQ64:h:18x/a",
+                           "MQ64:[::1/a",
+                           "MQ64:h/a/#",
+                           "MQ64:h/+/a",
+                           "MQ64:h/a//b",
+                           "MQ64:h/$SYS",
+                           "MQ64:user:secret@h/a",
+                           "MQ64:user@h/a",
+                           "MQ64:/run/x.sock!a?tls",
+                           "MQ64:h/a?timeout=no",
+                           "MQ64:h/a?password=x"}) {
+    EXPECT_THROW(ParseMqttAddress(ParseDeviceText(text)), SourceError) << text;
+  }
+}
+
+TEST(MqttAddress, ReadsCredentialsFromTheFileThatTheEnvironmentNames) {
+  const std::string path = testing::TempDir() + "credentials";
+  std::ofstream(path) << "meter\r\npass word \n";
+  setenv("VANTOSCOPE_MQTT_CREDENTIALS", path.c_str(), 1);
+  EXPECT_EQ(ReadMqttCredentials()->user, "meter");
+  EXPECT_EQ(ReadMqttCredentials()->password, "pass word ");
+  std::ofstream(path) << "\n";
+  EXPECT_THROW(ReadMqttCredentials(), SourceError);
+  std::remove(path.c_str());
+  EXPECT_THROW(ReadMqttCredentials(), SourceError);
+  unsetenv("VANTOSCOPE_MQTT_CREDENTIALS");
+  EXPECT_FALSE(ReadMqttCredentials());
+}
+
+}  // namespace
+}  // namespace vantoscope
