@@ -408,5 +408,17 @@ TEST_F(Recording, ReadsAWaveFileWrittenByHandAndCutShort) {
   EXPECT_THAT(Values(*device, 0, 3, kRawWords), ElementsAre(0x1234, 32767, -32768));
 }
 
+TEST_F(Recording, ReplaysASoundThatComesWithTheSystem) {
+  const std::string path = "/usr/share/sounds/alsa/Front_Center.wav";
+  if (!std::filesystem::exists(path)) GTEST_SKIP() << "alsa-utils is not installed";
+  const auto device = Running("FI64:" + path + "?start=0");
+  EXPECT_EQ(device->SampleRate(), 48000);
+  // Words 25000 to 25007, 44 bytes of header before them: xxd -s 50044 -l 16.
+  now_ = 25007 * kSecond / 48000 + 1;
+  EXPECT_THAT(Values(*device, 0, 8, kRawWords), ElementsAre(-1, 6, 6, -1, 5, 10, 4, -1));
+  now_ = (137134 - 44) / 2 * kSecond / 48000 + 1;
+  EXPECT_TRUE(device->HostGone());
+}
+
 }  // namespace
 }  // namespace vantoscope
