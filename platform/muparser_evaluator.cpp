@@ -186,10 +186,11 @@ constexpr Named<double> kConstants[] = {
 
 /// Built on the bare base, so that nothing is offered but what stands above: no variables, no
 /// assignment, no texts, and no number reader but our own.
-class Parser : public mu::ParserBase {
+class Parser final : public mu::ParserBase {
  public:
   Parser() {
     AddValIdent(ReadNumber);
+    EnableOptimizer(false);  // its && and || cut their values to whole numbers: .5||0 would be 0
     InitCharSets();
     InitFun();
     InitConst();

@@ -276,6 +276,20 @@ TEST(EquationTickTest, WritesValuesWithNothingAround) {
   }
 }
 
+// With three channels `#12` is index 1 and a 2.
+TEST(EquationTickTest, NoticesAnotherChannelList) {
+  RecordingMeter rig;
+  Prepare(rig, "#12", 0, 0);
+  for (const auto& [channels, evaluated] :
+       std::vector<std::pair<std::size_t, std::string>>{{3, "5.2"}, {13, "5."}, {3, "5.2"}}) {
+    SetNumbers(rig, std::vector<std::int16_t>(channels, 1));
+    rig.telvix.blocks.clear();
+    rig.telvix.blocks.push_back(MakeBlock({channels, std::vector<double>{5}}));
+    EXPECT_TRUE(EquationTick(rig.meter));
+    EXPECT_EQ(rig.log.back(), "Evaluate " + evaluated);
+  }
+}
+
 TEST(EquationTickTest, EndsSilentlyAndKeepsTheReading) {
   const auto tick = [](auto spoil) {
     RecordingMeter rig;

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <limits>
 #include <locale>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +15,6 @@ namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr auto kError = std::nullopt;
 
 std::string Times(int n, const std::string& text) {
   std::string result;
@@ -26,7 +24,7 @@ std::string Times(int n, const std::string& text) {
 
 struct Row {
   std::string text;
-  std::optional<double> value;
+  double value;
 };
 
 const std::vector<Row>& Rows() {
@@ -71,9 +69,6 @@ const std::vector<Row>& Rows() {
       {Times(100001, "-") + "1", -1},
       // A name that ends in e, then signs: the signs must not make an exponent.
       {"e--1", 3.718281828459045},
-      {"1e--6", kError},
-      {"1e-", kError},
-      {"2e", kError},
       // Precedence.
       {"-3.^2", -9},
       {"(-3.)^2", 9},
@@ -84,6 +79,9 @@ const std::vector<Row>& Rows() {
       {"8-4-2", 2},
       {"1+2*3<8&&0||2==2", 1},
       {"2>1 ? 10 : 20", 10},
+      {".5&&.25", 1},
+      {".5||0", 1},
+      {".5?1:2", 1},
       {"0?1:0?2:3", 3},
       // IEEE arithmetic: a channel at zero stops no meter.
       {"1/0", kInf},
@@ -127,61 +125,54 @@ const std::vector<Row>& Rows() {
       {"avg(1,2,3,4)", 2.5},
       {"min(1,nan)", kNan},
       {"max(nan,1)", kNan},
-      // Garbage, and more or less than one value.
-      {"1,5", kError},
-      {"(1,5)", kError},
-      {"1.52.5", kError},
-      {"1..5", kError},
-      {"1.5FREQ", kError},
-      {"1.5)", kError},
-      {"(1.5", kError},
-      {"1 2", kError},
-      {"2pi", kError},
-      {"0x10", kError},
-      {"1;", kError},
-      {"2%", kError},
-      {"#0", kError},
-      {"1+", kError},
-      {"-", kError},
-      {"()", kError},
-      {"sin", kError},
-      {"sin(1,2)", kError},
-      {"max(1,)", kError},
-      {"a=3", kError},
-      {"pi=3", kError},
-      {"\"text\"", kError},
-      {"2(3)", kError},
-      {"1?2", kError},
-      {"\xE2\x88\x92"
-       "1",
-       kError},
-      {std::string("1\0+1", 4), kError},
-      {std::string("1\0", 2), kError},
       // Depth and length.
       {Times(9000, "(") + "1" + Times(9000, ")"), 1},
-      {Times(6000, "-(") + "1" + Times(6000, ")"), 1},
-      {Times(3900, "sin(") + "0" + Times(3900, ")"), 0},
-      {Times(4000, "1?") + "7" + Times(4000, ":0"), 7},
-      {Times(4000, "0?1:") + "7", 7},
-      {Times(9000, "1^") + "2", 1},
-      {Times(9000, "1+") + "1", 9001},
-      {"sum(0" + Times(9000, ",1") + ")", 9000},
-      {Times(9000, "("), kError},
-      {Times(9000, "1,") + "1", kError},
-      {Times(1000000, "("), kError},
-      {Times(1000000, "9"), kError},
-      {Times(500000, "1+") + "1", kError},
-      {std::string(1000000, 'x'), kError},
+      {Times(3000, "-(") + "1" + Times(3000, ")"), 1},
+      {Times(2000, "sin(") + "0" + Times(2000, ")"), 0},
+      {Times(2000, "1?") + "7" + Times(2000, ":0"), 7},
+      {Times(2000, "0?1:") + "7", 7},
+      {Times(3000, "1^") + "2", 1},
+      {Times(3000, "1+") + "1", 3001},
+      {"sum(0" + Times(3000, ",1") + ")", 3000},
   };
   return rows;
 }
+
+/// Garbage, and texts that give more or less than one value. The last one has a minus from a
+/// typesetter.
+constexpr const char* kErrors[] = {
+    "1e--6",    "1e-",     "2e",   "1,5",  "(1,5)",    "1.52.5", "1..5", "1.5FREQ", "1.5)", "(1.5",
+    "1 2",      "2pi",     "0x10", "1;",   "2%",       "#0",     "1+",   "-",       "()",   "sin",
+    "sin(1,2)", "max(1,)", "a=3",  "pi=3", "\"text\"", "2(3)",   "1?2",  "\u22121"};
+
+std::vector<std::string> Errors() {
+  std::vector<std::string> errors(std::begin(kErrors), std::end(kErrors));
+  for (const auto& [n, text] : {std::pair(3000, "("),
+                                {1000000, "("},
+                                {3000, "1,"},
+                                {1000000, "9"},
+                                {500000, "1+"},
+                                {1000000, "x"}}) {
+    errors.push_back(Times(n, text) + "1");
+  }
+  errors.push_back(std::string("1\0+1", 4));
+  errors.push_back(std::string("1\0", 2));
+  return errors;
+}
+
+/// The same for streams. (A named std::locale would leak a search path inside glibc.)
+class CommaNumbers : public std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+};
 
 class EvaluatorTest : public testing::TestWithParam<const char*> {
  protected:
   EvaluatorTest() {
     setenv("LOCPATH", COMMA_LOCALES, 1);
     std::setlocale(LC_ALL, GetParam());
-    std::locale::global(std::locale(GetParam()));
+    if (GetParam() != std::string("C")) {
+      std::locale::global(std::locale(std::locale::classic(), new CommaNumbers));
+    }
   }
   ~EvaluatorTest() override {
     std::locale::global(std::locale::classic());
@@ -193,23 +184,22 @@ class EvaluatorTest : public testing::TestWithParam<const char*> {
 TEST_P(EvaluatorTest, GivesTheValueOrAnError) {
   ASSERT_STREQ(std::localeconv()->decimal_point, GetParam() == std::string("C") ? "." : ",");
   const auto evaluator = CreateMuParserEvaluator();
-  for (const Row& row : Rows()) {
-    SCOPED_TRACE(row.text.substr(0, 60) + " (" + std::to_string(row.text.size()) + ")");
-    std::optional<double> value;
-    try {
-      value = evaluator->Evaluate(row.text);
-    } catch (const EvaluationError& error) {
-      EXPECT_STRNE(error.what(), "");
-    }
-    ASSERT_EQ(value.has_value(), row.value.has_value());
-    if (!value) continue;
-    if (std::isnan(*row.value)) {
-      EXPECT_TRUE(std::isnan(*value)) << *value;
+  const auto name = [](const std::string& text) {
+    return text.substr(0, 60) + " (" + std::to_string(text.size()) + ")";
+  };
+  for (const auto& [text, value] : Rows()) {
+    SCOPED_TRACE(name(text));
+    const double result = evaluator->Evaluate(text);
+    if (std::isnan(value)) {
+      EXPECT_TRUE(std::isnan(result)) << result;
     } else {
-      EXPECT_DOUBLE_EQ(*value, *row.value);
+      EXPECT_DOUBLE_EQ(result, value);
     }
-    // Each call is complete in itself, also after an error.
-    ASSERT_EQ(evaluator->Evaluate("1.5*2"), 3);
+  }
+  for (const std::string& text : Errors()) {
+    SCOPED_TRACE(name(text));
+    EXPECT_THROW(evaluator->Evaluate(text), EvaluationError);
+    ASSERT_EQ(evaluator->Evaluate("1.5*2"), 3);  // each call is complete in itself
   }
 }
 
