@@ -99,26 +99,34 @@ bool IsAt(const std::string& path, const Descriptor& file) {
          open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino;
 }
 
+Descriptor OpenLock(const std::string& path) {
+  // First as a file that is there: a creating open would wait for everybody else in the folder.
+  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOCTTY;
+  Descriptor file(open(path.c_str(), kFlags));
+  if (file.Get() >= 0) return file;
+  if (errno != ENOENT) Fail();
+  Descriptor made(open(path.c_str(), kFlags | O_CREAT, 0666));
+  if (made.Get() < 0) Fail();
+  return made;
+}
+
 /// The lock beside the file, held until the result is closed.
 Descriptor Lock(const std::string& path, std::chrono::milliseconds patience) {
-  const std::string lock_path = path + ".lock";
   const auto deadline = std::chrono::steady_clock::now() + patience;
-  constexpr auto kLongestPause = std::chrono::microseconds(2000);
-  auto pause = std::chrono::microseconds(100);
+  constexpr auto kLongestPause = std::chrono::microseconds(4000);
+  auto pause = std::chrono::microseconds(250);
   for (;;) {
-    Descriptor file(open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666));
-    if (file.Get() < 0) Fail();
-    if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0) {
-      // The lock on a file that somebody took away in the meantime excludes nobody.
-      if (IsAt(lock_path, file)) return file;
-    } else if (errno != EWOULDBLOCK && errno != EINTR) {
-      Fail();
+    Descriptor file = OpenLock(path);
+    while (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK && errno != EINTR) Fail();
+      if (std::chrono::steady_clock::now() >= deadline) {
+        throw std::runtime_error("another program holds " + path);
+      }
+      std::this_thread::sleep_for(pause);
+      pause = std::min(pause * 2, kLongestPause);
     }
-    if (std::chrono::steady_clock::now() >= deadline) {
-      throw std::runtime_error("another program holds " + lock_path);
-    }
-    std::this_thread::sleep_for(pause);
-    pause = std::min(pause * 2, kLongestPause);
+    // The lock on a file that somebody took away in the meantime excludes nobody.
+    if (IsAt(path, file)) return file;
   }
 }
 
@@ -163,7 +171,7 @@ void WriteKey(const std::string& file, std::string_view section, std::string_vie
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
   if (error) throw std::system_error(error);
-  const Descriptor lock = Lock(path, patience);
+  const Descriptor lock = Lock(path + ".lock", patience);
   const std::optional<FileContent> old = ReadFile(path);
   const auto changed = WithProfileValue(old ? old->text : "", section, key, value);
   if (changed) ReplaceFile(path, *changed, old ? &old->status : nullptr);

@@ -173,9 +173,20 @@ void WindowPlace::Apply() {
     StartPlacing();
     return;
   }
-  if (HasPosition()) window_.move(wanted_.topLeft().toPoint());
   const QSizeF client = ClientSize();
   window_.resize(std::max(1, qRound(client.width())), std::max(1, qRound(client.height())));
+  // Last: a change of size makes the toolkit take the position for that of the client area.
+  if (HasPosition()) window_.windowHandle()->setFramePosition(wanted_.topLeft().toPoint());
+}
+
+// The toolkit's own flag would make a new native window.
+void WindowPlace::SetAbove(bool above) {
+  if (x11_) {
+    x11_->SetAbove(above);
+  } else {
+    window_.windowHandle()->setFlag(Qt::WindowStaysOnTopHint, above);
+  }
+  if (above && window_.isVisible()) window_.raise();
 }
 
 void WindowPlace::Show() {

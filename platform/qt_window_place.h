@@ -38,6 +38,8 @@ class WindowPlace {
 
   /// Follows a change of the window's frame: the outer rectangle stays.
   void SetFramed(bool framed);
+  /// Keeps the window above all others, or no longer.
+  void SetAbove(bool above);
   /// Shows the window at its place, on a screen that exists. Without a position the platform
   /// chooses.
   void Show();
@@ -62,7 +64,7 @@ class WindowPlace {
   QRectF wanted_;
   bool has_left_ = false;  // asked for, or chosen by the platform already
   bool has_top_ = false;
-  bool known_ = false;   // settled_ is what the screen shows
+  bool known_ = false;    // settled_ is what the screen shows
   bool placing_ = false;  // the window manager is still about to frame and place the window
   QRect settled_;         // device pixels that stand for wanted_
   QMargins frame_;        // device pixels, as last seen

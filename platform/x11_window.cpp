@@ -1,5 +1,6 @@
 #include "platform/x11_window.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -30,11 +31,14 @@ X11Window::X11Window(xcb_connection_t* connection, xcb_window_t window)
       root_(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root) {}
 
 xcb_atom_t X11Window::Atom(std::string_view name) {
+  const auto known = atoms_.find(name);
+  if (known != atoms_.end()) return known->second;
   const auto reply = Owned(xcb_intern_atom_reply(
       connection_,
       xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()),
       nullptr));
-  return reply ? reply->atom : XCB_ATOM_NONE;
+  if (!reply) return {};
+  return atoms_[name] = reply->atom;
 }
 
 std::vector<std::uint32_t> X11Window::Numbers(xcb_window_t window, std::string_view property,
@@ -70,8 +74,7 @@ std::optional<QRect> X11Window::Client() {
   const auto geometry_cookie = xcb_get_geometry(connection_, window_);
   const auto origin_cookie = xcb_translate_coordinates(connection_, window_, root_, 0, 0);
   const auto geometry = Owned(xcb_get_geometry_reply(connection_, geometry_cookie, nullptr));
-  const auto origin =
-      Owned(xcb_translate_coordinates_reply(connection_, origin_cookie, nullptr));
+  const auto origin = Owned(xcb_translate_coordinates_reply(connection_, origin_cookie, nullptr));
   if (!geometry || !origin) return std::nullopt;
   return QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
 }
@@ -83,16 +86,30 @@ std::optional<QMargins> X11Window::Frame() {
   return QMargins(width(0), width(2), width(1), width(3));  // the property: left right top bottom
 }
 
-void X11Window::RequestFrame() {
+void X11Window::SendToManager(std::string_view type, const std::array<std::uint32_t, 4>& data) {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
   message.window = window_;
-  message.type = Atom("_NET_REQUEST_FRAME_EXTENTS");
+  message.type = Atom(type);
+  std::copy(data.begin(), data.end(), message.data.data32);
   xcb_send_event(connection_, 0, root_,
                  XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                  reinterpret_cast<const char*>(&message));
   xcb_flush(connection_);
+}
+
+void X11Window::RequestFrame() { SendToManager("_NET_REQUEST_FRAME_EXTENTS", {}); }
+
+// A manager reads the property when it takes the window, and listens to messages from then on.
+void X11Window::SetAbove(bool above) {
+  const xcb_atom_t state = Atom("_NET_WM_STATE_ABOVE");
+  if (!IsPlaced() || !HasManager()) {
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, Atom("_NET_WM_STATE"),
+                        XCB_ATOM_ATOM, 32, above ? 1 : 0, &state);
+  }
+  constexpr std::uint32_t kFromApplication = 1;
+  SendToManager("_NET_WM_STATE", {above ? 1U : 0U, state, 0, kFromApplication});
 }
 
 bool X11Window::PositionIsOuterCorner() {

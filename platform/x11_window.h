@@ -7,6 +7,8 @@
 
 #include <QMargins>
 #include <QRect>
+#include <array>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -29,16 +31,21 @@ class X11Window {
   void RequestFrame();
   /// Asks for a place: `client` without the frame, `frame` around it.
   void Place(const QRect& client, const QMargins& frame);
+  /// Keeps the window above all others, or no longer, as its manager's state of the window.
+  void SetAbove(bool above);
 
  private:
+  void SendToManager(std::string_view type, const std::array<std::uint32_t, 4>& data);
   std::vector<std::uint32_t> Numbers(xcb_window_t window, std::string_view property,
                                      std::uint32_t count);
+  /// `name` is a literal.
   xcb_atom_t Atom(std::string_view name);
   bool PositionIsOuterCorner();
 
   xcb_connection_t* connection_;
   xcb_window_t window_;
   xcb_window_t root_;
+  std::map<std::string_view, xcb_atom_t> atoms_;
 };
 
 }  // namespace vantoscope

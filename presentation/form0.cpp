@@ -10,6 +10,7 @@
 #include <QWindow>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "presentation/reading_label.h"
 #include "presentation/settings_button.h"
@@ -71,8 +72,9 @@ Form0::Form0(bool take_focus)
   connect(shortcut, &QShortcut::activated, this, [this] {
     if (border_style_ != kBare) OnCommand1Click();
   });
-  connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { place_.KeepOnScreen(); },
-          Qt::QueuedConnection);
+  connect(
+      qGuiApp, &QGuiApplication::screenRemoved, this, [this] { place_.KeepOnScreen(); },
+      Qt::QueuedConnection);
   timer2_.start();
 }
 
@@ -82,6 +84,12 @@ void Form0::LookAgain() {
   const QRectF before = place_.Outer();
   place_.Invalidate();
   if (place_.Outer().size() != before.size()) RaiseResize();
+}
+
+void Form0::Unload() {
+  if (!OnUnload) return;
+  LookAgain();
+  std::exchange(OnUnload, nullptr)();
 }
 
 std::string Form0::Title() { return windowTitle().toStdString(); }
@@ -107,14 +115,11 @@ void Form0::SetHeight(Twips height) {
 
 void Form0::SetBorderStyle(std::int16_t style) {
   border_style_ = style;
-  ChangeFlag(Qt::FramelessWindowHint, style == kBare);
+  // In place: hiding the window for it would let it flicker and lose the keyboard.
+  const bool bare = style == kBare;
+  overrideWindowFlags(windowFlags().setFlag(Qt::FramelessWindowHint, bare));
+  windowHandle()->setFlag(Qt::FramelessWindowHint, bare);
   place_.SetFramed(style != kBare);
-}
-
-// The flags change in place: hiding the window for it would let it flicker and lose the keyboard.
-void Form0::ChangeFlag(Qt::WindowType flag, bool on) {
-  overrideWindowFlags(windowFlags().setFlag(flag, on));
-  windowHandle()->setFlag(flag, on);
 }
 
 void Form0::SetLayeredAlpha(std::uint8_t alpha) {
@@ -126,9 +131,7 @@ void Form0::SetLayeredAlpha(std::uint8_t alpha) {
 }
 
 void Form0::SetWindowPos(std::int16_t insert_after) {
-  if (insert_after != -1 && insert_after != -2) return;
-  ChangeFlag(Qt::WindowStaysOnTopHint, insert_after == -1);
-  if (insert_after == -1) raise();
+  if (insert_after == -1 || insert_after == -2) place_.SetAbove(insert_after == -1);
 }
 
 Points Form0::ClientWidth() { return PointsFromPixels(place_.ClientSize().width()); }
@@ -192,8 +195,7 @@ void Form0::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void Form0::closeEvent(QCloseEvent* event) {
-  LookAgain();
-  if (OnUnload) OnUnload();
+  Unload();
   event->accept();
 }
 

@@ -31,6 +31,8 @@ class Form0 final : public QWidget, public MeterWindow {
   void Open();
   /// Brings position and size up to date with the screen, ahead of events still on their way.
   void LookAgain();
+  /// Raises OnUnload if that has not happened yet.
+  void Unload();
 
   std::string Title() override;
   void SetTitle(std::string_view title) override;
@@ -69,7 +71,6 @@ class Form0 final : public QWidget, public MeterWindow {
   void closeEvent(QCloseEvent* event) override;
 
  private:
-  void ChangeFlag(Qt::WindowType flag, bool on);
   void RaiseResize();
 
   ReadingLabel* label1_;

@@ -48,11 +48,12 @@ SettingsButton::SettingsButton(QWidget* parent) : QPushButton(parent) {
 void SettingsButton::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
-  const QColor plate = isDown() ? QColor(0xc9, 0xd6, 0xe4) : underMouse() ? QColor(0xe3, 0xee, 0xfa)
-                                                                          : QColor(0xf6, 0xf7, 0xf8);
+  const QColor plate = isDown()       ? QColor(0xc9, 0xd6, 0xe4)
+                       : underMouse() ? QColor(0xe3, 0xee, 0xfa)
+                                      : QColor(0xf6, 0xf7, 0xf8);
   const bool marked = hasFocus() || underMouse();
-  painter.setPen(QPen(marked ? QColor(0x2a, 0x6f, 0xbb) : QColor(0x6b, 0x72, 0x7a),
-                      hasFocus() ? 2 : 1));
+  painter.setPen(
+      QPen(marked ? QColor(0x2a, 0x6f, 0xbb) : QColor(0x6b, 0x72, 0x7a), hasFocus() ? 2 : 1));
   painter.setBrush(plate);
   const double inset = hasFocus() ? 1 : 0.5;
   painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kCornerRadius,

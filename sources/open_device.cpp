@@ -6,6 +6,7 @@
 
 #include "sources/device_text.h"
 #include "sources/mqtt_device.h"
+#include "sources/recording.h"
 #include "sources/simulator.h"
 
 namespace vantoscope {
@@ -53,8 +54,8 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock) {
                       " has the models 64 and 32.");
   }
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
-  if (device.kind == "MQ") return OpenMqttDevice(device);
-  throw SourceError("The device '" + text + "' is of a kind that this program was built without.");
+  if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock));
+  return OpenMqttDevice(device);
 }
 
 }  // namespace vantoscope

@@ -22,6 +22,7 @@ namespace vantoscope::test {
 namespace {
 
 constexpr Milliseconds kPollInterval(4);
+constexpr Milliseconds kBetweenClicks(40);  // quick fingers
 constexpr std::uint32_t kShiftKey = 0xffe1;
 
 struct Free {
@@ -237,7 +238,9 @@ void XSession::StartAccessibility() {
   environment_["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
 }
 
-std::string XSession::DisplayName() const { return ":" + std::to_string(display_); }
+std::string XSession::DisplayName() const {
+  return std::string(":").append(std::to_string(display_));
+}
 
 std::unique_ptr<Process> XSession::Start(const std::vector<std::string>& arguments,
                                          const Environment& extra) {
@@ -451,6 +454,8 @@ void XSession::Click(int x, int y) {
 
 void XSession::DoubleClick(int x, int y) {
   Click(x, y);
+  // A window manager sees each press first and swallows one that comes too soon after another.
+  std::this_thread::sleep_for(kBetweenClicks);
   Click(x, y);
 }
 

@@ -1,0 +1,15 @@
+// The toolkit's application object, made so that nothing of the desktop costs or changes a meter.
+#pragma once
+
+#include <QApplication>
+#include <memory>
+#include <string>
+
+namespace vantoscope {
+
+/// `program` is the only argument the toolkit sees: the rest of the command line is the meter's.
+/// Number formats of the process are those of the "C" locale afterwards. Without a display it says
+/// so on standard error and ends the process with exit code 1.
+std::unique_ptr<QApplication> CreateApplication(std::string program);
+
+}  // namespace vantoscope

@@ -1,0 +1,86 @@
+// What CSV and sound recordings share: the channel list, the words behind the values, and the
+// samples of a channel packed into memory without loss.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "sources/device.h"
+
+namespace vantoscope {
+
+/// A range of values; `low` <= `high`.
+struct Range {
+  double low = 0;
+  double high = 0;
+};
+
+/// The smallest range that holds both.
+Range Joined(Range one, Range other);
+
+/// `range` itself, or joined with 0 (or 0 to 1) when it is a single point.
+Range NotEmpty(Range range);
+
+/// Sets low, high and the words of an analog channel: -32768 at the low end, 32767 at the high one.
+void SpreadOver(ChannelInfo& info, Range range);
+
+/// The word behind a value of that channel, the nearest of -32768 to 32767. A digital input carries
+/// its byte in bits 8 to 15.
+std::int16_t WordOf(const ChannelInfo& info, double value);
+
+/// -1, -2 or -3 for DigIn, Cntr and RCntr, small letters or capitals; 0 for any other name.
+std::int16_t SpecialNumber(std::string_view name);
+
+/// Range and words of a special channel. Digital input: a byte; its words read as signed, so the
+/// range starts at -128. Counters: four words a count.
+void SetSpecialRange(ChannelInfo& info);
+
+/// Places of the columns in the channel list: file order, but with special columns in front of the
+/// last analog one, since a list starts with an analog channel and ends with its highest number.
+/// `special` tells for each column whether it is one.
+std::vector<std::size_t> ListOrder(const std::vector<bool>& special);
+
+/// Samples of one channel: value = offset + factor * (stored / divisor).
+class Samples {
+ public:
+  Samples() = default;
+  /// Whole numbers of a converter.
+  Samples(std::vector<std::int16_t> words, double divisor) : stored_(std::move(words)) {
+    divisor_ = divisor;
+  }
+  Samples(std::vector<std::int32_t> words, double divisor) : stored_(std::move(words)) {
+    divisor_ = divisor;
+  }
+  explicit Samples(std::vector<float> values) : stored_(std::move(values)) {}
+  /// Keeps values with up to nine decimals, as text files hold them, in the fewest bytes that give
+  /// back exactly the same doubles.
+  static Samples Packed(std::vector<double> values);
+
+  void Calibrate(double factor, double offset) {
+    factor_ = factor;
+    offset_ = offset;
+  }
+
+  [[nodiscard]] std::size_t Size() const;
+  [[nodiscard]] std::size_t BytesPerSample() const;
+  [[nodiscard]] double operator[](std::size_t index) const;
+  /// Copies the samples from `first` on to all of `values`.
+  void Copy(std::size_t first, std::span<double> values) const;
+  [[nodiscard]] Range Extent() const;
+
+ private:
+  explicit Samples(std::vector<double> values) : stored_(std::move(values)) {}
+
+  std::variant<std::vector<std::int16_t>, std::vector<std::int32_t>, std::vector<float>,
+               std::vector<double>>
+      stored_;
+  double divisor_ = 1;
+  double factor_ = 1;
+  double offset_ = 0;
+};
+
+}  // namespace vantoscope

@@ -1,0 +1,37 @@
+// Recordings, kind FI: CSV and sound files, replayed at their rate, and CSV files followed while a
+// recorder writes them. What the columns of a CSV file mean stands in csv_layout.h.
+#pragma once
+
+#include <memory>
+
+#include "sources/clock.h"
+#include "sources/device.h"
+#include "sources/device_text.h"
+
+namespace vantoscope {
+
+/// The rest is the path. Options:
+///   follow        show what a recorder appends to the CSV file
+///   loop          replay over and over, by the clock alone, so all meters are in step
+///   start=S       replay so that scan 0 is taken S seconds after the Unix epoch; without loop it
+///   is
+///                 the time of opening and shows in the device text, so that whoever opens that
+///                 text is in step
+///   rate=R        scans per second, 0.001 to 1000000; else that of the sound file, that of the
+///                 times in the CSV file, or 1
+///   range=LO..HI  range of the analog channels. CSV: the values stay what they are, and the
+///                 range grows to enclose them. Sound: the values that full scale stands for
+///
+/// Replay: the first scan stands for everything before scan 0, and the host is gone after the last
+/// one. The range of a CSV channel is that of its values.
+///
+/// Follow: blocks come from the newest 32768 scans; of a file of more than 32 MiB only the end is
+/// read. Without range= it is the smallest of 1, 2, 5, 10, 20 ... to both sides that holds twice
+/// the values there are at opening; later values widen low and high, and clip in the raw words.
+///
+/// Both: the host is gone when the file vanishes, is replaced or is truncated. Special channels
+/// (DigIn, Cntr, RCntr) are columns of these names. Analog channels are numbered from 1 in file
+/// order. Throws SourceError with what, which and why.
+std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock);
+
+}  // namespace vantoscope

@@ -1,0 +1,26 @@
+// What an assistive program is told about the windows of another process, over the accessibility
+// bus.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace vantoscope::test {
+
+struct AccessibleItem {
+  std::string role;  ///< such as "push button"
+  std::string name;
+  bool focusable = false;
+  bool enabled = false;
+};
+
+/// Connects to the accessibility bus of this display. Once per process, before AccessibleItems.
+void ConnectToAccessibility(const std::string& display, const std::string& session_bus);
+
+/// Everything in the windows of `pid` whose title begins with `title`, parents first; the windows
+/// themselves are part of it.
+std::vector<AccessibleItem> AccessibleItems(pid_t pid, const std::string& title);
+
+}  // namespace vantoscope::test

@@ -1,0 +1,44 @@
+// A folder that lives as long as its test, and files in it.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace vantoscope::test {
+
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    std::string path = (std::filesystem::temp_directory_path() / "vantoscope.XXXXXX").string();
+    if (mkdtemp(path.data()) == nullptr) std::abort();
+    path_ = path;
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  ~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+
+  std::string operator/(std::string_view name) const { return (path_ / name).string(); }
+  [[nodiscard]] std::string Path() const { return path_.string(); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+inline std::string FileBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteBytes(const std::string& path, std::string_view bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+}  // namespace vantoscope::test
