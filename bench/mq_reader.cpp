@@ -40,7 +40,7 @@ int Run(const std::string& text, double run_seconds) {
   MqttDevice device(full.model, ParseMqttAddress(full));
   device.Start();
   const auto start_by = steady_clock::now() + seconds(5);
-  while (!device.GetData(1, kEngineeringUnits) && steady_clock::now() < start_by) {
+  while (!device.GetData(100, kEngineeringUnits) && steady_clock::now() < start_by) {
     std::this_thread::sleep_for(milliseconds(5));
   }
   const std::int64_t first = device.ScansSince(-1, 1).first;

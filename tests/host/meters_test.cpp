@@ -53,7 +53,7 @@ class MetersTest : public testing::Test {
 TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
   const char* const path = std::getenv("VANTOSCOPE_ECG");
   if (path == nullptr) GTEST_SKIP() << "VANTOSCOPE_ECG does not name the recording";
-  // A raw word read from the source of the recording with od. It comes two seconds from now.
+  // A raw word read from the source of the recording with od. It comes four seconds from now.
   constexpr std::int64_t kIndex = 54321;
   constexpr int kWord = 1069;
   constexpr double kRate = 360;
@@ -62,7 +62,7 @@ TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
                          .count();
   std::ostringstream from;
   from.precision(17);
-  from << "FI64:" << path << "?start=" << now + 2 - kIndex / kRate << "&range=-168.96..158.715";
+  from << "FI64:" << path << "?start=" << now + 4 - kIndex / kRate << "&range=-168.96..158.715";
   StartHost(from.str());
   const auto recording = OpenDevice(from.str());
   recording->Start();
