@@ -90,7 +90,9 @@ void CheckTextValues(std::string_view text) {
   const double number = NumberFromText(text);
   Require(std::isfinite(number));
   if (BoolFromText(text) == kFalse) Require(number == 0);
-  Require(std::abs(double{RoundToInt16(number)}) <= 32768);
+  if (std::abs(number) < 32768) {
+    Require(std::abs(static_cast<double>(RoundToInt16(number)) - number) <= 0.5 || number > 32767);
+  }
 
   const float narrow = NarrowToFloat(number);
   Require(std::isfinite(narrow));

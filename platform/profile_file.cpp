@@ -113,8 +113,8 @@ Descriptor OpenLock(const std::string& path) {
 /// The lock beside the file, held until the result is closed.
 Descriptor Lock(const std::string& path, std::chrono::milliseconds patience) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
-  constexpr auto kLongestPause = std::chrono::microseconds(4000);
-  auto pause = std::chrono::microseconds(250);
+  constexpr auto kLongestPause = std::chrono::milliseconds(16);
+  auto pause = std::chrono::milliseconds(1);
   for (;;) {
     Descriptor file = OpenLock(path);
     while (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {

@@ -29,7 +29,7 @@ class ProfileFile final : public ProfileOperations {
   /// A file name without a slash leads to `folder`. A write that finds the file locked waits for
   /// `patience` and then fails; later writes to the same file do not wait again.
   explicit ProfileFile(std::string folder,
-                       std::chrono::milliseconds patience = std::chrono::seconds(10));
+                       std::chrono::milliseconds patience = std::chrono::seconds(30));
 
   /// A file that cannot be read, that is no regular file or that is larger than 64 MiB counts as
   /// missing.

@@ -148,9 +148,9 @@ std::string_view CutToBytes(std::string_view value, std::size_t limit) {
   const auto continues = [&](std::size_t at) {
     return (static_cast<unsigned char>(value[at]) & 0xC0U) == 0x80U;
   };
-  constexpr std::size_t kLongestCharacter = 4;
+  constexpr std::size_t kMostContinuations = 3;
   std::size_t cut = limit;
-  while (cut > 0 && limit - cut < kLongestCharacter && continues(cut)) --cut;
+  while (cut > 0 && limit - cut < kMostContinuations && continues(cut)) --cut;
   return value.substr(0, continues(cut) ? limit : cut);  // no lead byte near: no UTF-8 at all
 }
 

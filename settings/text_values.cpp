@@ -81,8 +81,9 @@ double BeyondDouble(std::string_view decimal) {
     const std::string_view digits = decimal.substr(exponent_at + 1);
     const auto [end, error] =
         std::from_chars(digits.data(), digits.data() + digits.size(), exponent);
-    if (error != std::errc{}) exponent = std::numeric_limits<int>::max();
-    if (error != std::errc{} && digits.front() == '-') exponent = -exponent;
+    constexpr long long kFarBeyond = std::numeric_limits<std::int32_t>::max();
+    if (error != std::errc{}) exponent = digits.front() == '-' ? -kFarBeyond : kFarBeyond;
+    exponent = std::clamp(exponent, -kFarBeyond, kFarBeyond);
   }
   const long long places = static_cast<long long>(point_at) - static_cast<long long>(first);
   const double magnitude = places + exponent > 0 ? std::numeric_limits<double>::max() : 0;

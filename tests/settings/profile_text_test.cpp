@@ -123,6 +123,7 @@ TEST(CutToBytes, CutsNoCharacterInTwo) {
       {"four bytes, one inside", a252 + "a\xF0\x9F\x98\x80", 253},
       {"character begins behind the edge", a252 + "aa\xC3\xA4", 254},
       {"no UTF-8", std::string(300, '\x80'), 254},
+      {"more bytes than a character has", a252.substr(2) + "\xF6\x80\x80\x80\x80\x80", 254},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(CutToBytes(row.value, kProfileValueLimit).size(), row.length) << row.name;

@@ -45,6 +45,7 @@ TEST(NumberFromText, ReadsTheNumberAtTheFront) {
       {"hexadecimal of other readers", "0x10", 0},
       {"too large", "-1e999", -DBL_MAX},
       {"exponent too large for any integer", "1e99999999999999999999", DBL_MAX},
+      {"largest exponent of 64 bits", "12e9223372036854775807", DBL_MAX},
       {"too small", "1e-999", 0},
       {"exponent too small for any integer", "1e-99999999999999999999", 0},
       {"zero with a huge exponent", "0e999", 0},
