@@ -173,15 +173,12 @@ class Host {
       if (const auto* message = std::get_if<Message>(&event)) {
         publication_.OnMessage(message->leaf, message->payload, message->retained, now);
       } else if (const auto* lost = std::get_if<Lost>(&event)) {
-        if (lost->why != last_loss_) {
-          Say("the " + address_.BrokerText() + " cannot be reached: " + lost->why +
-              "; trying again");
-        }
-        last_loss_ = lost->why;
+        SayLost(lost->why);
         publication_.OnLost();
         listening_ = false;
       } else {
         Say("connected to the " + address_.BrokerText());
+        connected_ = true;
         last_loss_.clear();
         publication_.OnConnected(now);
         // The scan topic last: what is retained under the others tells whether it matters.
@@ -193,6 +190,19 @@ class Host {
       link_.Unsubscribe(Topic("scan"));
       listening_ = false;
     }
+  }
+
+  /// Once for a loss, whatever the attempts after it meet; before the first connection, once for
+  /// each reason.
+  void SayLost(const std::string& why) {
+    if (connected_) {
+      Say("lost the " + address_.BrokerText() + ": " + why + "; trying again");
+    } else if (!lost_before_ && why != last_loss_) {
+      Say("the " + address_.BrokerText() + " cannot be reached: " + why + "; trying again");
+    }
+    lost_before_ = lost_before_ || connected_;
+    connected_ = false;
+    last_loss_ = why;
   }
 
   void PublishNew() {
@@ -228,6 +238,8 @@ class Host {
   Device& device_;
   const MqttAddress address_;
   EventQueue events_;
+  bool connected_ = false;
+  bool lost_before_ = false;
   std::string last_loss_;
   bool listening_ = false;
   std::int64_t next_scan_ = -1;
