@@ -89,11 +89,6 @@ void Publication::SendScans(const RawScans& scans, std::int64_t taken_us) {
   send_("scan", EncodeScans(scans, info_.channels.size(), info_.epoch, taken_us), 0);
 }
 
-void Publication::BeginEpoch(std::uint64_t epoch, Time now) {
-  info_.epoch = epoch;
-  if (phase_ == Phase::kPublishing) Begin(now);
-}
-
 void Publication::Close() {
   if (phase_ == Phase::kPublishing) SendState(false, 1, {});
   phase_ = Phase::kOver;

@@ -49,8 +49,6 @@ class Publication {
 
   /// One block, at most kMaxWireScans scans. Only while Publishing.
   void SendScans(const RawScans& scans, std::int64_t taken_us);
-  /// The indices of the device begin again.
-  void BeginEpoch(std::uint64_t epoch, Time now);
   /// Says "closed", if the root is ours.
   void Close();
 

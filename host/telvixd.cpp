@@ -29,7 +29,7 @@ using std::chrono::steady_clock;
 // A host that falls silent on the network is declared gone by its broker after 1.5 times this.
 constexpr std::chrono::seconds kKeepAlive{20};
 constexpr milliseconds kFarewell{2'000};
-// A device without a scan for so long, or for three scans, is asked whether it began again.
+// A device without a scan for so long, or three scans' time, is asked whether it began again.
 constexpr std::chrono::seconds kLookAgain{2};
 constexpr std::size_t kBlockWords = 1 << 16;
 
@@ -173,15 +173,12 @@ class Host {
       if (const auto* message = std::get_if<Message>(&event)) {
         publication_.OnMessage(message->leaf, message->payload, message->retained, now);
       } else if (const auto* lost = std::get_if<Lost>(&event)) {
-        if (lost->why != last_loss_) {
-          Say("the " + address_.BrokerText() + " cannot be reached: " + lost->why +
-              "; trying again");
-        }
-        last_loss_ = lost->why;
+        SayLost(lost->why);
         publication_.OnLost();
         listening_ = false;
       } else {
         Say("connected to the " + address_.BrokerText());
+        connected_ = true;
         last_loss_.clear();
         publication_.OnConnected(now);
         // The scan topic last: what is retained under the others tells whether it matters.
@@ -195,40 +192,58 @@ class Host {
     }
   }
 
+  /// Once for a loss, whatever the attempts after it meet; before the first connection, once for
+  /// each reason.
+  void SayLost(const std::string& why) {
+    if (connected_) {
+      Say("lost the " + address_.BrokerText() + ": " + why + "; trying again");
+    } else if (!lost_before_ && why != last_loss_) {
+      Say("the " + address_.BrokerText() + " cannot be reached: " + why + "; trying again");
+    }
+    lost_before_ = lost_before_ || connected_;
+    connected_ = false;
+    last_loss_ = why;
+  }
+
   void PublishNew() {
     const std::size_t limit =
         std::clamp<std::size_t>(kBlockWords / device_.Channels().size(), 1, kMaxWireScans);
     const auto now = steady_clock::now();
     while (true) {
-      const RawScans scans = device_.ScansSince(next_scan_, limit);
+      RawScans scans = device_.ScansSince(next_scan_, limit);
       if (scans.scans == 0) break;
       next_scan_ = scans.first + static_cast<std::int64_t>(scans.scans);
       last_scan_ = now;
+      scans.first += published_minus_own_;
       if (publication_.Publishing()) publication_.SendScans(scans, WallMicroseconds());
       if (scans.scans < limit) return;
     }
     const std::chrono::duration<double> three_scans(3 / device_.SampleRate());
     if (now - last_scan_ > std::max<std::chrono::duration<double>>(kLookAgain, three_scans)) {
       last_scan_ = now;
-      LookAgain(now);
+      LookAgain();
     }
   }
 
-  /// A device that follows the clock goes back in its indices when the clock is set back.
-  void LookAgain(steady_clock::time_point now) {
+  /// A device that follows the clock goes back in its indices when the clock is set back. What is
+  /// published rises all the same, with one index left out for the break.
+  void LookAgain() {
     const RawScans newest = device_.ScansSince(-1, 1);
     if (newest.scans == 0 || newest.first + 1 >= next_scan_) return;
     Say("the device begins again at scan " + std::to_string(newest.first));
+    published_minus_own_ += next_scan_ + 1 - newest.first;
     next_scan_ = newest.first;
-    publication_.BeginEpoch(DrawEpoch(), now);
   }
 
   Device& device_;
   const MqttAddress address_;
   EventQueue events_;
+  bool connected_ = false;
+  bool lost_before_ = false;
   std::string last_loss_;
   bool listening_ = false;
   std::int64_t next_scan_ = -1;
+  std::int64_t published_minus_own_ = 0;
   steady_clock::time_point last_scan_ = steady_clock::now();
   Publication publication_;
   MqttLink link_;  // last: its thread uses what stands above
@@ -276,7 +291,7 @@ int main(int argc, char** argv) {
       "Example:\n"
       "  mosquitto -p 1883 &\n"
       "  telvixd --from sim --to localhost:1883/lab/bench1 &\n"
-      "  vantoscope mqtt://localhost:1883/lab/bench1 Bench -1");
+      "  vantoscope -dmqtt://localhost:1883/lab/bench1 -nBench -i-1");
   CLI11_PARSE(app, argc, argv);
   try {
     return vantoscope::Run(options);

@@ -94,6 +94,24 @@ void ReportStartError(const SourceError& error, bool in_group) {
   if (!in_group) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
 }
 
+/// When the display dies, the toolkit leaves by std::exit, and what stands on the stack still lives
+/// then: the settings are saved all the same.
+class UnloadAtExit {
+ public:
+  explicit UnloadAtExit(Form0& form) {
+    open_form = &form;
+    std::atexit([] {
+      if (open_form != nullptr) open_form->Unload();
+    });
+  }
+  ~UnloadAtExit() { open_form = nullptr; }
+  UnloadAtExit(const UnloadAtExit&) = delete;
+  UnloadAtExit& operator=(const UnloadAtExit&) = delete;
+
+ private:
+  static inline Form0* open_form = nullptr;
+};
+
 int Run(int count, char** arguments) {
   const bool in_group = TakeGroupMark();
   const auto application = CreateApplication(arguments[0]);
@@ -110,10 +128,12 @@ int Run(int count, char** arguments) {
   QObject::connect(&host_timer, &QTimer::timeout, [&] { telvix.CheckHost(); });
   host_timer.start(kCheckHostMilliseconds);
   std::optional<TerminationRequests> termination;
+  const auto watch_signals = [&] {
+    if (!termination) termination.emplace([&] { CloseOnRequest(form); });
+  };
   QTimer first_event;
   first_event.setSingleShot(true);
-  QObject::connect(&first_event, &QTimer::timeout,
-                   [&] { termination.emplace([&] { CloseOnRequest(form); }); });
+  QObject::connect(&first_event, &QTimer::timeout, watch_signals);
   first_event.start(0);
 
   try {
@@ -124,10 +144,10 @@ int Run(int count, char** arguments) {
     ReportStartError(error, in_group);
     return EXIT_FAILURE;
   }
+  watch_signals();
+  const UnloadAtExit display_may_die(form);
   form.Open();
-  const int exit_code = QApplication::exec();
-  form.Unload();  // the display went away, and with it the chance to close the window
-  return exit_code;
+  return QApplication::exec();
 }
 
 }  // namespace

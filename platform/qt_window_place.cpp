@@ -1,5 +1,6 @@
 #include "platform/qt_window_place.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QThread>
@@ -86,6 +87,10 @@ WindowPlace::WindowPlace(QWidget& window) : window_(window), wanted_(window.geom
     x11_ = std::make_unique<X11Window>(connection, static_cast<xcb_window_t>(window.winId()));
     x11_->RequestFrame();
   }
+  const QMargins frame = Frame();
+  wanted_.setSize(wanted_.size() +
+                  QSizeF(frame.left() + frame.right(), frame.top() + frame.bottom()) /
+                      window.devicePixelRatioF());
   timer_.setInterval(kCheckMilliseconds);
   QObject::connect(&timer_, &QTimer::timeout, [this] { CheckPlacing(); });
 }
@@ -164,6 +169,10 @@ void WindowPlace::SetFramed(bool framed) {
   const QRectF outer = Outer();
   framed_ = framed;
   wanted_ = outer;
+  // In place: hiding the window for it would let it flicker and lose the keyboard.
+  window_.overrideWindowFlags(window_.windowFlags().setFlag(Qt::FramelessWindowHint, !framed));
+  window_.windowHandle()->setFlag(Qt::FramelessWindowHint, !framed);
+  SetAbove(above_);  // which the toolkit, not knowing of it, has just undone
   Apply();
 }
 
@@ -181,6 +190,7 @@ void WindowPlace::Apply() {
 
 // The toolkit's own flag would make a new native window.
 void WindowPlace::SetAbove(bool above) {
+  above_ = above;
   if (x11_) {
     x11_->SetAbove(above);
   } else {
@@ -209,6 +219,8 @@ void WindowPlace::StartPlacing() {
   known_ = false;
   since_show_.start();
   since_match_.invalidate();
+  matched_ = false;
+  pointer_ = QCursor::pos();
   timer_.start();
   CheckPlacing();
 }
@@ -233,6 +245,12 @@ void WindowPlace::CheckPlacing() {
   TakePosition(LogicalFromDevice(*observed));
   if (*observed == WantedOuter()) {
     if (!since_match_.isValid()) since_match_.start();
+    matched_ = true;
+  } else if (matched_ && UserDrags()) {
+    settled_ = WantedOuter();
+    placing_ = false;
+    timer_.stop();
+    return;
   } else if (!give_up) {
     since_match_.invalidate();
     const QMargins frame = Frame();
@@ -251,6 +269,12 @@ void WindowPlace::CheckPlacing() {
     placing_ = false;
     timer_.stop();
   }
+}
+
+// A quick user may already take hold of a window that has hardly appeared.
+bool WindowPlace::UserDrags() {
+  constexpr int kHandShake = 3;
+  return x11_ && x11_->ButtonIsHeld() && (QCursor::pos() - pointer_).manhattanLength() > kHandShake;
 }
 
 void WindowPlace::WaitUntilPlaced() {

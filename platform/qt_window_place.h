@@ -36,7 +36,7 @@ class WindowPlace {
   /// The client area that goes with Outer.
   QSizeF ClientSize();
 
-  /// Follows a change of the window's frame: the outer rectangle stays.
+  /// Gives the window its frame or takes it away; the outer rectangle stays.
   void SetFramed(bool framed);
   /// Keeps the window above all others, or no longer.
   void SetAbove(bool above);
@@ -56,16 +56,20 @@ class WindowPlace {
   void StartPlacing();
   void CheckPlacing();
   void Observe();
+  bool UserDrags();
   void WaitUntilPlaced();
 
   QWidget& window_;
   std::unique_ptr<X11Window> x11_;
   bool framed_ = true;
+  bool above_ = false;
   QRectF wanted_;
   bool has_left_ = false;  // asked for, or chosen by the platform already
   bool has_top_ = false;
   bool known_ = false;    // settled_ is what the screen shows
   bool placing_ = false;  // the window manager is still about to frame and place the window
+  bool matched_ = false;  // the window has been in place once since placing began
+  QPoint pointer_;        // where it was when placing began
   QRect settled_;         // device pixels that stand for wanted_
   QMargins frame_;        // device pixels, as last seen
   QTimer timer_;

@@ -112,6 +112,13 @@ void X11Window::SetAbove(bool above) {
   SendToManager("_NET_WM_STATE", {above ? 1U : 0U, state, 0, kFromApplication});
 }
 
+bool X11Window::ButtonIsHeld() {
+  const auto pointer =
+      Owned(xcb_query_pointer_reply(connection_, xcb_query_pointer(connection_, root_), nullptr));
+  constexpr int kAnyButton = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
+  return pointer && (pointer->mask & kAnyButton) != 0;
+}
+
 bool X11Window::PositionIsOuterCorner() {
   const auto hints = Numbers(window_, "WM_NORMAL_HINTS", kHintLength);
   return hints.size() < kHintLength || (hints[kHintFlags] & kHasGravity) == 0 ||

@@ -33,6 +33,8 @@ class X11Window {
   void Place(const QRect& client, const QMargins& frame);
   /// Keeps the window above all others, or no longer, as its manager's state of the window.
   void SetAbove(bool above);
+  /// True while any button of the pointer is down, wherever the pointer is.
+  bool ButtonIsHeld();
 
  private:
   void SendToManager(std::string_view type, const std::array<std::uint32_t, 4>& data);

@@ -39,8 +39,9 @@ int WholePixels(Twips twips) { return qRound(PixelsFromTwips(twips)); }
 int WholePixels(Points points) { return qRound(PixelsFromPoints(points)); }
 
 /// The native window must exist before WindowPlace watches it.
-QWidget& Prepared(QWidget& form) {
+QWidget& Prepared(QWidget& form, bool take_focus) {
   form.setWindowFlags(Qt::Tool);
+  form.setAttribute(Qt::WA_ShowWithoutActivating, !take_focus);
   form.setAttribute(Qt::WA_QuitOnClose);
   form.resize(WholePixels(kDesignClientWidth), WholePixels(kDesignClientHeight));
   form.winId();
@@ -52,8 +53,7 @@ QWidget& Prepared(QWidget& form) {
 Form0::Form0(bool take_focus)
     : label1_(new ReadingLabel(this)),
       command1_(new SettingsButton(this)),
-      place_(Prepared(*this)) {
-  setAttribute(Qt::WA_ShowWithoutActivating, !take_focus);
+      place_(Prepared(*this, take_focus)) {
   setWindowTitle(kDesignTitle);
   label1_->SetReading(kDesignCaption);
   label1_->setGeometry(rect());
@@ -115,10 +115,6 @@ void Form0::SetHeight(Twips height) {
 
 void Form0::SetBorderStyle(std::int16_t style) {
   border_style_ = style;
-  // In place: hiding the window for it would let it flicker and lose the keyboard.
-  const bool bare = style == kBare;
-  overrideWindowFlags(windowFlags().setFlag(Qt::FramelessWindowHint, bare));
-  windowHandle()->setFlag(Qt::FramelessWindowHint, bare);
   place_.SetFramed(style != kBare);
 }
 

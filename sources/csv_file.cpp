@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kMostColumns = 998;
 constexpr std::size_t kHeadBytes = std::size_t{1} << 18U;
 constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
+constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// The first lines of the file. A line without a line end is left out, unless it is the only one
@@ -68,6 +69,7 @@ CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, bool followed, CsvRows::Tak
                       (followed ? " yet" : "") +
                       "; columns are separated by comma, semicolon or tab.");
   }
+  bytes_per_line_ = head.size() / static_cast<std::size_t>(1 + std::ranges::count(head, '\n')) + 1;
   rows_ = std::make_unique<CsvRows>(layout_, std::move(take));
   file_->Seek(mark);
 }
@@ -95,9 +97,10 @@ bool CsvFile::ReadOn(std::size_t most_bytes) {
   return any;
 }
 
-void CsvFile::SkipToLast(std::uint64_t bytes) {
+void CsvFile::SkipToLast(std::size_t lines) {
+  const std::uint64_t bytes = std::max<std::uint64_t>(kLeastTail, 4 * lines * bytes_per_line_);
   const std::uint64_t size = file_->Size();
-  if (size - std::min(size, bytes) <= file_->Position()) return;
+  if (size <= file_->Position() + bytes) return;
   file_->Seek(size - bytes);
   rows_->SkipNoMore();
   inside_skipped_line_ = true;

@@ -38,12 +38,14 @@ class CsvFile {
   bool ReadOn(std::size_t most_bytes);
   /// A last line without a line end counts if it is whole.
   void Finish() { rows_->Finish(); }
-  /// Goes on at the first line that begins in the last `bytes` of the file.
-  void SkipToLast(std::uint64_t bytes);
+  /// Goes on near the end of a long file, so that at least `lines` lines should be left; four times
+  /// as many as the first lines of the file suggest, and no less than a mebibyte.
+  void SkipToLast(std::size_t lines);
 
  private:
   std::unique_ptr<RecordedFile> file_;
   CsvLayout layout_;
+  std::size_t bytes_per_line_ = 0;
   std::unique_ptr<CsvRows> rows_;
   bool inside_skipped_line_ = false;
 };

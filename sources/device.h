@@ -33,7 +33,8 @@ struct RawScans {
 };
 
 /// Every operation runs on one thread and may throw SourceError. The channel list, its ranges and
-/// the rate are known from the moment the device exists and do not change.
+/// the rate are known from the moment the device exists and do not change; but a file that is
+/// followed widens `low` and `high` (never factor and offset) when values go beyond them.
 class Device {
  public:
   Device() = default;

@@ -12,7 +12,6 @@ namespace vantoscope {
 namespace {
 
 constexpr std::size_t kHeldScans = 32768;
-constexpr std::uint64_t kTailBytes = std::uint64_t{1} << 25U;
 constexpr std::size_t kMostBytesAtOnce = std::size_t{1} << 24U;
 
 /// 1, 2, 5, 10, 20 ... and their fractions: the smallest that is not below `number`.
@@ -77,7 +76,7 @@ class Follow final : public Device {
       channels_.back().low = kInfinity;
       channels_.back().high = -kInfinity;
     }
-    csv_.SkipToLast(kTailBytes);
+    csv_.SkipToLast(kHeldScans);
     while (csv_.ReadOn(kMostBytesAtOnce)) {
     }
     rate_ = rate.value_or(steps_.Rate().value_or(1));

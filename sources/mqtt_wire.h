@@ -16,8 +16,8 @@
 //          24 8  host's wall clock when it took the newest scan, microseconds since 1970
 //          32    scans x channels signed 16-bit words, scan by scan
 //
-// The epoch is drawn anew whenever a host starts or its indices begin again, so that a restarted
-// host is never taken for the one before.
+// The epoch is drawn anew whenever a host starts, so that a restarted host is never taken for the
+// one before. Within an epoch indices only rise.
 #pragma once
 
 #include <cstddef>

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "sources/csv_file.h"
@@ -139,6 +141,8 @@ std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
   if (device.rest.empty()) {
     throw SourceError("A recording needs the path of its file, as in FI64:/data/run.csv.");
   }
+  std::error_code ignored;
+  device.rest = std::filesystem::absolute(device.rest, ignored).string();
   auto file = std::make_unique<RecordedFile>(device.rest);
   const bool is_sound = LooksLikeSound(device.rest, FirstBytes(*file));
   if (options.follow) {

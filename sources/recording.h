@@ -25,9 +25,9 @@ namespace vantoscope {
 /// Replay: the first scan stands for everything before scan 0, and the host is gone after the last
 /// one. The range of a CSV channel is that of its values.
 ///
-/// Follow: blocks come from the newest 32768 scans; of a file of more than 32 MiB only the end is
-/// read. Without range= it is the smallest of 1, 2, 5, 10, 20 ... to both sides that holds twice
-/// the values there are at opening; later values widen low and high, and clip in the raw words.
+/// Follow: blocks come from the newest 32768 scans; of a long file only the end is read. Without
+/// range= it is the smallest of 1, 2, 5, 10, 20 ... to both sides that holds twice the values there
+/// are at opening; later values widen low and high, and clip in the raw words.
 ///
 /// Both: the host is gone when the file vanishes, is replaced or is truncated. Special channels
 /// (DigIn, Cntr, RCntr) are columns of these names. Analog channels are numbered from 1 in file

@@ -78,17 +78,16 @@ std::uint64_t StepOf(double frequency, double rate) {
   return static_cast<std::uint64_t>(std::ldexp(std::fmod(frequency / rate, 1.0), 64));
 }
 
-/// A phase as a number from -0.5 up to 0.5 periods.
+/// A phase as a number from -0.5 up to 0.5 periods, by its upper half.
 double Periods(std::uint64_t phase) {
-  return std::ldexp(static_cast<double>(static_cast<std::int64_t>(phase)), -64);
+  return 0x1p-32 * static_cast<std::int32_t>(static_cast<std::uint32_t>(phase >> 32U));
 }
 
 /// sin(2 pi p) for p from -0.5 to 0.5, by the Taylor series around 0 after folding to a quarter;
 /// its first term left out is below 6e-8.
 double SineOfPeriods(double p) {
-  if (p > 0.25) p = 0.5 - p;
-  if (p < -0.25) p = -0.5 - p;
-  const double x = 2 * std::numbers::pi * p;
+  const double folded = std::copysign(0.25 - std::abs(std::abs(p) - 0.25), p);
+  const double x = 2 * std::numbers::pi * folded;
   const double s = x * x;
   return x * (1 + s * (-1.0 / 6 +
                        s * (1.0 / 120 + s * (-1.0 / 5040 + s * (1.0 / 362880 - s / 39916800)))));

@@ -111,6 +111,7 @@ Broker::Broker(const std::string& extra, bool persistent) {
   config << "per_listener_settings true\n";
   // Started by root it would change its user and lose sight of the folder.
   if (geteuid() == 0) config << "user root\n";
+  config << "log_type error\nlog_type warning\nlog_type notice\nlog_type subscribe\n";
   config << "persistence " << (persistent ? "true" : "false") << '\n'
          << "persistence_location " << folder_.string() << "/\n"
          << "listener " << port_ << " 127.0.0.1\n"

@@ -135,7 +135,7 @@ TEST_F(MqttFeedTest, AnotherListIsAnotherHost) {
       {"other order", [](HostInfo& i) { std::swap(i.channels[0], i.channels[1]); }},
       {"other number", [](HostInfo& i) { i.channels[0].number = 3; }},
       {"other factor", [](HostInfo& i) { i.channels[1].factor = 2; }},
-      {"other unit", [](HostInfo& i) { i.channels[1].unit = "A"; }},
+      {"other unit", [](HostInfo& i) { i.channels[1].unit += "2"; }},
       {"other rate", [](HostInfo& i) { i.rate = 50; }},
   };
   for (const Row& row : rows) {

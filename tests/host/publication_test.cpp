@@ -137,13 +137,5 @@ TEST_F(PublicationTest, GoesOnAfterTheBrokerWasAway) {
   EXPECT_THAT(Sent(), ElementsAre("info", "open"));
 }
 
-TEST_F(PublicationTest, TellsANewEpochBeforeItsScans) {
-  BeginPublishing();
-  host_.BeginEpoch(0xcccc, now_);
-  Info(kOwn);  // still on its way back
-  EXPECT_THAT(Sent(), ElementsAre("info", "open"));
-  EXPECT_TRUE(host_.Publishing());
-}
-
 }  // namespace
 }  // namespace vantoscope

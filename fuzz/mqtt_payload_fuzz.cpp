@@ -1,0 +1,52 @@
+// Payloads of a broker are never trusted. The input is a run of messages: a byte that says the
+// topic and whether it is retained, two bytes of length, the payload. A valid info, state and block
+// come first, so that every path behind them is in reach.
+#include <cstdlib>
+
+#include "sources/mqtt_feed.h"
+
+using namespace vantoscope;
+
+namespace {
+
+constexpr std::uint64_t kEpoch = 0x4141414141414141;
+
+std::span<const std::byte> Bytes(const std::string& text) { return std::as_bytes(std::span(text)); }
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const HostInfo info{kEpoch, "SM64", 100, {{1, "A", "m", 0, 1, 1, 0}, {2, "B", "V", 0, 1, 1, 0}}};
+  MqttFeed::Time now{};
+  MqttFeed feed(std::chrono::seconds(30));
+  feed.OnConnected(now);
+  if (size > 0 && data[0] % 2 == 0) {
+    feed.OnMessage("info", Bytes(EncodeInfo(info)), true, now);
+    feed.OnMessage("state", Bytes(EncodeState({true, kEpoch})), true, now);
+    feed.OnMessage("scan", EncodeScans({5, 1, {1, 2}}, 2, kEpoch, 0), false, now);
+  }
+  for (std::size_t at = 1; at + 3 <= size;) {
+    const std::uint8_t kind = data[at];
+    const std::size_t length =
+        std::min<std::size_t>(data[at + 1] + std::size_t{256} * data[at + 2], size - at - 3);
+    const auto payload = std::as_bytes(std::span(data + at + 3, length));
+    constexpr const char* kLeaves[] = {"info", "state", "scan", "other"};
+    now += std::chrono::milliseconds(kind);
+    if (kind % 16 == 15) feed.OnLost(now);
+    if (kind % 16 == 14) feed.OnConnected(now);
+    feed.OnMessage(kLeaves[kind % 4], payload, (kind & 0x80) != 0, now);
+    if (feed.Ready()) feed.FixChannels();
+    at += 3 + length;
+    // What a meter asks never fails and never gives a short block.
+    for (const std::size_t count : {0U, 1U, 3U, 600U}) {
+      const auto block = feed.GetData(count, kEngineeringUnits, now);
+      if (block &&
+          (block->Samples() != count || block->Channels() != feed.Info()->channels.size())) {
+        std::abort();
+      }
+    }
+    if (feed.Since(-1, 10).scans > 10) std::abort();
+    static_cast<void>(feed.HostGone(now));
+  }
+  return 0;
+}
