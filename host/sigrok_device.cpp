@@ -190,12 +190,14 @@ struct SigrokDevice::Instrument {
   void Configure() {
     for (const auto& [name, value] : settings.library) {
       if (name == "conn" || name == "serialcomm") continue;
+      std::string what = name;
+      what.append("=").append(value);
       const sr_key_info* key = sr_key_info_name_get(SR_KEY_CONFIG, name.c_str());
       GVariant* setting = key == nullptr ? nullptr : SettingValue(*key, value);
       if (setting == nullptr) {
-        throw SourceError("libsigrok has no setting " + name + "=" + value + ".");
+        throw SourceError("libsigrok has no setting " + what + ".");
       }
-      Check(sr_config_set(device, nullptr, key->key, setting), "set " + name + "=" + value);
+      Check(sr_config_set(device, nullptr, key->key, setting), "set " + what);
     }
     const auto wanted = static_cast<guint64>(std::llround(settings.rate.value_or(kUsualRate)));
     const bool named = std::ranges::any_of(

@@ -1,11 +1,10 @@
 // telvixd: acquires from one device and publishes its scans through an MQTT broker, for any number
 // of meters on any number of machines.
-#include <time.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <iostream>
 #include <memory>
 #include <mutex>
