@@ -5,22 +5,11 @@
 #include <vector>
 
 #include "meter/utf8.h"
+#include "meter/words.h"
 #include "settings/text_values.h"
 
 namespace vantoscope {
 namespace {
-
-std::vector<std::string_view> CutAtBlanks(std::string_view text) {
-  std::vector<std::string_view> tokens;
-  std::size_t begin = 0;
-  for (std::size_t blank = text.find(' '); blank != std::string_view::npos;
-       blank = text.find(' ', begin)) {
-    tokens.push_back(text.substr(begin, blank - begin));
-    begin = blank + 1;
-  }
-  tokens.push_back(text.substr(begin));
-  return tokens;
-}
 
 /// What stands behind "-" and the letter, in either case.
 std::optional<std::string_view> ValueBehind(char upper_letter, std::string_view token) {

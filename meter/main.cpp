@@ -1,6 +1,7 @@
 // The program: one process is one meter. Puts the real parts behind the seams, wires the events of
 // the window to the rules, and ends the meter in each of the ways in which it can end.
 #include <QTimer>
+#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <optional>
@@ -114,6 +115,7 @@ class UnloadAtExit {
 
 int Run(int count, char** arguments) {
   const bool in_group = TakeGroupMark();
+  std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
   const auto application = CreateApplication(arguments[0]);
   Form0 form(!in_group);
   DeviceControl telvix;

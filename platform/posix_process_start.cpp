@@ -14,22 +14,12 @@
 #include <system_error>
 #include <vector>
 
+#include "meter/words.h"
+
 extern "C" char** environ;
 
 namespace vantoscope {
 namespace {
-
-std::vector<std::string> Words(std::string_view text) {
-  std::vector<std::string> words;
-  std::size_t begin = 0;
-  for (std::size_t blank = text.find(' '); blank != std::string_view::npos;
-       blank = text.find(' ', begin)) {
-    words.emplace_back(text.substr(begin, blank - begin));
-    begin = blank + 1;
-  }
-  words.emplace_back(text.substr(begin));
-  return words;
-}
 
 std::string WithoutExe(std::string name) {
   constexpr std::string_view kEnding = ".exe";
@@ -109,7 +99,8 @@ int SpawnDetached(const std::string& program, std::vector<std::string>& words,
 }  // namespace
 
 void PosixProcessStart::Start(const std::string& command_text, int window_style) {
-  std::vector<std::string> words = Words(command_text);
+  const auto cut = CutAtBlanks(command_text);
+  std::vector<std::string> words(cut.begin(), cut.end());
   words[0] = WithoutExe(words[0]);
   std::vector<std::string> environment = EnvironmentFor(window_style);
   const int error = SpawnDetached(FindProgram(words[0]), words, environment);
