@@ -196,9 +196,17 @@ TEST_F(DialogProgramTest, AHostThatGoesAwayEndsTheMeterUnderAnyOpenBox) {
       "[Dialog1]\nWindow Top=9000\nWindow Left=1500\n"
       "[Picker1]\nWindow Top=9000\nWindow Left=6000\n"
       "[Box1]\nWindow Top=9000\nWindow Left=10500\nAverageLength=0\n");
-  auto in_dialog = StartMeter(device, "Dialog", 0);
-  auto in_picker = StartMeter(device, "Picker", 0);
-  auto in_box = StartMeter(device, "Box", 0);
+  // A meter that starts takes the keyboard: all stand before the first dialog opens.
+  const auto start = [&](const std::string& name) {
+    auto meter = StartMeter(device, name, 0);
+    const xcb_window_t form = Form(*meter, name);
+    FramedClient(form);
+    Listen(form);
+    return meter;
+  };
+  auto in_dialog = start("Dialog");
+  auto in_picker = start("Picker");
+  auto in_box = start("Box");
   OpenDialog(*in_dialog, "Dialog");
   Tab(7);
   x_.Type("99");
