@@ -29,17 +29,14 @@ std::vector<Accessible> Children(AtspiAccessible* parent) {
   return children;
 }
 
-AccessibleItem Describe(AtspiAccessible* accessible) {
-  const std::unique_ptr<AtspiStateSet, Unref> states(atspi_accessible_get_state_set(accessible));
-  return {Taken(atspi_accessible_get_role_name(accessible, nullptr)),
-          Taken(atspi_accessible_get_name(accessible, nullptr)),
-          atspi_state_set_contains(states.get(), ATSPI_STATE_FOCUSABLE) != FALSE,
-          atspi_state_set_contains(states.get(), ATSPI_STATE_ENABLED) != FALSE};
+std::string Name(AtspiAccessible* accessible) {
+  return Taken(atspi_accessible_get_name(accessible, nullptr));
 }
 
-void Collect(AtspiAccessible* accessible, std::vector<AccessibleItem>& items) {
-  items.push_back(Describe(accessible));
-  for (const Accessible& child : Children(accessible)) Collect(child.get(), items);
+void Collect(AtspiAccessible* accessible, std::vector<std::string>& spoken) {
+  spoken.push_back(Taken(atspi_accessible_get_role_name(accessible, nullptr)) + ": " +
+                   Name(accessible));
+  for (const Accessible& child : Children(accessible)) Collect(child.get(), spoken);
 }
 
 }  // namespace
@@ -50,8 +47,8 @@ void ConnectToAccessibility(const std::string& display, const std::string& sessi
   atspi_init();
 }
 
-std::vector<AccessibleItem> AccessibleItems(pid_t pid, const std::string& title) {
-  std::vector<AccessibleItem> items;
+std::vector<std::string> Spoken(pid_t pid, const std::string& title) {
+  std::vector<std::string> spoken;
   const Accessible desktop(atspi_get_desktop(0));
   for (const Accessible& application : Children(desktop.get())) {
     if (atspi_accessible_get_process_id(application.get(), nullptr) != static_cast<guint>(pid)) {
@@ -59,10 +56,10 @@ std::vector<AccessibleItem> AccessibleItems(pid_t pid, const std::string& title)
     }
     atspi_accessible_clear_cache(application.get());
     for (const Accessible& window : Children(application.get())) {
-      if (Describe(window.get()).name.starts_with(title)) Collect(window.get(), items);
+      if (Name(window.get()).starts_with(title)) Collect(window.get(), spoken);
     }
   }
-  return items;
+  return spoken;
 }
 
 }  // namespace vantoscope::test

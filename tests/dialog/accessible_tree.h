@@ -9,18 +9,11 @@
 
 namespace vantoscope::test {
 
-struct AccessibleItem {
-  std::string role;  ///< such as "push button"
-  std::string name;
-  bool focusable = false;
-  bool enabled = false;
-};
-
-/// Connects to the accessibility bus of this display. Once per process, before AccessibleItems.
+/// Connects to the accessibility bus of this display. Once per process, before Spoken.
 void ConnectToAccessibility(const std::string& display, const std::string& session_bus);
 
 /// Everything in the windows of `pid` whose title begins with `title`, parents first; the windows
-/// themselves are part of it.
-std::vector<AccessibleItem> AccessibleItems(pid_t pid, const std::string& title);
+/// themselves are part of it. Each as its role and its name, such as "push button: OK".
+std::vector<std::string> Spoken(pid_t pid, const std::string& title);
 
 }  // namespace vantoscope::test

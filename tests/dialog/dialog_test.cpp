@@ -6,49 +6,18 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QColorDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
-#include <QWindow>
 #include <cmath>
 
-namespace vantoscope {
-
-void PrintTo(const DialogFields& fields, std::ostream* out) {
-  *out << "limits " << fields.HLText << " " << fields.LLText << ", window " << fields.WSText
-       << ", equation " << fields.CalText << " " << fields.CalUnitText << ", transparency "
-       << fields.TransparencyText << ", option " << fields.Option.value_or(-1);
-}
-
-}  // namespace vantoscope
+#include "tests/dialog/example_fields.h"
 
 namespace vantoscope::test {
 namespace {
-
-const DialogFields kFields{
-    .Check4 = true,
-    .FGLabel = 0x0000ff,
-    .BGLabel = 0xffffff,
-    .HLLabel = 0x00ffff,
-    .LLLabel = 0xff0000,
-    .HLText = "1000",
-    .LLText = "-12.5",
-    .ChnIdxText = "2",
-    .EnableAlarmCheck = true,
-    .CalText = "CH1*2",
-    .CalUnitText = "bar",
-    .WSText = "20",
-    .TBCheck = true,
-    .ShowUnitCheck = false,
-    .CaptionCheck = true,
-    .BorderWidthText = "64",
-    .TransparencyText = "100",
-    .Option = kMethodAve,
-};
 
 std::string Name(const QWidget* widget) {
   return widget ? widget->objectName().toStdString() : "nothing";
@@ -66,7 +35,7 @@ class DialogTest : public testing::Test {
  protected:
   DialogTest() {
     form_.show();
-    dialog_.Fill(kFields);
+    dialog_.Fill(kEveryField);
     dialog_.show();
     dialog_.activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog_));
@@ -75,6 +44,9 @@ class DialogTest : public testing::Test {
   template <typename Widget = QWidget>
   Widget& Get(const char* name) {
     return *dialog_.findChild<Widget*>(name);
+  }
+  std::string Color(const char* name) {
+    return Get(name).palette().color(QPalette::WindowText).name().toStdString();
   }
   void Click(const char* name) {
     auto& widget = Get(name);
@@ -94,26 +66,32 @@ class DialogTest : public testing::Test {
   Dialog dialog_{&form_};
 };
 
-TEST_F(DialogTest, ShowsWhatItIsFilledWith) {
-  EXPECT_EQ(dialog_.windowTitle(), "Vanto Scope Configuration");
-  EXPECT_EQ(dialog_.Fields(), kFields);
-  EXPECT_EQ(Get<QLineEdit>("HLText").text(), "1000");
-  EXPECT_EQ(Get<QLineEdit>("LLText").text(), "-12.5");
+TEST_F(DialogTest, ShowsWhatItIsFilledWithAndGivesBackWhatTheUserDid) {
+  EXPECT_EQ(dialog_.Fields(), kEveryField);
+  DialogFields expected = kEveryField;
+  const std::tuple<const char*, std::string DialogFields::*, const char*> kTexts[] = {
+      {"WSText", &DialogFields::WSText, "1000"},
+      {"CalText", &DialogFields::CalText, "(CH1-CH2)/2"},
+      {"CalUnitText", &DialogFields::CalUnitText, "m"},
+      {"TransparencyText", &DialogFields::TransparencyText, ""},
+      {"HLText", &DialogFields::HLText, "250"},
+      {"LLText", &DialogFields::LLText, "-3.5e2"}};
+  for (const auto& [name, field, text] : kTexts) {
+    EXPECT_EQ(Get<QLineEdit>(name).text().toStdString(), kEveryField.*field) << name;
+    Retype(name, text);
+    expected.*field = text;
+  }
   EXPECT_EQ(Get<QLineEdit>("ChnIdxText").text(), "2");
   EXPECT_FALSE(Get("ChnIdxText").isEnabled());
-  EXPECT_EQ(Get<QLineEdit>("CalText").text(), "CH1*2");
-  EXPECT_EQ(Get<QLineEdit>("CalUnitText").text(), "bar");
-  EXPECT_EQ(Get<QLineEdit>("WSText").text(), "20");
-  EXPECT_EQ(Get<QLineEdit>("TransparencyText").text(), "100");
   EXPECT_TRUE(Get<QCheckBox>("EnableAlarmCheck").isChecked());
   EXPECT_FALSE(Get<QCheckBox>("ShowUnitCheck").isChecked());
-  const auto text_color = [&](const char* name) {
-    return Get(name).palette().color(QPalette::WindowText).name().toStdString();
-  };
-  EXPECT_EQ(text_color("FGLabel"), "#ff0000");
-  EXPECT_EQ(text_color("BGLabel"), "#ffffff");
-  EXPECT_EQ(text_color("HLLabel"), "#ffff00");
-  EXPECT_EQ(text_color("LLLabel"), "#0000ff");
+  const Names colors{Color("FGLabel"), Color("BGLabel"), Color("HLLabel"), Color("LLLabel")};
+  EXPECT_EQ(colors, (Names{"#030201", "#0c0b0a", "#121110", "#222120"}));
+  for (const char* name : {"RMSOption", "ShowUnitCheck", "EnableAlarmCheck"}) Click(name);
+  expected.Option = kMethodRms;
+  expected.ShowUnitCheck = true;
+  expected.EnableAlarmCheck = false;
+  EXPECT_EQ(dialog_.Fields(), expected);
 }
 
 TEST_F(DialogTest, OneOptionIsSetOrNone) {
@@ -123,9 +101,9 @@ TEST_F(DialogTest, OneOptionIsSetOrNone) {
       {kMethodCalc, "CalOption"},  {std::nullopt, nullptr},
   };
   for (const auto& [option, name] : kRows) {
-    DialogFields fields = kFields;
-    fields.Option = option;
     Dialog dialog(&form_);
+    DialogFields fields;
+    fields.Option = option;
     dialog.Fill(fields);
     Names set;
     for (const auto* button : dialog.findChildren<QRadioButton*>()) {
@@ -136,33 +114,10 @@ TEST_F(DialogTest, OneOptionIsSetOrNone) {
   }
 }
 
-TEST_F(DialogTest, GivesBackWhatTheUserDid) {
-  Retype("WSText", "1000");
-  Click("RMSOption");
-  Retype("CalText", "(CH1-CH2)/2");
-  Retype("CalUnitText", "m");
-  Click("ShowUnitCheck");
-  Retype("TransparencyText", "");
-  Retype("HLText", "250");
-  Retype("LLText", "-3.5e2");
-  Click("EnableAlarmCheck");
-  DialogFields expected = kFields;
-  expected.WSText = "1000";
-  expected.Option = kMethodRms;
-  expected.CalText = "(CH1-CH2)/2";
-  expected.CalUnitText = "m";
-  expected.ShowUnitCheck = true;
-  expected.TransparencyText = "";
-  expected.HLText = "250";
-  expected.LLText = "-3.5e2";
-  expected.EnableAlarmCheck = false;
-  EXPECT_EQ(dialog_.Fields(), expected);
-}
-
 // Texts that are no UTF-8 and colours beyond 24 bits come from files of old; looking at them does
 // not change them.
 TEST_F(DialogTest, GivesBackUntouchedWhatNobodyTouched) {
-  DialogFields fields = kFields;
+  DialogFields fields = kEveryField;
   fields.CalUnitText = "\xB5m/m";
   fields.FGLabel = -1;
   dialog_.Fill(fields);
@@ -216,23 +171,14 @@ TEST_F(DialogTest, OnlySpaceAndTheButtonsActNotEnterOrEscape) {
 }
 
 TEST_F(DialogTest, StandsAsDrawn) {
-  struct Row {
-    const char* name;
-    QRect pixels;  // from the corner of its frame
-  };
-  const Row kRows[] = {
-      {"Frame3", {8, 8, 225, 137}},           {"Frame4", {8, 152, 225, 81}},
-      {"Frame1", {248, 8, 225, 105}},         {"Frame2", {248, 120, 225, 113}},
-      {"OKButton", {68, 240, 57, 25}},        {"Command5", {216, 240, 57, 25}},
-      {"Command6", {356, 240, 57, 25}},       {"ACRMSOption", {136, 56, 73, 17}},
-      {"CalText", {24, 104, 145, 19}},        {"CalUnitText", {176, 104, 41, 19}},
-      {"ChnIdxText", {184, 24, 33, 19}},      {"TransparencyText", {144, 48, 65, 19}},
-      {"ShowUnitCheck", {8, 16, 73, 17}},     {"LLText", {96, 56, 113, 19}},
-      {"Command4", {120, 64, 17, 17}},        {"LLLabel", {144, 64, 73, 17}},
-      {"EnableAlarmCheck", {8, 88, 137, 17}},
+  const std::pair<const char*, QRect> kRows[] = {
+      // pixels from the corner of the frame
+      {"Frame3", {8, 8, 225, 137}},     {"Frame2", {248, 120, 225, 113}},
+      {"Command6", {356, 240, 57, 25}}, {"ACRMSOption", {136, 56, 73, 17}},
+      {"CalText", {24, 104, 145, 19}},  {"LLLabel", {144, 64, 73, 17}},
   };
   EXPECT_EQ(dialog_.size(), QSize(481, 274));
-  for (const Row& row : kRows) EXPECT_EQ(Get(row.name).geometry(), row.pixels) << row.name;
+  for (const auto& [name, pixels] : kRows) EXPECT_EQ(Get(name).geometry(), pixels) << name;
   QTest::mousePress(&dialog_, Qt::LeftButton, {}, QPoint(480, 273));
   dialog_.resize(600, 600);
   EXPECT_EQ(dialog_.size(), QSize(481, 274));
@@ -281,10 +227,8 @@ TEST_F(DialogTest, EveryCaptionFits) {
 }
 
 TEST_F(DialogTest, ASampleIsLegibleInEveryColour) {
-  for (const QColor color :
-       {QColor("#ffffff"), QColor("#efefef"), QColor("#ffff00"), QColor("#00ff00"),
-        QColor("#ff0000"), QColor("#808080"), QColor("#0000ff"), QColor("#000000")}) {
-    DialogFields fields = kFields;
+  for (const QColor color : {"#ffffff", "#ffff00", "#ff0000", "#808080", "#000000"}) {
+    DialogFields fields = kEveryField;
     fields.BGLabel = color.red() | color.green() << 8 | color.blue() << 16;
     dialog_.Fill(fields);
     const QImage image = Get("BGLabel").grab().toImage();
@@ -312,17 +256,14 @@ QColor InPicker(QWidget& button, const std::function<void(QColorDialog&)>& act) 
 }
 
 TEST_F(DialogTest, ThePickerStartsAtTheSampleAndOnlyOkChangesIt) {
-  const auto color = [&](const char* name) {
-    return Get(name).palette().color(QPalette::WindowText).name().toStdString();
-  };
   EXPECT_EQ(InPicker(Get("Command2"),
                      [](QColorDialog& picker) {
                        picker.setCurrentColor(QColor("#102030"));
                        picker.accept();
                      })
                 .name(),
-            "#ffffff");
-  EXPECT_EQ(color("BGLabel"), "#102030");
+            "#0c0b0a");
+  EXPECT_EQ(Color("BGLabel"), "#102030");
   EXPECT_EQ(dialog_.palette(), QPalette(QApplication::palette()));
 
   // Not at the colour that another sample got last.
@@ -332,8 +273,8 @@ TEST_F(DialogTest, ThePickerStartsAtTheSampleAndOnlyOkChangesIt) {
                        QTest::keyClick(&picker, Qt::Key_Escape);
                      })
                 .name(),
-            "#ffff00");
-  DialogFields expected = kFields;
+            "#121110");
+  DialogFields expected = kEveryField;
   expected.BGLabel = 0x302010;
   EXPECT_EQ(dialog_.Fields(), expected);
   EXPECT_TRUE(dialog_.isVisible());
@@ -348,7 +289,7 @@ class ModalDialogTest : public testing::Test {
       ASSERT_TRUE(dialog);
       act(*dialog);
     });
-    return ModalDialog(form_)(kFields);
+    return ModalDialog(form_)(kEveryField);
   }
   static void Press(QDialog& dialog, const char* button) {
     QTest::mouseClick(dialog.findChild<QPushButton*>(button), Qt::LeftButton);
@@ -361,21 +302,13 @@ TEST_F(ModalDialogTest, OkGivesTheFieldsCancelAndTheFrameGiveNothing) {
   const auto edit = [](QDialog& dialog) {
     QTest::mouseClick(dialog.findChild<QRadioButton*>("CalOption"), Qt::LeftButton);
   };
-  DialogFields expected = kFields;
+  DialogFields expected = kEveryField;
   expected.Option = kMethodCalc;
   EXPECT_EQ(Run([&](QDialog& dialog) { edit(dialog), Press(dialog, "OKButton"); }), expected);
   EXPECT_EQ(Run([&](QDialog& dialog) { edit(dialog), Press(dialog, "Command5"); }), std::nullopt);
   EXPECT_EQ(Run([&](QDialog& dialog) { edit(dialog), dialog.close(); }), std::nullopt);
   // A new opening starts afresh.
-  EXPECT_EQ(Run([&](QDialog& dialog) { Press(dialog, "OKButton"); }), kFields);
-}
-
-TEST_F(ModalDialogTest, StaysOnTopOfItsMeter) {
-  Run([&](QDialog& dialog) {
-    EXPECT_EQ(dialog.windowHandle()->transientParent(), form_.windowHandle());
-    EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
-    dialog.reject();
-  });
+  EXPECT_EQ(Run([&](QDialog& dialog) { Press(dialog, "OKButton"); }), kEveryField);
 }
 
 }  // namespace

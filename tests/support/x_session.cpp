@@ -282,9 +282,23 @@ std::unique_ptr<Process> XSession::Start(const std::vector<std::string>& argumen
   return std::make_unique<Process>(arguments, environment);
 }
 
-void XSession::EndWindowManager() {
-  window_manager_->Signal(SIGTERM);
-  window_manager_->WaitForExit();
+void XSession::AddSettings(const std::string& text) const {
+  std::filesystem::create_directories(SettingsFile().parent_path());
+  std::ofstream(SettingsFile(), std::ios::app) << text;
+}
+
+std::map<std::string, std::string> XSession::Settings(const std::string& section) const {
+  std::ifstream file(SettingsFile());
+  std::map<std::string, std::string> settings;
+  bool inside = false;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with('[')) inside = line == "[" + section + "]";
+    const std::size_t equals = line.find('=');
+    if (inside && equals != std::string::npos) {
+      settings[line.substr(0, equals)] = line.substr(equals + 1);
+    }
+  }
+  return settings;
 }
 
 void XSession::KillServer() {
@@ -347,8 +361,7 @@ void XSession::CollectWindows(xcb_window_t parent, int depth, std::vector<Window
     }
     const std::vector<std::uint32_t> pid = Numbers(child, "_NET_WM_PID");
     if (!pid.empty()) {
-      windows.push_back(
-          {child, static_cast<pid_t>(pid[0]), Title(child), attributes->override_redirect != 0});
+      windows.push_back({child, static_cast<pid_t>(pid[0]), Title(child)});
     } else if (depth > 1) {
       CollectWindows(child, depth - 1, windows);
     }
@@ -490,16 +503,6 @@ void XSession::DoubleClick(int x, int y) {
   Click(x, y);
 }
 
-void XSession::Drag(int from_x, int from_y, int to_x, int to_y) {
-  constexpr int kSteps = 8;
-  MovePointer(from_x, from_y);
-  Press();
-  for (int step = 1; step <= kSteps; ++step) {
-    MovePointer(from_x + (to_x - from_x) * step / kSteps, from_y + (to_y - from_y) * step / kSteps);
-  }
-  Release();
-}
-
 std::uint8_t XSession::KeyCode(std::uint32_t symbol, bool& shifted) {
   const xcb_setup_t* setup = xcb_get_setup(connection_);
   const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
@@ -557,12 +560,6 @@ void XSession::CloseWindow(xcb_window_t window) {
   xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
                  reinterpret_cast<const char*>(&event));
   xcb_flush(connection_);
-}
-
-QImage XSession::Screenshot() {
-  const auto screen =
-      Owned(xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, root_), nullptr));
-  return screen ? Screenshot({0, 0, screen->width, screen->height}) : QImage();
 }
 
 QImage XSession::Screenshot(const Rectangle& area) {

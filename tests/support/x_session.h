@@ -87,7 +87,6 @@ struct WindowInfo {
   xcb_window_t id = 0;
   pid_t pid = 0;
   std::string title;
-  bool override_redirect = false;  ///< menus and tooltips
 };
 
 class XSession {
@@ -105,7 +104,7 @@ class XSession {
   XSession(const XSession&) = delete;
   XSession& operator=(const XSession&) = delete;
 
-  /// The home folder of programs started here; settings stand in HomePath()/.config.
+  /// The home folder of programs started here.
   [[nodiscard]] const std::filesystem::path& HomePath() const { return home_.Path(); }
   /// What programs started here see. Changes hold for later starts.
   Environment& ProgramEnvironment() { return environment_; }
@@ -115,10 +114,13 @@ class XSession {
   std::unique_ptr<Process> Start(const std::vector<std::string>& arguments,
                                  const Environment& extra = {});
 
-  /// Starts a window manager on a display without one, and waits until it answers.
-  void StartWindowManager();
-  /// Ends the window manager; windows stay, without frames.
-  void EndWindowManager();
+  [[nodiscard]] std::filesystem::path SettingsFile() const {
+    return HomePath() / ".config/vantoscope/Vantoscope.ini";
+  }
+  void AddSettings(const std::string& text) const;
+  /// The keys and values of a section of the settings file.
+  [[nodiscard]] std::map<std::string, std::string> Settings(const std::string& section) const;
+
   /// Ends the X server at once; only the destructor may follow.
   void KillServer();
 
@@ -131,7 +133,6 @@ class XSession {
   bool WaitUntilUnmapped(xcb_window_t window, Milliseconds limit = Milliseconds(10000));
 
   bool Mapped(xcb_window_t window);
-  std::string Title(xcb_window_t window);
   /// Client area on the screen.
   Rectangle Client(xcb_window_t window);
   /// Client area and the frame the window manager drew around it.
@@ -151,8 +152,6 @@ class XSession {
   void Release(std::uint8_t button = 1);
   void Click(int x, int y);
   void DoubleClick(int x, int y);
-  /// Presses, moves in steps, releases.
-  void Drag(int from_x, int from_y, int to_x, int to_y);
   /// Presses and releases the key of an X key symbol, with Shift or Alt or Control held on request.
   void Key(std::uint32_t symbol, const std::vector<std::uint32_t>& held = {});
   /// Latin letters, digits and punctuation of the keyboard map.
@@ -160,10 +159,10 @@ class XSession {
   /// What the close button of the frame does.
   void CloseWindow(xcb_window_t window);
 
-  QImage Screenshot();
   QImage Screenshot(const Rectangle& area);
 
  private:
+  std::string Title(xcb_window_t window);
   xcb_atom_t Atom(const std::string& name);
   std::vector<std::uint8_t> Property(xcb_window_t window, const std::string& name);
   std::vector<std::uint32_t> Numbers(xcb_window_t window, const std::string& name);
@@ -172,6 +171,7 @@ class XSession {
   xcb_window_t TopLevel(xcb_window_t window);
   void Fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0);
   std::uint8_t KeyCode(std::uint32_t symbol, bool& shifted);
+  void StartWindowManager();
   void StartAccessibility();
   void SendToManager(xcb_window_t window, const std::string& type,
                      const std::array<std::uint32_t, 5>& data);

@@ -31,36 +31,8 @@ class Desk : public XSession {
                                  const std::string& index = "0") {
     return Start({VANTOSCOPE_PROGRAM, "-d" + device, "-n" + name, "-i" + index}, extra);
   }
-  [[nodiscard]] std::filesystem::path File() const {
-    return HomePath() / ".config/vantoscope/Vantoscope.ini";
-  }
-  void WriteFile(const std::string& text) const {
-    std::filesystem::create_directories(File().parent_path());
-    std::ofstream(File(), std::ios::app) << text;
-  }
-  /// The lines of a section, the heading left out.
-  [[nodiscard]] std::string Section(const std::string& name) const {
-    std::ifstream file(File());
-    std::string section;
-    bool inside = false;
-    for (std::string line; std::getline(file, line);) {
-      if (line.starts_with('[')) {
-        inside = line == "[" + name + "]";
-      } else if (inside) {
-        section += line + "\n";
-      }
-    }
-    return section;
-  }
-  [[nodiscard]] std::string Value(const std::string& section, const std::string& key) const {
-    std::istringstream lines(Section(section));
-    for (std::string line; std::getline(lines, line);) {
-      if (line.starts_with(key + "=")) return line.substr(key.size() + 1);
-    }
-    return "(none)";
-  }
   [[nodiscard]] int Number(const std::string& section, const std::string& key) const {
-    return std::stoi(Value(section, key));
+    return std::stoi(Settings(section)[key]);
   }
   /// The window stands at `place` and has stood there long enough to stay.
   bool Settles(xcb_window_t window, const Rectangle& place) {
@@ -148,10 +120,10 @@ const RestartCase kRestarts[] = {
 TEST_P(EachDesk, RestartedMetersDoNotWander) {
   Desk desk(GetParam());
   for (const RestartCase& meter : kRestarts) {
-    desk.WriteFile(Placed(std::string(meter.name) + "1", meter.left, meter.top, meter.width,
-                          meter.height, meter.border_style));
+    desk.AddSettings(Placed(std::string(meter.name) + "1", meter.left, meter.top, meter.width,
+                            meter.height, meter.border_style));
   }
-  std::vector<std::string> before;
+  std::vector<std::map<std::string, std::string>> before;
   for (int round = 0; round < 3; ++round) {
     const bool patient = round % 3 == 1;
     std::vector<std::unique_ptr<Process>> meters;
@@ -173,12 +145,12 @@ TEST_P(EachDesk, RestartedMetersDoNotWander) {
         desk.CloseWindow(window);
       }
     }
-    std::vector<std::string> after;
+    std::vector<std::map<std::string, std::string>> after;
     for (std::size_t i = 0; i < meters.size(); ++i) {
       const RestartCase& meter = kRestarts[i];
       SCOPED_TRACE(std::string(meter.name) + " round " + std::to_string(round));
       EXPECT_EQ(meters[i]->WaitForExit(), 0) << meters[i]->Errors();
-      after.push_back(desk.Section(std::string(meter.name) + "1"));
+      after.push_back(desk.Settings(std::string(meter.name) + "1"));
       EXPECT_EQ(desk.Number(std::string(meter.name) + "1", "Window Left"), meter.left);
       EXPECT_EQ(desk.Number(std::string(meter.name) + "1", "Window Top"), meter.top);
       EXPECT_EQ(desk.Number(std::string(meter.name) + "1", "Window Width"), meter.width);
@@ -194,7 +166,7 @@ TEST_P(EachDesk, RestartedMetersDoNotWander) {
 // The platform chooses the first place; from then on it is the meter's.
 TEST_P(EachDesk, FirstPlaceIsKept) {
   Desk desk(GetParam());
-  std::string first;
+  std::map<std::string, std::string> first;
   Rectangle place;
   for (int round = 0; round < 2; ++round) {
     const auto meter = desk.Meter("New");
@@ -206,10 +178,10 @@ TEST_P(EachDesk, FirstPlaceIsKept) {
     ASSERT_EQ(meter->WaitForExit(), 0);
     if (round == 1) {
       EXPECT_EQ(now, place);
-      EXPECT_EQ(desk.Section("New1"), first);
+      EXPECT_EQ(desk.Settings("New1"), first);
     }
     place = now;
-    first = desk.Section("New1");
+    first = desk.Settings("New1");
     EXPECT_EQ(desk.Number("New1", "Window Left"), place.x * kTwipsPerPixel);
     EXPECT_EQ(desk.Number("New1", "Window Top"), place.y * kTwipsPerPixel);
   }
@@ -217,7 +189,7 @@ TEST_P(EachDesk, FirstPlaceIsKept) {
 
 TEST_P(EachDesk, SwapOfLooksKeepsTheOuterRectangle) {
   Desk desk(GetParam());
-  desk.WriteFile(Placed("Swap1", 3000, 3000, 3000, 1500, 5) + "Transparency=51\n");
+  desk.AddSettings(Placed("Swap1", 3000, 3000, 3000, 1500, 5) + "Transparency=51\n");
   const auto meter = desk.Meter("Swap");
   const xcb_window_t window = desk.WaitForWindow(meter->Pid());
   const Rectangle place = {200, 200, 200, 100};
@@ -240,7 +212,7 @@ TEST_P(EachDesk, SwapOfLooksKeepsTheOuterRectangle) {
 
 TEST(Program, PointerPlacesFrameAndHostCloseReachTheFile) {
   Desk desk(true);
-  desk.WriteFile(Placed("Tank1", 3000, 3000, 3000, 1500, 5));
+  desk.AddSettings(Placed("Tank1", 3000, 3000, 3000, 1500, 5) + "Always On Top=-2\n");
   const std::filesystem::path recording = desk.HomePath() / "run.csv";
   std::ofstream(recording) << "Level [m]\n1.5\n1.6\n";
   Rectangle bare;
@@ -248,6 +220,7 @@ TEST(Program, PointerPlacesFrameAndHostCloseReachTheFile) {
     const auto meter = desk.Meter("Tank", {}, recording.string() + "?follow");
     const xcb_window_t window = desk.WaitForWindow(meter->Pid());
     ASSERT_TRUE(desk.Settles(window, {200, 200, 200, 100}));
+    EXPECT_FALSE(desk.HasState(window, "_NET_WM_STATE_ABOVE"));
     EXPECT_EQ(desk.Carry(window, 270, 208, 370, 258), (Rectangle{300, 250, 200, 100}));  // title
     const Rectangle framed = desk.Carry(window, 499, 349, 539, 379);                     // corner
     EXPECT_GT(framed.width, 230);
@@ -261,7 +234,7 @@ TEST(Program, PointerPlacesFrameAndHostCloseReachTheFile) {
     EXPECT_EQ(desk.Number("Tank1", "Window Height"), framed.height * kTwipsPerPixel);
     EXPECT_EQ(desk.Number("Tank1", "Window Left"), bare.x * kTwipsPerPixel);
     EXPECT_EQ(desk.Number("Tank1", "Window Top"), bare.y * kTwipsPerPixel);
-    EXPECT_EQ(desk.Value("Tank1", "BorderStyle"), "0");
+    EXPECT_EQ(desk.Settings("Tank1")["BorderStyle"], "0");
   }
   const auto meter = desk.Meter("Tank");
   const xcb_window_t window = desk.WaitForWindow(meter->Pid());
@@ -271,9 +244,9 @@ TEST(Program, PointerPlacesFrameAndHostCloseReachTheFile) {
 
 TEST_P(EachDesk, MeterOutsideEveryScreenComesBack) {
   Desk desk(GetParam());
-  desk.WriteFile(Placed("Right1", 100000, 1500, 3000, 1500, 0) +
-                 Placed("Above1", 1500, -2000000000, 3000, 1500, 5) +
-                 Placed("Huge1", 0, 0, 2000000000, 2000000000, 0));
+  desk.AddSettings(Placed("Right1", 100000, 1500, 3000, 1500, 0) +
+                   Placed("Above1", 1500, -2000000000, 3000, 1500, 5) +
+                   Placed("Huge1", 0, 0, 2000000000, 2000000000, 0));
   const auto right = desk.Meter("Right");
   const auto above = desk.Meter("Above");
   const auto huge = desk.Meter("Huge");
@@ -315,8 +288,7 @@ TEST(Program, EveryEndingSaves) {
       if (ending.close_button) desk.CloseWindow(window);
       if (ending.signal != 0) meter->Signal(ending.signal);
       EXPECT_EQ(meter->WaitForExit(), 0) << meter->Errors();
-      const std::string section = desk.Section(name + "1");
-      EXPECT_EQ(std::count(section.begin(), section.end(), '\n'), 24) << section;
+      EXPECT_EQ(desk.Settings(name + "1").size(), 24U);
       EXPECT_EQ(meter->Errors(), "");
     }
   }
@@ -324,35 +296,14 @@ TEST(Program, EveryEndingSaves) {
 
 TEST(Program, DeadDisplaySavesWhatIsKnown) {
   Desk desk(false);
-  desk.WriteFile(Placed("Tank1", 3000, 3000, 3000, 1500, 0));
+  desk.AddSettings(Placed("Tank1", 3000, 3000, 3000, 1500, 0));
   const auto meter = desk.Meter("Tank");
   const xcb_window_t window = desk.WaitForWindow(meter->Pid());
   ASSERT_TRUE(desk.Settles(window, {200, 200, 200, 100}));
   desk.KillServer();
   EXPECT_EQ(meter->WaitForExit(), 1);
-  EXPECT_EQ(desk.Value("Tank1", "Window Left"), "3000");
-  EXPECT_EQ(desk.Value("Tank1", "Transparency"), "100");
-}
-
-TEST(Program, OnTopGivesWayToTheDialog) {
-  Desk desk(true);
-  desk.WriteFile("[Low1]\nAlways On Top=-2\n");
-  const auto low = desk.Meter("Low");
-  const xcb_window_t low_window = desk.WaitForWindow(low->Pid());
-  const auto meter = desk.Meter("Top");
-  const xcb_window_t window = desk.WaitForWindow(meter->Pid());
-  EXPECT_FALSE(desk.HasState(low_window, "_NET_WM_STATE_ABOVE"));
-  EXPECT_TRUE(desk.HasState(window, "_NET_WM_STATE_ABOVE"));
-  const Rectangle rest = desk.Rest(window);
-  // The pointer in the left strip of the window brings the settings button.
-  desk.MovePointer(rest.x + 20, rest.y + rest.height - 20);
-  ASSERT_TRUE(WaitFor([&] {
-    desk.Click(rest.x + 25, rest.y + rest.height - 25);
-    return desk.WaitForWindow(meter->Pid(), "Vanto Scope Configuration", Milliseconds(200)) != 0;
-  }));
-  EXPECT_TRUE(WaitFor([&] { return !desk.HasState(window, "_NET_WM_STATE_ABOVE"); }));
-  desk.CloseWindow(desk.WaitForWindow(meter->Pid(), "Vanto Scope Configuration"));
-  EXPECT_TRUE(WaitFor([&] { return desk.HasState(window, "_NET_WM_STATE_ABOVE"); }));
+  EXPECT_EQ(desk.Settings("Tank1")["Window Left"], "3000");
+  EXPECT_EQ(desk.Settings("Tank1")["Transparency"], "100");
 }
 
 TEST(Program, MeterOfAGroupTakesNoFocus) {
@@ -398,7 +349,7 @@ TEST(Program, StartErrorsAreOneSentence) {
       EXPECT_THAT(message, HasSubstr(error.part_of_message));
       EXPECT_EQ(message.find('\n'), message.size() - 1) << message;
     }
-    EXPECT_FALSE(std::filesystem::exists(desk.File()));
+    EXPECT_FALSE(std::filesystem::exists(desk.SettingsFile()));
   }
 }
 
@@ -436,9 +387,9 @@ TEST(Program, AlarmColoursReachTheScreen) {
   const std::string settings =
       "Alarm Enabled=True\nBackground Color=65535\nHigh Limit Color=255\n"
       "Low Limit Color=16711680\nForeground Color=32768\n";
-  desk.WriteFile(Placed("High1", 0, 0, 4500, 1500, 0) + settings + "High Limit Value=-1000\n" +
-                 Placed("Low1", 0, 3000, 4500, 1500, 0) + settings + "Low Limit Value=900\n" +
-                 Placed("In1", 0, 6000, 4500, 1500, 0) + settings);
+  desk.AddSettings(Placed("High1", 0, 0, 4500, 1500, 0) + settings + "High Limit Value=-1000\n" +
+                   Placed("Low1", 0, 3000, 4500, 1500, 0) + settings + "Low Limit Value=900\n" +
+                   Placed("In1", 0, 6000, 4500, 1500, 0) + settings);
   const auto high = desk.Meter("High");
   const auto low = desk.Meter("Low");
   const auto in = desk.Meter("In");
