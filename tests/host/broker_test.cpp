@@ -11,6 +11,7 @@
 #include "sources/mqtt_link.h"
 #include "sources/open_device.h"
 #include "tests/host/broker.h"
+#include "tests/support/refusal.h"
 
 namespace vantoscope {
 namespace {
@@ -168,14 +169,7 @@ TEST_F(NetworkTest, AHostThatEndsIsGoneWithinTwoSeconds) {
 }
 
 TEST_F(NetworkTest, WhatCannotBeOpenedSaysWhy) {
-  const auto why = [](const std::string& text) -> std::string {
-    try {
-      OpenDevice(text);
-    } catch (const SourceError& error) {
-      return error.what();
-    }
-    return "it opened";
-  };
+  const auto why = [](const std::string& text) { return test::Refusal([&] { OpenDevice(text); }); };
   const std::string here = "mqtt://" + broker_->Tcp(kRoot) + "?wait=0.3";
   EXPECT_THAT(why(here), HasSubstr("No host publishes under \"lab/bench1\""));
   EXPECT_THAT(why("MQ64:/nowhere/socket!a"), HasSubstr("broker /nowhere/socket cannot be reached"));

@@ -118,11 +118,7 @@ TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
 }
 
 TEST_F(MqttFeedTest, AnotherListIsAnotherHost) {
-  struct Row {
-    const char* name;
-    std::function<void(HostInfo&)> change;
-  };
-  const Row rows[] = {
+  const std::pair<const char*, std::function<void(HostInfo&)>> rows[] = {
       {"fewer channels", [](HostInfo& i) { i.channels.pop_back(); }},
       {"more channels", [](HostInfo& i) { i.channels.push_back({}); }},
       {"other order", [](HostInfo& i) { std::swap(i.channels[0], i.channels[1]); }},
@@ -131,16 +127,16 @@ TEST_F(MqttFeedTest, AnotherListIsAnotherHost) {
       {"other unit", [](HostInfo& i) { i.channels[1].unit += "2"; }},
       {"other rate", [](HostInfo& i) { i.rate = 50; }},
   };
-  for (const Row& row : rows) {
+  for (const auto& [name, change] : rows) {
     for (const std::uint64_t epoch : {kEpoch, std::uint64_t{0xdef}}) {
       Open();
       Scans(0, 1);
       HostInfo other = MakeInfo(epoch);
-      row.change(other);
+      change(other);
       Info(other);
-      EXPECT_TRUE(feed_->HostGone(now_)) << row.name;
+      EXPECT_TRUE(feed_->HostGone(now_)) << name;
       Scans(50, 1, epoch);
-      EXPECT_EQ(Newest(), 0) << row.name;
+      EXPECT_EQ(Newest(), 0) << name;
     }
   }
 }

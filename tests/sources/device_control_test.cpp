@@ -5,23 +5,14 @@
 
 #include "sources/device_text.h"
 #include "sources/open_device.h"
+#include "tests/support/refusal.h"
 
 namespace vantoscope {
 namespace {
 
+using test::Refusal;
 using testing::AllOf;
 using testing::HasSubstr;
-
-/// The message of the SourceError that `call` throws.
-template <typename Call>
-std::string Refusal(Call call) {
-  try {
-    call();
-  } catch (const SourceError& error) {
-    return error.what();
-  }
-  return "no error";
-}
 
 TEST(DeviceText, RoundTripsThroughItsParts) {
   struct Row {
@@ -93,6 +84,7 @@ TEST(DeviceControl, RefusesChannelsAndBlocksThatDoNotExist) {
   for (const std::int16_t channel : std::initializer_list<std::int16_t>{-1, 12}) {
     const auto names_it = AllOf(HasSubstr(std::to_string(channel)), HasSubstr("12 channels"));
     EXPECT_THAT(Refusal([&] { control.ScaleHigh(channel); }), names_it);
+    EXPECT_THAT(Refusal([&] { control.ScaleLow(channel); }), names_it);
     EXPECT_THAT(Refusal([&] { control.ChannelNumber(channel); }), names_it);
     EXPECT_THAT(Refusal([&] { control.EngUnit(channel); }), names_it);
     EXPECT_THAT(Refusal([&] { control.LatestValue(channel); }), names_it);

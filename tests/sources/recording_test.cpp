@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <tuple>
 
 #include "sources/open_device.h"
+#include "tests/support/refusal.h"
 #include "tests/support/scratch_folder.h"
 
 namespace vantoscope {
@@ -31,16 +33,6 @@ class Recording : public testing::Test {
     std::unique_ptr<Device> device = Open(text);
     device->Start();
     return device;
-  }
-
-  /// The message of the SourceError that opening throws.
-  std::string Refusal(const std::string& text) {
-    try {
-      Open(text);
-    } catch (const SourceError& error) {
-      return error.what();
-    }
-    return "no error";
   }
 
   std::string Text(const std::string& name, const std::string& options) {
@@ -196,7 +188,7 @@ TEST_F(Recording, RefusesWithPathAndReason) {
       {Text("good.csv", "?follow&loop"), {"followed"}},
   };
   for (const auto& [text, parts] : rows) {
-    const std::string message = Refusal(text);
+    const std::string message = test::Refusal([&, path = text] { Open(path); });
     for (const char* part : parts) EXPECT_THAT(message, HasSubstr(part)) << text;
   }
 }
@@ -301,12 +293,8 @@ void WriteSound(const std::string& path, int format, int channels,
 }
 
 TEST_F(Recording, ReplaysSoundFilesOfEveryDepth) {
-  struct Row {
-    const char* name;
-    int format;
-    double step;  // of the stored numbers
-  };
-  const Row rows[] = {
+  // Name, format, step of the stored numbers.
+  const std::tuple<const char*, int, double> rows[] = {
       {"8 bit", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 0x1p-7},
       {"16 bit", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0x1p-15},
       {"24 bit", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 0x1p-23},
@@ -318,19 +306,19 @@ TEST_F(Recording, ReplaysSoundFilesOfEveryDepth) {
   };
   // Three channels whose values every depth holds exactly, but for a full scale of 1.
   const std::vector<double> frames{-1, 0.5, 0, 0.25, -0.5, 0.0078125, 0, 0.75, -0.0078125};
-  for (const Row& row : rows) {
-    WriteSound(folder_ / "a.snd", row.format, 3, frames);
+  for (const auto& [name, format, step] : rows) {
+    WriteSound(folder_ / "a.snd", format, 3, frames);
     const auto device = Running(Text("a.snd", "?start=0"));
     now_ = kSecond * 2 / 8000;
-    EXPECT_EQ(device->SampleRate(), 8000) << row.name;
-    ASSERT_EQ(device->Channels().size(), 3U) << row.name;
+    EXPECT_EQ(device->SampleRate(), 8000) << name;
+    ASSERT_EQ(device->Channels().size(), 3U) << name;
     EXPECT_EQ(device->Channels()[0].low, -1);
     for (std::size_t channel = 0; channel < 3; ++channel) {
       const std::vector<double> values = Values(*device, channel, 3);
       const std::vector<double> words = Values(*device, channel, 3, kRawWords);
       for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_NEAR(values[i], frames[i * 3 + channel], row.step) << row.name << channel << i;
-        EXPECT_EQ(words[i], std::round(values[i] * 32768)) << row.name << channel << i;
+        EXPECT_NEAR(values[i], frames[i * 3 + channel], step) << name << channel << i;
+        EXPECT_EQ(words[i], std::round(values[i] * 32768)) << name << channel << i;
       }
     }
   }
