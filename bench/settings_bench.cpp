@@ -4,8 +4,8 @@
 
 #include "platform/profile_file.h"
 #include "settings/settings.h"
-#include "tests/settings/scratch_folder.h"
 #include "tests/support/recording.h"
+#include "tests/support/scratch_folder.h"
 
 namespace vantoscope {
 namespace {

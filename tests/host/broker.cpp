@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -96,16 +95,9 @@ int ChildProcess::WaitForEnd() {
   return code_.value_or(-1);
 }
 
-std::string ChildProcess::Log() const {
-  std::ostringstream text;
-  text << std::ifstream(log_).rdbuf();
-  return text.str();
-}
+std::string ChildProcess::Log() const { return test::FileBytes(log_); }
 
 Broker::Broker(const std::string& extra, bool persistent) {
-  std::string name = std::filesystem::temp_directory_path() / "vantoscope_broker_XXXXXX";
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder for the broker");
-  folder_ = name;
   port_ = FreePort();
   std::ofstream config(folder_ / "mosquitto.conf");
   config << "per_listener_settings true\n";
@@ -113,23 +105,17 @@ Broker::Broker(const std::string& extra, bool persistent) {
   if (geteuid() == 0) config << "user root\n";
   config << "log_type error\nlog_type warning\nlog_type notice\nlog_type subscribe\n";
   config << "persistence " << (persistent ? "true" : "false") << '\n'
-         << "persistence_location " << folder_.string() << "/\n"
+         << "persistence_location " << folder_.Path() << "/\n"
          << "listener " << port_ << " 127.0.0.1\n"
-         << extra << "listener 0 " << (folder_ / "socket").string() << "\nallow_anonymous true\n";
+         << extra << "listener 0 " << folder_ / "socket"
+         << "\nallow_anonymous true\n";
   config.close();
   Start();
 }
 
-Broker::~Broker() {
-  process_.reset();
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
-}
-
 void Broker::Start() {
-  process_.emplace(
-      std::vector<std::string>{VANTOSCOPE_MOSQUITTO, "-c", (folder_ / "mosquitto.conf").string()},
-      (folder_ / "broker.log").string());
+  process_.emplace(std::vector<std::string>{VANTOSCOPE_MOSQUITTO, "-c", folder_ / "mosquitto.conf"},
+                   folder_ / "broker.log");
   if (!Eventually([this] { return Accepts(port_); })) {
     throw std::runtime_error("the broker did not start: " + process_->Log());
   }
@@ -138,6 +124,27 @@ void Broker::Start() {
 void Broker::Stop() {
   process_->Signal(SIGTERM);
   process_->WaitForEnd();
+}
+
+void BrokerTest::SetUp() {
+  if (std::string_view(VANTOSCOPE_MOSQUITTO).ends_with("NOTFOUND")) {
+    GTEST_SKIP() << "the broker mosquitto is not installed";
+  }
+  broker_.emplace();
+}
+
+std::unique_ptr<ChildProcess> BrokerTest::StartHost(const std::string& from,
+                                                    const std::string& to) {
+  const auto log = broker_->Folder() / ("host" + std::to_string(++hosts_) + ".log");
+  return std::make_unique<ChildProcess>(
+      std::vector<std::string>{VANTOSCOPE_TELVIXD, "--from", from, "--to", to}, log.string());
+}
+
+std::unique_ptr<ChildProcess> BrokerTest::StartHost(const std::string& from) {
+  auto host = StartHost(from, broker_->Tcp(kRoot));
+  EXPECT_TRUE(Eventually([&] { return host->Log().find("publishing") != std::string::npos; }))
+      << host->Log();
+  return host;
 }
 
 }  // namespace vantoscope

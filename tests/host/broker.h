@@ -1,14 +1,18 @@
 // A child process, and a private broker on a free loopback port and a Unix socket.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "tests/support/scratch_folder.h"
 
 namespace vantoscope {
 
@@ -43,24 +47,37 @@ class Broker {
  public:
   /// `extra` is added to the configuration of the TCP listener, after the general part.
   explicit Broker(const std::string& extra = "allow_anonymous true\n", bool persistent = false);
-  ~Broker();
 
   void Start();
   /// SIGTERM, as a service manager does; returns when it is gone.
   void Stop();
-  [[nodiscard]] ChildProcess& Process() { return *process_; }
   [[nodiscard]] std::string Tcp(const std::string& root) const {
     return "127.0.0.1:" + std::to_string(port_) + '/' + root;
   }
   [[nodiscard]] std::string Socket(const std::string& root) const {
-    return (folder_ / "socket").string() + '!' + root;
+    return (folder_ / "socket") + '!' + root;
   }
-  [[nodiscard]] const std::filesystem::path& Folder() const { return folder_; }
+  [[nodiscard]] std::filesystem::path Folder() const { return folder_.Path(); }
 
  private:
-  std::filesystem::path folder_;
+  test::ScratchFolder folder_;
   int port_ = 0;
   std::optional<ChildProcess> process_;
+};
+
+constexpr const char* kRoot = "lab/bench1";
+constexpr const char* kSimulator = "SM64:rate=1000,channels=12,seed=7";
+
+/// A test with a broker, skipped where none is installed.
+class BrokerTest : public testing::Test {
+ protected:
+  void SetUp() override;
+  std::unique_ptr<ChildProcess> StartHost(const std::string& from, const std::string& to);
+  /// Waits until it publishes under kRoot.
+  std::unique_ptr<ChildProcess> StartHost(const std::string& from = kSimulator);
+
+  std::optional<Broker> broker_;
+  int hosts_ = 0;
 };
 
 }  // namespace vantoscope

@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <sstream>
 
@@ -19,36 +18,13 @@ using std::chrono::steady_clock;
 
 constexpr int kMeters = 16;
 
-std::string Text(const std::filesystem::path& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
-
 int Count(const std::string& text, const std::string& part) {
   int count = 0;
   for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
   return count;
 }
 
-class MetersTest : public testing::Test {
- protected:
-  void SetUp() override {
-    if (std::string_view(VANTOSCOPE_MOSQUITTO).ends_with("NOTFOUND")) {
-      GTEST_SKIP() << "the broker mosquitto is not installed";
-    }
-    broker_.emplace();
-  }
-  void StartHost(const std::string& from) {
-    host_.emplace(
-        std::vector<std::string>{VANTOSCOPE_TELVIXD, "--from", from, "--to", broker_->Tcp("lab")},
-        (broker_->Folder() / "host.log").string());
-    ASSERT_TRUE(Eventually([&] { return host_->Log().find("publishing") != std::string::npos; }))
-        << host_->Log();
-  }
-  std::optional<Broker> broker_;
-  std::optional<ChildProcess> host_;
-};
+using MetersTest = BrokerTest;
 
 TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
   const char* const path = std::getenv("VANTOSCOPE_ECG");
@@ -63,12 +39,12 @@ TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
   std::ostringstream from;
   from.precision(17);
   from << "FI64:" << path << "?start=" << now + 4 - kIndex / kRate << "&range=-168.96..158.715";
-  StartHost(from.str());
+  const auto host = StartHost(from.str());
   const auto recording = OpenDevice(from.str());
   recording->Start();
   std::vector<std::unique_ptr<Device>> meters;
   for (int i = 0; i < kMeters; ++i) {
-    meters.push_back(OpenDevice("mqtt://" + broker_->Tcp("lab")));
+    meters.push_back(OpenDevice("mqtt://" + broker_->Tcp(kRoot)));
     meters.back()->Start();
   }
   for (const auto& meter : meters) {
@@ -80,9 +56,6 @@ TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
     EXPECT_EQ(meter->Channels()[0].unit, "mV");
     const std::int64_t newest = meter->ScansSince(-1, 1).first;
     EXPECT_EQ(meter->ScansSince(newest, 1).words, recording->ScansSince(newest, 1).words);
-    const auto raw = meter->GetData(1, kRawWords);
-    ASSERT_TRUE(raw);
-    EXPECT_EQ((*raw)(0, 0), std::nearbyint((*raw)(0, 0)));
     // Not behind the clock by more than a few blocks.
     EXPECT_LT(recording->ScansSince(-1, 1).first - newest, 360);
   }
@@ -90,13 +63,13 @@ TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
 
 #ifdef VANTOSCOPE_METER
 TEST_F(MetersTest, SaveAndEndWithinTwoSecondsWhenTheirHostIsKilled) {
-  StartHost("SM64");
+  const auto host = StartHost("SM64");
   const std::filesystem::path config = broker_->Folder() / "config";
   std::filesystem::create_directories(config);
   std::vector<std::unique_ptr<ChildProcess>> meters;
   for (int i = 0; i < kMeters; ++i) {
     meters.push_back(std::make_unique<ChildProcess>(
-        std::vector<std::string>{VANTOSCOPE_METER, "-dMQ64:" + broker_->Tcp("lab"), "-nBench",
+        std::vector<std::string>{VANTOSCOPE_METER, "-dMQ64:" + broker_->Tcp(kRoot), "-nBench",
                                  "-i" + std::to_string(i % 8)},
         (broker_->Folder() / ("meter" + std::to_string(i))).string(),
         std::vector<std::string>{"QT_QPA_PLATFORM=offscreen",
@@ -104,16 +77,19 @@ TEST_F(MetersTest, SaveAndEndWithinTwoSecondsWhenTheirHostIsKilled) {
   }
   // The broker's log has a line for each client: the host and the meters.
   ASSERT_TRUE(Eventually(
-      [&] { return Count(Text(broker_->Folder() / "broker.log"), "/scan") >= 1 + kMeters; }, 30s))
-      << Text(broker_->Folder() / "broker.log");
+      [&] {
+        return Count(test::FileBytes(broker_->Folder() / "broker.log"), "/scan") >= 1 + kMeters;
+      },
+      30s))
+      << test::FileBytes(broker_->Folder() / "broker.log");
   for (const auto& meter : meters) ASSERT_FALSE(meter->Ended()) << meter->Log();
-  host_->Signal(SIGKILL);
+  host->Signal(SIGKILL);
   const auto killed = steady_clock::now();
   for (const auto& meter : meters) EXPECT_EQ(meter->WaitForEnd(), 0) << meter->Log();
   EXPECT_LT(steady_clock::now() - killed, 2s);
   std::string settings;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(config)) {
-    if (entry.path().extension() == ".ini") settings += Text(entry.path());
+    if (entry.path().extension() == ".ini") settings += test::FileBytes(entry.path());
   }
   EXPECT_EQ(Count(settings, "[Bench"), 8) << settings;
 }

@@ -26,19 +26,9 @@ class PublicationTest : public testing::Test {
   void State(bool open, std::uint64_t epoch, bool retained = false) {
     Text("state", EncodeState({open, epoch}), retained);
   }
-  void Scan(std::uint64_t epoch) {
-    host_.OnMessage("scan", EncodeScans({0, 1, {5}}, 1, epoch, 0), false, now_);
-  }
   /// What was sent since the last call: leaves, and states in words.
   std::vector<std::string> Sent() { return std::exchange(sent_, {}); }
   void After(std::chrono::milliseconds time) { host_.OnTime(now_ += time); }
-  void BeginPublishing() {
-    host_.OnConnected(now_);
-    After(400ms);
-    EXPECT_TRUE(host_.Publishing());
-    Info(kOwn);  // comes back from the broker
-    Sent();
-  }
 
   Publication::Time now_{};
   std::vector<std::string> sent_;
@@ -73,17 +63,6 @@ TEST_F(PublicationTest, BeginsAfterALookAndEndsClosed) {
   EXPECT_THAT(Sent(), ElementsAre("closed"));
 }
 
-TEST_F(PublicationTest, LeavesAHostAloneThatSendsScans) {
-  host_.OnConnected(now_);
-  State(true, kOther, true);
-  After(2s);
-  EXPECT_FALSE(host_.Publishing());
-  Scan(kOther);
-  EXPECT_TRUE(host_.Over());
-  host_.Close();
-  EXPECT_THAT(Sent(), IsEmpty()) << "its state is not ours to close";
-}
-
 TEST_F(PublicationTest, LeavesAHostAloneThatGivesASign) {
   host_.OnConnected(now_);
   State(true, kOther, true);
@@ -91,22 +70,6 @@ TEST_F(PublicationTest, LeavesAHostAloneThatGivesASign) {
   State(true, kOther);
   EXPECT_TRUE(host_.Over());
   After(5s);
-  EXPECT_THAT(Sent(), IsEmpty());
-}
-
-TEST_F(PublicationTest, TakesARootOverThatACrashLeftOpen) {
-  host_.OnConnected(now_);
-  State(true, kOther, true);
-  After(3300ms);
-  EXPECT_FALSE(host_.Publishing());
-  After(100ms);
-  EXPECT_TRUE(host_.Publishing());
-}
-
-TEST_F(PublicationTest, TheHostWhoseInfoCameLastStays) {
-  BeginPublishing();
-  Info(kOther);
-  EXPECT_TRUE(host_.Over());
   EXPECT_THAT(Sent(), IsEmpty());
 }
 
@@ -119,22 +82,13 @@ TEST_F(PublicationTest, AnInfoBeforeItsOwnWasEarlier) {
 }
 
 TEST_F(PublicationTest, SaysOpenAgainOverAFarewell) {
-  BeginPublishing();
+  host_.OnConnected(now_);
+  After(400ms);
+  Info(kOwn);  // comes back from the broker
+  Sent();
   State(false, kOwn);  // the will of a connection that the broker thought dead
   State(false, kOther);
   EXPECT_THAT(Sent(), ElementsAre("open", "open"));
-}
-
-TEST_F(PublicationTest, GoesOnAfterTheBrokerWasAway) {
-  BeginPublishing();
-  host_.OnLost();
-  After(5s);
-  EXPECT_FALSE(host_.Publishing());
-  host_.OnConnected(now_);
-  Info(kOwn, true);
-  State(true, kOwn, true);
-  After(400ms);
-  EXPECT_THAT(Sent(), ElementsAre("info", "open"));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "settings/settings_file.h"
-#include "tests/settings/scratch_folder.h"
+#include "tests/support/scratch_folder.h"
 
 namespace vantoscope {
 namespace {

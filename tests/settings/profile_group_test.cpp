@@ -16,7 +16,7 @@
 
 #include "platform/profile_file.h"
 #include "settings/settings_file.h"
-#include "tests/settings/scratch_folder.h"
+#include "tests/support/scratch_folder.h"
 
 namespace vantoscope {
 namespace {

@@ -3,18 +3,20 @@
 #include <sndfile.h>
 
 #include <cmath>
-#include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <functional>
+#include <tuple>
 
-#include "sources/device_control.h"
 #include "sources/open_device.h"
-#include "temporary_folder.h"
+#include "tests/support/refusal.h"
+#include "tests/support/scratch_folder.h"
 
 namespace vantoscope {
 namespace {
 
+using test::WriteBytes;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::HasSubstr;
 
 constexpr std::int64_t kSecond = 1'000'000'000;
@@ -33,21 +35,18 @@ class Recording : public testing::Test {
     return device;
   }
 
-  /// The message of the SourceError that opening throws.
-  std::string Refusal(const std::string& text) {
-    try {
-      Open(text);
-    } catch (const SourceError& error) {
-      return error.what();
-    }
-    return "no error";
-  }
-
   std::string Text(const std::string& name, const std::string& options) {
-    return "FI64:" + folder_.Path(name) + options;
+    return "FI64:" + folder_ / name + options;
   }
 
-  TemporaryFolder folder_;
+  void Write(const std::string& name, const std::string& bytes) {
+    WriteBytes(folder_ / name, bytes);
+  }
+  void Append(const std::string& name, const std::string& bytes) {
+    std::ofstream(folder_ / name, std::ios::binary | std::ios::app) << bytes;
+  }
+
+  test::ScratchFolder folder_;
   std::int64_t now_ = kNow;
 };
 
@@ -60,7 +59,7 @@ std::vector<double> Values(Device& device, std::size_t channel, std::int16_t cou
 }
 
 TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
-  folder_.Write("a.csv", "Time [s],Level [m],Flow\n0,1.5,10\n0.5,2.5,20\n1,,30\n1.5,4.5,40\n");
+  Write("a.csv", "Time [s],Level [m],Flow\n0,1.5,10\n0.5,2.5,20\n1,,30\n1.5,4.5,40\n");
   const auto device = Running(Text("a.csv", ""));
   EXPECT_EQ(device->SampleRate(), 2);
   ASSERT_EQ(device->Channels().size(), 2U);
@@ -84,7 +83,7 @@ TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
 }
 
 TEST_F(Recording, LoopGoesByTheClockAlone) {
-  folder_.Write("a.csv", "1\n2\n3\n4\n5\n");
+  Write("a.csv", "1\n2\n3\n4\n5\n");
   const auto device = Running(Text("a.csv", "?loop&rate=10"));
   EXPECT_EQ(device->Name(), Text("a.csv", "?loop&rate=10"));
   now_ = kNow / kSecond * kSecond + 3 * (kSecond / 10);  // a round begins with every half second
@@ -97,7 +96,7 @@ TEST_F(Recording, LoopGoesByTheClockAlone) {
 TEST_F(Recording, EveryProcessThatOpensTheTextOfAnotherIsInStep) {
   std::string lines;
   for (int i = 0; i < 100000; ++i) lines += std::to_string(i) + "\n";
-  folder_.Write("ramp.csv", lines);
+  Write("ramp.csv", lines);
   for (const char* options : {"?rate=359.7", "?loop&rate=48000", "?rate=1000&start=1732312300"}) {
     now_ = kNow;
     const auto first = Running(Text("ramp.csv", options));
@@ -113,7 +112,7 @@ TEST_F(Recording, EveryProcessThatOpensTheTextOfAnotherIsInStep) {
 }
 
 TEST_F(Recording, WordsSpreadOverTheRange) {
-  folder_.Write("a.csv", "A,B\n-1,5\n0,5\n1,5\n");
+  Write("a.csv", "A,B\n-1,5\n0,5\n1,5\n");
   const auto device = Running(Text("a.csv", "?loop&start=0"));
   now_ = 2 * kSecond;
   EXPECT_THAT(Values(*device, 0, 3, kRawWords), ElementsAre(-32768, 0, 32767));
@@ -128,7 +127,7 @@ TEST_F(Recording, WordsSpreadOverTheRange) {
 }
 
 TEST_F(Recording, SpecialColumnsAreSpecialChannels) {
-  folder_.Write("a.csv", "Level,DigIn,Temp,CNTR,rcntr\n1,18,20,2,16383\n2,255,21,3,0\n");
+  Write("a.csv", "Level,DigIn,Temp,CNTR,rcntr\n1,18,20,2,16383\n2,255,21,3,0\n");
   const auto device = Running(Text("a.csv", "?loop&start=0"));
   std::vector<std::int16_t> numbers;
   for (const ChannelInfo& channel : device->Channels()) numbers.push_back(channel.number);
@@ -139,32 +138,16 @@ TEST_F(Recording, SpecialColumnsAreSpecialChannels) {
   EXPECT_THAT(Values(*device, 2, 2, kRawWords), ElementsAre(-32760, -32756));
   EXPECT_THAT(Values(*device, 3, 2, kRawWords), ElementsAre(32764, -32768));
   EXPECT_THAT(Values(*device, 1, 2), ElementsAre(18, 255));
-
-  const std::pair<const char*, std::vector<int>> lists[] = {
-      {"DigIn,A,B\n1,2,3\n", {1, -1, 2}},
-      {"A,DigIn\n1,2\n", {1, -1}},
-      {"Cntr,DigIn\n1,2\n", {-2, -1}},
-      {"A,B,Cntr\n1,2,3\n", {1, -2, 2}},
-  };
-  for (const auto& [text, expected] : lists) {
-    folder_.Write("b.csv", text);
-    std::vector<int> found;
-    const auto opened = Open(Text("b.csv", ""));
-    for (const ChannelInfo& channel : opened->Channels()) found.push_back(channel.number);
-    EXPECT_EQ(found, expected) << text;
-  }
 }
 
 TEST_F(Recording, KeepsEveryDoubleOfATextFile) {
   const std::pair<const char*, std::vector<double>> columns[] = {
       {"0.1\n-0.145\n2.675\n", {0.1, -0.145, 2.675}},
-      {"32767\n-32768\n0\n", {32767, -32768, 0}},
       {"123456.789\n-0.001\n1e-3\n", {123456.789, -0.001, 0.001}},
       {"1.2345678901234567\n1e-300\n-1e300\n", {1.2345678901234567, 1e-300, -1e300}},
-      {"4294967296.5\n1\n2\n", {4294967296.5, 1, 2}},
   };
   for (const auto& [text, values] : columns) {
-    folder_.Write("a.csv", text);
+    Write("a.csv", text);
     const auto device = Running(Text("a.csv", "?start=0"));
     now_ = 2 * kSecond;
     EXPECT_EQ(Values(*device, 0, 3), values) << text;
@@ -172,77 +155,55 @@ TEST_F(Recording, KeepsEveryDoubleOfATextFile) {
 }
 
 TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
-  folder_.Write("run 1.csv", "1\n2\n");
-  folder_.Write("100%.csv", "1\n2\n");
-  folder_.Write("what?.csv", "1\n2\n");
+  Write("run 1.csv", "1\n2\n");
+  Write("100%.csv", "1\n2\n");
+  Write("what?.csv", "1\n2\n");
   const auto name = [&](const std::string& text) { return Open(text)->Name(); };
-  EXPECT_EQ(name(folder_.Path("run 1.csv") + "?loop"), Text("run%201.csv", "?loop"));
-  EXPECT_EQ(name(folder_.Path("run%201.csv") + "?loop"), Text("run%201.csv", "?loop"));
-  EXPECT_EQ(name(folder_.Path("100%.csv") + "?loop"), Text("100%25.csv", "?loop"));
-  EXPECT_THAT(name(folder_.Path("what?.csv")), HasSubstr("/what%3F.csv?start="));
-  EXPECT_EQ(name("FI32:" + folder_.Path("100%25.csv?follow")),
-            "FI32:" + folder_.Path("100%25.csv?follow"));
-  const auto here = std::filesystem::relative(folder_.Path("run 1.csv")).string();
+  EXPECT_EQ(name(folder_ / "run 1.csv" + "?loop"), Text("run%201.csv", "?loop"));
+  EXPECT_EQ(name(folder_ / "run%201.csv" + "?loop"), Text("run%201.csv", "?loop"));
+  EXPECT_EQ(name(folder_ / "100%.csv" + "?loop"), Text("100%25.csv", "?loop"));
+  EXPECT_THAT(name(folder_ / "what?.csv"), HasSubstr("/what%3F.csv?start="));
+  const auto here = std::filesystem::relative(folder_ / "run 1.csv").string();
   EXPECT_THAT(name(here), HasSubstr("run%201.csv"));
 }
 
 TEST_F(Recording, RefusesWithPathAndReason) {
-  folder_.Write("text.csv", "a,b\nc,d\n");
-  folder_.Write("empty.csv", "");
-  folder_.Write("header.csv", "Time,Level\n");
-  folder_.Write("good.csv", "1,2\n3,4\n");
-  folder_.Write("fake.wav", "RIFFxxxxWAVEjunk");
-  folder_.Write("quote.csv", "1,2\n\"3," + std::string(3'000'000, 'x'));
-  folder_.Write("torn.csv", "1,2");
+  Write("text.csv", "a,b\nc,d\n");
+  Write("good.csv", "1,2\n3,4\n");
+  Write("fake.wav", "RIFFxxxxWAVEjunk");
+  Write("quote.csv", "1,2\n\"3," + std::string(3'000'000, 'x'));
+  Write("torn.csv", "1,2");
   const std::pair<std::string, std::vector<const char*>> rows[] = {
       {Text("missing.csv", ""), {"missing.csv", "No such file"}},
-      {folder_.Path("missing.csv"), {"missing.csv", "No such file"}},
-      {"FI64:" + folder_.Path(""), {"no regular file"}},
+      {"FI64:" + folder_ / "", {"no regular file"}},
       {"FI64", {"path"}},
       {Text("text.csv", ""), {"text.csv", "no column of numbers"}},
-      {Text("empty.csv", ""), {"empty.csv", "no column of numbers"}},
-      {Text("header.csv", "?follow"), {"header.csv", "yet"}},
       {Text("torn.csv", "?follow"), {"torn.csv", "yet"}},
       {Text("fake.wav", ""), {"fake.wav", "sound"}},
       {Text("fake.wav", "?follow"), {"fake.wav", "cannot be followed"}},
       {Text("quote.csv", ""), {"quote.csv", "mebibyte"}},
       {Text("good.csv", "?loop=2"), {"loop", "'2'"}},
       {Text("good.csv", "?range=3..1"), {"range=3..1"}},
-      {Text("good.csv", "?range=3"), {"range=3"}},
-      {Text("good.csv", "?rate=-1"), {"rate=-1"}},
       {Text("good.csv", "?lop"), {"'lop'", "loop"}},
       {Text("good.csv", "?follow&loop"), {"followed"}},
   };
   for (const auto& [text, parts] : rows) {
-    const std::string message = Refusal(text);
+    const std::string message = test::Refusal([&, path = text] { Open(path); });
     for (const char* part : parts) EXPECT_THAT(message, HasSubstr(part)) << text;
   }
 }
 
-TEST_F(Recording, ReplayEndsWhenItsFileIsNoLongerThere) {
-  folder_.Write("a.csv", "1\n2\n3\n");
-  folder_.Write("b.csv", "1\n2\n3\n");
-  const auto deleted = Running(Text("a.csv", "?loop"));
-  EXPECT_FALSE(deleted->HostGone());
-  std::filesystem::remove(folder_.Path("a.csv"));
-  EXPECT_TRUE(deleted->HostGone());
-  EXPECT_FALSE(deleted->GetData(1, kRawWords));
-  const auto truncated = Running(Text("b.csv", "?loop"));
-  std::filesystem::resize_file(folder_.Path("b.csv"), 2);
-  EXPECT_TRUE(truncated->HostGone());
-}
-
 TEST_F(Recording, FollowsWhatARecorderAppends) {
-  folder_.Write("a.csv", "Time [s],Level [m]\n0,1\n0.1,2\n");
+  Write("a.csv", "Time [s],Level [m]\n0,1\n0.1,2\n");
   const auto device = Running(Text("a.csv", "?follow"));
   EXPECT_EQ(device->SampleRate(), 10);
   EXPECT_THAT(Values(*device, 0, 2), ElementsAre(1, 2));
   EXPECT_FALSE(device->GetData(3, kEngineeringUnits));
-  folder_.Append("a.csv", "0.2,3\n0.3,4");  // torn
+  Append("a.csv", "0.2,3\n0.3,4");  // torn
   EXPECT_THAT(Values(*device, 0, 3), ElementsAre(1, 2, 3));
-  folder_.Append("a.csv", "5.5");
+  Append("a.csv", "5.5");
   EXPECT_EQ(device->LatestValue(0), 3);
-  folder_.Append("a.csv", "\n0.4,\n");  // an empty field repeats
+  Append("a.csv", "\n0.4,\n");  // an empty field repeats
   EXPECT_THAT(Values(*device, 0, 3), ElementsAre(3, 45.5, 45.5));
   EXPECT_FALSE(device->HostGone());
   const RawScans scans = device->ScansSince(3, 10);
@@ -252,13 +213,13 @@ TEST_F(Recording, FollowsWhatARecorderAppends) {
 }
 
 TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
-  folder_.Write("a.csv", "A,B\n-1.2,30\n1,-0.1\n");
+  Write("a.csv", "A,B\n-1.2,30\n1,-0.1\n");
   const auto device = Running(Text("a.csv", "?follow"));
   EXPECT_EQ(device->Channels()[0].low, -5);  // twice 1.2 is 2.4
   EXPECT_EQ(device->Channels()[0].high, 5);
   EXPECT_EQ(device->Channels()[1].high, 100);
   const double factor = device->Channels()[0].factor;
-  folder_.Append("a.csv", "7,0\n");
+  Append("a.csv", "7,0\n");
   EXPECT_THAT(Values(*device, 0, 1), ElementsAre(7));
   EXPECT_THAT(Values(*device, 0, 1, kRawWords), ElementsAre(32767));
   EXPECT_EQ(device->Channels()[0].high, 7);
@@ -266,72 +227,47 @@ TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
   EXPECT_EQ(Open(Text("a.csv", "?follow&range=0..8"))->Channels()[0].low, -1.2);
 }
 
-TEST_F(Recording, FollowKeepsTheNewestScansOfALongFile) {
-  std::string lines = "N,Half\n";
-  for (int i = 0; i < 200'000; ++i) {
-    lines += std::to_string(i) + "," + std::to_string(i / 2) + "\n";
-  }
-  folder_.Write("a.csv", lines);
-  const auto device = Running(Text("a.csv", "?follow&rate=100"));
-  folder_.Append("a.csv", "200000,100000\n");
-  std::vector<double> expected;
-  for (int i = 200'000 - 32766; i <= 200'000; ++i) expected.push_back(i);
-  EXPECT_EQ(Values(*device, 0, 32767), expected);
-  EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);
-}
-
-TEST_F(Recording, FollowReadsOnlyTheEndOfALongFile) {
+TEST_F(Recording, FollowReadsAndKeepsOnlyTheEndOfALongFile) {
   std::string lines = "N,Text\n";
   const std::string filler(30, 'x');
   for (int i = 100'000; i < 400'000; ++i) lines += std::to_string(i) + "," + filler + "\n";
-  folder_.Write("a.csv", lines);
+  Write("a.csv", lines);
   const auto device = Running(Text("a.csv", "?follow&rate=1"));
-  EXPECT_THAT(Values(*device, 0, 3), ElementsAre(399'997, 399'998, 399'999));
-  EXPECT_EQ(Values(*device, 0, 32767).size(), 32767U);
+  Append("a.csv", "400000,\n");
+  std::vector<double> expected;
+  for (int i = 400'000 - 32766; i <= 400'000; ++i) expected.push_back(i);
+  EXPECT_EQ(Values(*device, 0, 32767), expected);
   EXPECT_LT(device->ScansSince(-1, 1).first, 200'000);  // counted from the first line that was read
+  EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);
 }
 
-TEST_F(Recording, FollowEndsWhenTheRecorderStartsAnew) {
+TEST_F(Recording, EndsWhenTheFileIsNoLongerTheSame) {
   const std::string start = "A\n1\n2\n3\n";
-  using Change = void (*)(const TemporaryFolder&);
-  const std::pair<const char*, Change> rows[] = {
-      {"deleted", [](const TemporaryFolder& f) { std::filesystem::remove(f.Path("a.csv")); }},
-      {"moved away",
-       [](const TemporaryFolder& f) {
-         std::filesystem::rename(f.Path("a.csv"), f.Path("old.csv"));
-       }},
-      {"truncated", [](const TemporaryFolder& f) { f.Write("a.csv", ""); }},
+  const std::pair<const char*, std::function<void(const std::string&)>> rows[] = {
+      {"deleted", [](const std::string& path) { std::filesystem::remove(path); }},
+      {"truncated", [](const std::string& path) { WriteBytes(path, ""); }},
       {"replaced",
-       [](const TemporaryFolder& f) {
-         std::filesystem::rename(f.Write("new.csv", "A\n1\n2\n3\n4\n"), f.Path("a.csv"));
+       [](const std::string& path) {
+         WriteBytes(path + "x", "A\n1\n2\n3\n4\n");
+         std::filesystem::rename(path + "x", path);
        }},
-      {"rewritten longer", [](const TemporaryFolder& f) { f.Write("a.csv", "A\n9\n8\n7\n6\n"); }},
+      {"rewritten longer", [](const std::string& path) { WriteBytes(path, "A\n9\n8\n7\n6\n"); }},
   };
-  for (const auto& [name, change] : rows) {
-    folder_.Write("a.csv", start);
-    const auto device = Running(Text("a.csv", "?follow"));
-    EXPECT_FALSE(device->HostGone()) << name;
-    change(folder_);
-    EXPECT_FALSE(device->GetData(1, kEngineeringUnits)) << name;
-    EXPECT_TRUE(device->HostGone()) << name;
-    folder_.Write("a.csv", start);
-    EXPECT_TRUE(device->HostGone()) << name;  // for good
+  for (const std::string options : {"?follow", "?loop"}) {
+    for (const auto& [name, change] : rows) {
+      SCOPED_TRACE(options + ' ' + name);
+      Write("a.csv", start);
+      const auto device = Running(Text("a.csv", options));
+      EXPECT_FALSE(device->HostGone());
+      change(folder_ / "a.csv");
+      // A replay has read everything; a reader that follows meets the change at once.
+      EXPECT_EQ(device->GetData(1, kEngineeringUnits).has_value(), options == "?loop");
+      EXPECT_TRUE(device->HostGone());
+      EXPECT_FALSE(device->GetData(1, kEngineeringUnits));
+      Write("a.csv", start);
+      EXPECT_TRUE(device->HostGone()) << "for good";
+    }
   }
-}
-
-TEST_F(Recording, ControlTellsOnceThatTheFileIsGone) {
-  folder_.Write("a.csv", "1\n2\n");
-  DeviceControl control([this] { return now_; });
-  int closed = 0;
-  control.HostClosed = [&] { ++closed; };
-  control.SetDeviceName(folder_.Path("a.csv"));
-  control.Start();
-  control.CheckHost();
-  EXPECT_EQ(closed, 0);
-  now_ += 2 * kSecond;
-  control.CheckHost();
-  control.CheckHost();
-  EXPECT_EQ(closed, 1);
 }
 
 /// Writes frames with libsndfile.
@@ -349,12 +285,8 @@ void WriteSound(const std::string& path, int format, int channels,
 }
 
 TEST_F(Recording, ReplaysSoundFilesOfEveryDepth) {
-  struct Row {
-    const char* name;
-    int format;
-    double step;  // of the stored numbers
-  };
-  const Row rows[] = {
+  // Name, format, step of the stored numbers.
+  const std::tuple<const char*, int, double> rows[] = {
       {"8 bit", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 0x1p-7},
       {"16 bit", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0x1p-15},
       {"24 bit", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 0x1p-23},
@@ -366,27 +298,26 @@ TEST_F(Recording, ReplaysSoundFilesOfEveryDepth) {
   };
   // Three channels whose values every depth holds exactly, but for a full scale of 1.
   const std::vector<double> frames{-1, 0.5, 0, 0.25, -0.5, 0.0078125, 0, 0.75, -0.0078125};
-  for (const Row& row : rows) {
-    WriteSound(folder_.Path("a.snd"), row.format, 3, frames);
+  for (const auto& [name, format, step] : rows) {
+    WriteSound(folder_ / "a.snd", format, 3, frames);
     const auto device = Running(Text("a.snd", "?start=0"));
     now_ = kSecond * 2 / 8000;
-    EXPECT_EQ(device->SampleRate(), 8000) << row.name;
-    ASSERT_EQ(device->Channels().size(), 3U) << row.name;
-    EXPECT_EQ(device->Channels()[2].number, 3);
+    EXPECT_EQ(device->SampleRate(), 8000) << name;
+    ASSERT_EQ(device->Channels().size(), 3U) << name;
     EXPECT_EQ(device->Channels()[0].low, -1);
     for (std::size_t channel = 0; channel < 3; ++channel) {
       const std::vector<double> values = Values(*device, channel, 3);
       const std::vector<double> words = Values(*device, channel, 3, kRawWords);
       for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_NEAR(values[i], frames[i * 3 + channel], row.step) << row.name << channel << i;
-        EXPECT_EQ(words[i], std::round(values[i] * 32768)) << row.name << channel << i;
+        EXPECT_NEAR(values[i], frames[i * 3 + channel], step) << name << channel << i;
+        EXPECT_EQ(words[i], std::round(values[i] * 32768)) << name << channel << i;
       }
     }
   }
 }
 
 TEST_F(Recording, SoundRangeIsFullScaleAndEnclosesFloats) {
-  WriteSound(folder_.Path("a.wav"), SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, {0.5, -2, NAN, 1});
+  WriteSound(folder_ / "a.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, {0.5, -2, NAN, 1});
   const auto device = Running(Text("a.wav", "?start=0&range=0..10"));
   now_ = kSecond * 3 / 8000;
   EXPECT_THAT(Values(*device, 0, 4), ElementsAre(7.5, -5, -5, 10));
@@ -401,7 +332,7 @@ TEST_F(Recording, ReadsAWaveFileWrittenByHandAndCutShort) {
       'R', 'I', 'F', 'F', 52,  0,   0,  0, 'W', 'A', 'V',  'E',  'f',  'm',  't',  ' ', 16,
       0,   0,   0,   1,   0,   1,   0,  4, 0,   0,   0,    8,    0,    0,    0,    2,   0,
       16,  0,   'd', 'a', 't', 'a', 16, 0, 0,   0,   0x34, 0x12, 0xFF, 0x7F, 0x00, 0x80};
-  folder_.Write("a.wav", std::string(reinterpret_cast<const char*>(bytes), sizeof bytes));
+  Write("a.wav", std::string(reinterpret_cast<const char*>(bytes), sizeof bytes));
   const auto device = Running(Text("a.wav", "?start=0"));
   EXPECT_EQ(device->SampleRate(), 4);
   now_ = kSecond / 2;
