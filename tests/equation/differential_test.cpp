@@ -102,13 +102,11 @@ std::string ModelNormalise(const std::string& text, const Numbers& numbers, int 
   }
   std::string words;
   for (std::size_t at = 0; at < history.size();) {
-    if (StandsAt(history, at, "RATE")) {
-      words += "#@", at += 4;
-    } else if (StandsAt(history, at, "CH")) {
-      words += "#", at += 2;
-    } else {
-      words += history[at++];
-    }
+    const std::size_t length = StandsAt(history, at, "RATE") ? 4
+                               : StandsAt(history, at, "CH") ? 2
+                                                             : 1;
+    words += length == 4 ? "#@" : length == 2 ? "#" : std::string(1, history[at]);
+    at += length;
   }
   std::string result;
   for (std::size_t at = 0; at < words.size();) {
@@ -334,8 +332,7 @@ class Generator {
     const auto depth = [this] {
       return std::to_string(Pick(0, 9) == 0 ? Pick(20, 28) : Pick(0, 5));
     };
-    switch (Pick(0, 13)) {
-      case 0:
+    switch (Pick(1, 11)) {
       case 1:
         return "CH" + Label();
       case 2:
@@ -347,18 +344,16 @@ class Generator {
                                               "ch[T-1}", "FREQ", "ATE", "#", "CH[T-18]ATE", "MIN",
                                               "sin(", "c"});
       case 5:
-      case 6:
         return "#" + Index(numbers);
-      case 7:
+      case 6:
         return std::string{'#', OneOf(std::string("@@ABCDZ"))} + Index(numbers);
-      case 8:
-      case 9:
+      case 7:
         return "#" + OneOf(kNames) + Index(numbers);
-      case 10:
+      case 8:
         return "ch" + Index(numbers);
-      case 11:
+      case 9:
         return std::to_string(Pick(0, 30));
-      case 12: {
+      case 10: {
         std::string soup;
         for (int n = Pick(1, 6); n > 0; --n) {
           soup += OneOf(std::string("CHch[]}T-0123456789#@ABZRMINaverm."));
@@ -378,18 +373,9 @@ constexpr double kScaleHigh = 30;
 constexpr double kScaleLow = -2;
 
 double ModelStatistic(long statistic, double x) {  // of a window of one sample
-  switch (statistic) {
-    case 0:
-      return std::min(x, kScaleHigh);
-    case 1:
-      return std::max(x, kScaleLow);
-    case 2:
-      return x;
-    case 3:
-      return std::sqrt(x * x);
-    default:
-      return 0;
-  }
+  const double values[] = {
+      std::min(x, kScaleHigh), std::max(x, kScaleLow), x, std::sqrt(x * x), 0, 0};
+  return values[statistic];
 }
 
 TEST(EquationDifferentialTest, AgreesWithTheModelToTheLetter) {

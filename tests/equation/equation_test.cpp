@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "equation/equation_tick.h"
@@ -22,87 +23,48 @@ void SetNumbers(RecordingMeter& rig, const std::vector<std::int16_t>& numbers) {
   for (const std::int16_t number : numbers) rig.telvix.channels.push_back({.number = number});
 }
 
-struct NormaliserRow {
-  const char* text;
-  const char* normalised;
-};
-
-void ExpectNormalised(const std::vector<std::int16_t>& numbers, std::int16_t per_bank,
-                      const std::vector<NormaliserRow>& rows) {
-  RecordingMeter rig;
-  SetNumbers(rig, numbers);
-  rig.meter.runtime.ChannelsPerBank = per_bank;
-  for (const NormaliserRow& row : rows) {
-    EXPECT_EQ(NormaliseEquation(rig.meter, row.text), row.normalised) << row.text;
-  }
-}
-
 // Labels 1, 2, 3, 12, A1, A2, B1 at list indices 0 to 6.
 const std::vector<std::int16_t> kSevenChannels = {1, 2, 3, 12, 17, 18, 33};
 
-TEST(NormaliserTest, TurnsReferencesIntoTokens) {
-  ExpectNormalised(kSevenChannels, 16,
-                   {{"CH3", "#2"},
-                    {"CHA1", "#4"},
-                    {"CH12-CH1", "#3-#0"},
-                    {"CH[T-2]3", "#B2"},
-                    {"CH[T-26]A1", "#Z4"},
-                    {"CH[T-0]1", "#@0"},
-                    {"CH3MIN", "#min2"},
-                    {"CHA1ACRMS+CHB1RMS", "#acrms4+#rms6"},
-                    {"RATE", "#@"},
-                    {"(CH3-CH[T-1]3)*RATE", "(#2-#A2)*#@"},
-                    {"sin(CH1)*2+CH2AVE/CH2MAX", "sin(#0)*2+#ave1/#max1"},
-                    // Tokens pass as they are.
-                    {"", ""},
-                    {"#0+#B2+#min2+#freq2+#@", "#0+#B2+#min2+#freq2+#@"}});
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+/// Runs texts and their normal forms through a meter with these channels.
+void ExpectNormalised(const std::vector<std::int16_t>& numbers, std::int16_t per_bank,
+                      const Pairs& rows) {
+  RecordingMeter rig;
+  SetNumbers(rig, numbers);
+  rig.meter.runtime.ChannelsPerBank = per_bank;
+  for (const auto& [text, normalised] : rows) {
+    EXPECT_EQ(NormaliseEquation(rig.meter, text), normalised) << text;
+  }
 }
 
-TEST(NormaliserTest, KeepsItsQuirks) {
-  ExpectNormalised(kSevenChannels, 16,
-                   {{"CH3FREQ", "#2FREQ"},
-                    {"ch2", "#2"},
-                    {"CH2", "#1"},
-                    {"CH3min", "#2min"},
-                    {"CH[T-1]3MIN", "#A2MIN"},
-                    {"CH3MINMAX", "#min2MAX"},
-                    {"CH5", "#5"},
-                    {"CH[T-1]5", "#A5"},
-                    {"CH99", "#99"},
-                    {"CH13", "#03"},
-                    {"CHA3", "#A3"},
-                    {"CHZ1", "#Z1"},
-                    {"CH[T-27]1", "#[T-27]0"},
-                    {"CH[T-05]1", "#[T-05]0"},
-                    {"RATE2", "#@2"},
-                    {"touch}", "tou#]"},
-                    {"STRATEGY", "ST#@GY"},
-                    // The letter of depth 18 and what follows it make a word.
-                    {"CH[T-18]ATE", "##@"}});
+TEST(NormaliserTest, TurnsReferencesIntoTokens) {
+  const Pairs plain = {{"CH12-CH1", "#3-#0"},
+                       {"CH[T-26]A1", "#Z4"},
+                       {"CH[T-0]1", "#@0"},
+                       {"CHA1ACRMS+CHB1RMS", "#acrms4+#rms6"},
+                       {"sin(CH1)*2+CH2AVE", "sin(#0)*2+#ave1"},
+                       {"(CH3-CH[T-1]3)*RATE", "(#2-#A2)*#@"},
+                       {"", ""},
+                       {"#0+#B2", "#0+#B2"}};
+  ExpectNormalised(kSevenChannels, 16, plain);
+  const Pairs quirks = {{"CH3FREQ", "#2FREQ"},     {"ch2", "#2"},
+                        {"CH3min", "#2min"},       {"CH[T-1]3MIN", "#A2MIN"},
+                        {"CH3MINMAX", "#min2MAX"}, {"CH99", "#99"},
+                        {"CH[T-1]5", "#A5"},       {"CH13", "#03"},
+                        {"CHZ1", "#Z1"},           {"CH[T-27]1", "#[T-27]0"},
+                        {"CH[T-05]1", "#[T-05]0"}, {"RATE2", "#@2"},
+                        {"touch}", "tou#]"},       {"STRATEGY", "ST#@GY"},
+                        {"CH[T-18]ATE", "##@"}};
+  ExpectNormalised(kSevenChannels, 16, quirks);
   ExpectNormalised({1, 9, 3}, 16, {{"CH9", "#9"}, {"CH3", "#2"}});      // Top is 3
   ExpectNormalised({1, 2, 3, -1}, 16, {{"CH1", "#0"}, {"CH2", "#2"}});  // Top is 1
   ExpectNormalised({4, 7, 7}, 16, {{"CH7", "#2"}});                     // the higher index
   ExpectNormalised({}, 16, {{"CH1+RATE", "#1+#@"}});
-}
-
-TEST(NormaliserTest, NamesBanksByLettersWithoutIAndO) {
-  struct Row {
-    std::int16_t per_bank, number;
-    const char* label;
-  };
-  for (const auto& [per_bank, number, label] : std::vector<Row>{{16, 16, "16"},
-                                                                {16, 17, "A1"},
-                                                                {16, 144, "H16"},
-                                                                {16, 145, "J1"},
-                                                                {16, 224, "N16"},
-                                                                {16, 225, "P1"},
-                                                                {16, 400, "Z16"},
-                                                                {32, 32, "32"},
-                                                                {32, 33, "A1"},
-                                                                {32, 300, "J12"},
-                                                                {32, 999, "a7"}}) {
-    ExpectNormalised({number}, per_bank, {{(std::string("CH") + label).c_str(), "#0"}});
-  }
+  // The letters of the banks leave out I and O and go on behind Z.
+  ExpectNormalised({144, 145, 225, 400}, 16, {{"CHH16+CHJ1+CHP1+CHZ16", "#0+#1+#2+#3"}});
+  ExpectNormalised({32, 300, 999}, 32, {{"CH32+CHJ12+CHa7", "#0+#1+#2"}});
 }
 
 /// Seven channels; channel j holds 10j + k, k scans before the newest, over `scans` scans.
@@ -146,60 +108,6 @@ TEST(PreparationTest, ShowsWhatIsWrongAndThenStops) {
   EXPECT_THAT(rig.log,
               ElementsAre("Start", "ChannelCount", "Start", "GetData 1 1", "SampleRate",
                           "ChannelCount", "Evaluate 20.FREQ", kFailed, "Stop", "Timer1 off"));
-}
-
-TEST(PreparationTest, ProvesTheTokens) {
-  struct Row {
-    const char* text;
-    std::size_t channels;
-    const char* evaluated;  ///< nothing: refused
-    std::int16_t depth = 0;
-    std::int16_t statistics = 0;
-  };
-  const std::vector<Row> rows = {
-      {"#6", 7, "1."},
-      {"#7", 7, nullptr},
-      {"#12", 7, nullptr},
-      {"#256", 7, nullptr},
-      {"#300", 31, "1.0"},
-      {"#A12", 7, "1.2", 1},
-      {"#min12", 7, "1.2", 0, 1},
-      {"#A", 7, nullptr, 1},
-      {"#[T-27]0", 7, nullptr},
-      {"2+2", 7, "2+2"},
-      {"", 7, ""},
-      {"#freq2", 7, "1.", 0, 1},
-      {"#@", 7, "1000."},
-      {"#@2", 7, "1."},
-      {"#@2", 2, "1000.2"},
-      {"#Z0", 7, "1.", 26},
-      {"#minX", 7, nullptr, 0, 1},
-      {"#0", 0, nullptr},
-      {"#@*2", 0, "1000.*2"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.text);
-    RecordingMeter rig;
-    SetNumbers(rig, std::vector<std::int16_t>(row.channels, 1));
-    const auto scans = static_cast<std::size_t>(row.depth + 1);
-    rig.telvix.blocks.push_back(MakeBlock({row.channels, std::vector<double>(scans, 1)}));
-    EXPECT_EQ(PrepareEquation(rig.meter, row.text), row.evaluated != nullptr);
-    EXPECT_EQ(rig.meter.runtime.HistoryDepth, row.depth);
-    EXPECT_EQ(rig.meter.runtime.NeedsStatistics, row.statistics);
-    if (row.evaluated == nullptr) continue;
-    EXPECT_THAT(rig.log, testing::Contains("Evaluate " + std::string(row.evaluated)));
-  }
-}
-
-// One place more than the tick; the plain token and the statistic take the first scan.
-TEST(PreparationTest, WritesSeventeenPlaces) {
-  RecordingMeter rig;
-  SetNumbers(rig, {1});
-  rig.meter.runtime.DecimalSep = ",";
-  rig.telvix.blocks.push_back(MakeBlock({{-0.1, 0}}));
-  EXPECT_TRUE(PrepareEquation(rig.meter, "#0;#freq0;#A0;#@0"));
-  EXPECT_THAT(rig.log, testing::Contains("Evaluate -.10000000000000001;-.10000000000000001;"
-                                         "-.10000000000000001;."));
 }
 
 TEST(PreparationTest, ProvesTheGrammarWithoutABlock) {
@@ -247,32 +155,23 @@ TEST(EquationTickTest, ComputesNamedStatisticsOnce) {
                                    "ScaleLow 1", "ScaleHigh 0", "Evaluate -12.+-12.*40.-8."));
 }
 
+// In the last one the value of #15 lengthens the index before it to 12.
 TEST(EquationTickTest, WritesValuesWithNothingAround) {
-  struct Row {
-    const char* equation;
-    std::vector<double> newest;
-    const char* evaluated;
-  };
-  for (const Row& row :
-       std::vector<Row>{{"#0-#1", {2, -3}, "2.--3."},
-                        {"2#0", {1.5}, "21.5"},
-                        {"#0#1", {1.5, 2.5}, "1.52.5"},
-                        {"#2FREQ", {0, 0, 1.5}, "1.5FREQ"},
-                        {"#0", {0}, "."},
-                        {"#0", {1.0 / 3}, ".3333333333333333"},
-                        {"#0", {1e22}, "10000000000000000000000."},
-                        {"#0+#@0+#@", {4}, "4.+4.+1000."},
-                        // The value of #15 lengthens the index before it to 12.
-                        {"#1#15", {0, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 99, 0, 0, 2.5}, "99..5"}}) {
-    RecordingMeter rig;
-    rig.meter.runtime.DecimalSep = ",";
-    SetNumbers(rig, std::vector<std::int16_t>(row.newest.size(), 1));
-    std::vector<std::vector<double>> channels;
-    for (const double value : row.newest) channels.push_back({value});
-    rig.telvix.blocks.push_back(MakeBlock(channels));
-    Prepare(rig, row.equation, 0, 0);
+  const Pairs rows = {{"#0-#1", "1.5--3."},        {"2#0", "21.5"},
+                      {"#0#1", "1.5-3."},          {"#2", "."},
+                      {"#3", ".3333333333333333"}, {"#0+#@0+#@", "1.5+1.5+1000."},
+                      {"#1#15", "99..5"}};
+  RecordingMeter rig;
+  rig.meter.runtime.DecimalSep = ",";
+  SetNumbers(rig, std::vector<std::int16_t>(16, 1));
+  std::vector<std::vector<double>> newest(16, {0.0});
+  newest[0] = {1.5}, newest[1] = {-3}, newest[3] = {1.0 / 3};
+  newest[15] = {2.5}, newest[12] = {99};
+  rig.telvix.blocks.push_back(MakeBlock(newest));
+  for (const auto& [equation, evaluated] : rows) {
+    Prepare(rig, equation, 0, 0);
     EXPECT_TRUE(EquationTick(rig.meter));
-    EXPECT_EQ(rig.log.back(), std::string("Evaluate ") + row.evaluated);
+    EXPECT_EQ(rig.log.back(), "Evaluate " + evaluated);
   }
 }
 

@@ -4,17 +4,10 @@
 
 #include <cmath>
 #include <numbers>
-#include <string>
 #include <vector>
 
 namespace vantoscope {
 namespace {
-
-struct Row {
-  std::string name;
-  std::vector<double> samples;
-  double frequency;  ///< at 1000 samples per second
-};
 
 std::vector<double> Repeat(const std::vector<double>& pattern, int times) {
   std::vector<double> samples;
@@ -23,6 +16,11 @@ std::vector<double> Repeat(const std::vector<double>& pattern, int times) {
 }
 
 TEST(FrequencyTest, CountsWholePeriodsBetweenLikeCrossings) {
+  struct Row {
+    const char* name;
+    std::vector<double> samples;
+    double frequency;  ///< at 1000 samples per second
+  };
   const std::vector<Row> rows = {
       {"starts above", Repeat({10, 10, -10, -10}, 3), 250},
       {"starts below", Repeat({-10, -10, 10, 10}, 3), 250},
@@ -33,8 +31,6 @@ TEST(FrequencyTest, CountsWholePeriodsBetweenLikeCrossings) {
       {"constant", std::vector<double>(50, 3.25), 0},
       {"less than one period", {10, 10, -10, -10, 10, 10}, 0},
       {"one period, the rest of the next dropped", {1, 1, -1, -1, -1, 1, 1, -1, -1, 1}, 200},
-      {"one sample", {5}, 0},
-      {"two samples", {5, -5}, 0},
       {"none", {}, 0},
       // Mean 0 and band 0.2. First sample inside the band: never placed, whatever follows.
       {"starts in the dead band", {0.1, 10, -10, 10, -10, 10, -10, 10, -10, -0.1}, 0},

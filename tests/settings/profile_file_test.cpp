@@ -24,6 +24,14 @@ using test::WriteBytes;
 
 constexpr const char* kIni = "Vantoscope.ini";
 
+/// What the disk still takes.
+void LimitFileSize(rlim_t bytes) {
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  limit.rlim_cur = std::min(bytes, limit.rlim_max);
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
 TEST(ProfileFile, WritesAndReadsBack) {
   const ScratchFolder scratch;
   ProfileFile profile(scratch / "made/for/it");
@@ -68,37 +76,26 @@ TEST(ProfileFile, ASymbolicLinkStaysOne) {
   EXPECT_EQ(FileBytes(scratch / "dotfiles/real.ini"), "[Tank3]\nMath=2\n");
 }
 
-TEST(ProfileFile, KeepsThePermissions) {
+TEST(ProfileFile, KeepsThePermissionsAndAFileThatNeedsNoWrite) {
   const ScratchFolder scratch;
   ProfileFile profile(scratch.Path());
-  for (const mode_t mode : {0600U, 0666U, 0640U}) {
-    WriteBytes(scratch / kIni, "[Tank3]\nMath=1\n");
-    ASSERT_EQ(chmod((scratch / kIni).c_str(), mode), 0);
-    profile.WritePrivateProfileString("Tank3", "Math", std::to_string(mode), kIni);
-    struct stat status {};
-    ASSERT_EQ(stat((scratch / kIni).c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, mode);
-  }
-}
-
-TEST(ProfileFile, AValueThatIsThereIsNotWrittenAgain) {
-  const ScratchFolder scratch;
-  WriteBytes(scratch / kIni, "[Tank3]\nMath = #0 \n");
-  struct stat before {};
-  struct stat after {};
-  ASSERT_EQ(stat((scratch / kIni).c_str(), &before), 0);
-  ProfileFile(scratch.Path()).WritePrivateProfileString("TANK3", "Math", "#0", kIni);
-  ASSERT_EQ(stat((scratch / kIni).c_str(), &after), 0);
-  EXPECT_EQ(before.st_ino, after.st_ino);
-}
-
-TEST(ProfileFile, ReplacesWhatAKilledWriterLeft) {
-  const ScratchFolder scratch;
-  WriteBytes(scratch / "Vantoscope.ini.new", "[Tank3]\nMa");
+  WriteBytes(scratch / "Vantoscope.ini.new", "[Tank3]\nMa");  // left by a killed writer
   WriteBytes(scratch / "Vantoscope.ini.lock", "");
-  ProfileFile(scratch.Path()).WritePrivateProfileString("Tank3", "Math", "1", kIni);
-  EXPECT_EQ(FileBytes(scratch / kIni), "[Tank3]\nMath=1\n");
-  EXPECT_FALSE(fs::exists(scratch / "Vantoscope.ini.new"));
+  for (const mode_t mode : {0600U, 0666U, 0640U}) {
+    WriteBytes(scratch / kIni, "[Tank3]\nMath = 1 \n");
+    ASSERT_EQ(chmod((scratch / kIni).c_str(), mode), 0);
+    ino_t written = 0;
+    for (const char* section : {"Tank3", "TANK3"}) {
+      profile.WritePrivateProfileString(section, "Math", std::to_string(mode), kIni);
+      struct stat status {};
+      ASSERT_EQ(stat((scratch / kIni).c_str(), &status), 0);
+      EXPECT_EQ(status.st_mode & 07777U, mode);
+      EXPECT_TRUE(written == 0 || status.st_ino == written);
+      written = status.st_ino;
+    }
+    EXPECT_EQ(FileBytes(scratch / kIni), "[Tank3]\nMath = " + std::to_string(mode) + " \n");
+    EXPECT_FALSE(fs::exists(scratch / "Vantoscope.ini.new"));
+  }
 }
 
 TEST(ProfileFile, LargeFilesWithLongLines) {
@@ -118,107 +115,77 @@ TEST(ProfileFile, LargeFilesWithLongLines) {
 
 /// One way in which a file cannot be written. What is made by `prepare` must still be there.
 struct Refusal {
-  const char* name;
-  std::function<void(const ScratchFolder&)> prepare;
   const char* reason;  ///< part of the line on standard error
+  std::function<void(const fs::path& ini)> prepare;
 };
 
-class ProfileFileRefused : public ::testing::TestWithParam<Refusal> {};
+const Refusal kRefusals[] = {
+    {"Not a directory",
+     [](const fs::path& ini) {
+       fs::remove_all(ini.parent_path());
+       WriteBytes(ini.parent_path(), "not a folder");
+     }},
+    {"Is a directory",
+     [](const fs::path& ini) {
+       fs::remove(ini);
+       fs::create_directories(ini / "x");
+     }},
+    {"Invalid argument",
+     [](const fs::path& ini) {
+       fs::remove(ini);
+       mkfifo(ini.c_str(), 0600);
+     }},
+    {"Too many levels of symbolic links",
+     [](const fs::path& ini) {
+       fs::remove(ini);
+       fs::create_symlink("Vantoscope.ini", ini);
+     }},
+    // No lock, and no new file in the folder.
+    {"Is a directory", [](const fs::path& ini) { fs::create_directory(ini.string() + ".lock"); }},
+    {"Is a directory",
+     [](const fs::path& ini) { fs::create_directories(ini.string() + ".new/x"); }},
+    {"another program holds",
+     [](const fs::path& ini) {
+       // Kept open until the test program ends.
+       static int held = open((ini.string() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+       flock(held, LOCK_EX);
+     }},
+    {"File too large", [](const fs::path&) { LimitFileSize(50'000); }},  // a full disk
+    {"File too large", [](const fs::path& ini) { fs::resize_file(ini, std::size_t{65} << 20U); }},
+};
 
-TEST_P(ProfileFileRefused, IsOneLineAndLosesNothing) {
-  const ScratchFolder scratch;
+TEST(ProfileFile, ARefusalIsOneLineAndLosesNothing) {
+  std::signal(SIGXFSZ, SIG_IGN);
   const std::string original = "; mine\n[Tank3]\nMath=1\n" + std::string(100'000, 'x');
-  if (std::string_view(GetParam().name) != "parent_is_a_file") {
+  for (const Refusal& refusal : kRefusals) {
+    SCOPED_TRACE(refusal.reason);
+    const ScratchFolder scratch;
+    const std::string ini = scratch / "folder/Vantoscope.ini";
     fs::create_directory(scratch / "folder");
-    WriteBytes(scratch / "folder/Vantoscope.ini", original);
-  }
-  GetParam().prepare(scratch);
-  std::error_code ignored;
-  const bool regular = fs::is_regular_file(scratch / "folder/Vantoscope.ini", ignored);
-  const std::size_t size = regular ? fs::file_size(scratch / "folder/Vantoscope.ini") : 0;
+    WriteBytes(ini, original);
+    refusal.prepare(ini);
+    std::error_code ignored;
+    const bool regular = fs::is_regular_file(ini, ignored);
+    const std::size_t size = regular ? fs::file_size(ini) : 0;
 
-  ProfileFile profile(scratch / "folder", std::chrono::milliseconds(30));
-  ::testing::internal::CaptureStderr();
-  for (const SettingsEntry& entry : kSettingsTable) {
-    profile.WritePrivateProfileString("Tank3", entry.name, "2", kIni);
-  }
-  const std::string said = ::testing::internal::GetCapturedStderr();
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  limit.rlim_cur = limit.rlim_max;
-  setrlimit(RLIMIT_FSIZE, &limit);
-
-  EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-  EXPECT_NE(said.find(scratch / "folder/Vantoscope.ini: "), std::string::npos) << said;
-  EXPECT_NE(said.find(GetParam().reason), std::string::npos) << said;
-  if (regular) {
-    EXPECT_EQ(fs::file_size(scratch / "folder/Vantoscope.ini"), size);
-    if (size == original.size()) {
-      EXPECT_TRUE(FileBytes(scratch / "folder/Vantoscope.ini") == original);
-      EXPECT_EQ(profile.GetPrivateProfileString("Tank3", "Math", "", kIni), "1");
+    ProfileFile profile(scratch / "folder", std::chrono::milliseconds(30));
+    ::testing::internal::CaptureStderr();
+    for (const SettingsEntry& entry : kSettingsTable) {
+      profile.WritePrivateProfileString("Tank3", entry.name, "2", kIni);
     }
-  } else {
-    EXPECT_EQ(profile.GetPrivateProfileString("Tank3", "Math", "default", kIni), "default");
-  }
-  EXPECT_FALSE(fs::is_regular_file(scratch / "folder/Vantoscope.ini.new"));
-}
+    const std::string said = ::testing::internal::GetCapturedStderr();
+    LimitFileSize(RLIM_INFINITY);
 
-INSTANTIATE_TEST_SUITE_P(
-    Reasons, ProfileFileRefused,
-    ::testing::Values(
-        Refusal{"parent_is_a_file",
-                [](const ScratchFolder& s) { WriteBytes(s / "folder", "not a folder"); },
-                "Not a directory"},
-        Refusal{"is_a_directory",
-                [](const ScratchFolder& s) {
-                  fs::remove(s / "folder/Vantoscope.ini");
-                  fs::create_directories(s / "folder/Vantoscope.ini/x");
-                },
-                "Is a directory"},
-        Refusal{"is_a_pipe",
-                [](const ScratchFolder& s) {
-                  fs::remove(s / "folder/Vantoscope.ini");
-                  mkfifo((s / "folder/Vantoscope.ini").c_str(), 0600);
-                },
-                "Invalid argument"},
-        Refusal{"links_in_a_circle",
-                [](const ScratchFolder& s) {
-                  fs::remove(s / "folder/Vantoscope.ini");
-                  fs::create_symlink("Vantoscope.ini", s / "folder/Vantoscope.ini");
-                },
-                "Too many levels of symbolic links"},
-        Refusal{
-            "lock_is_a_directory",
-            [](const ScratchFolder& s) { fs::create_directory(s / "folder/Vantoscope.ini.lock"); },
-            "Is a directory"},
-        Refusal{"lock_is_held",
-                [](const ScratchFolder& s) {
-                  // Kept open until the test program ends.
-                  static int held = open((s / "folder/Vantoscope.ini.lock").c_str(),
-                                         O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-                  flock(held, LOCK_EX);
-                },
-                "another program holds"},
-        Refusal{"no_new_file_in_the_folder",
-                [](const ScratchFolder& s) {
-                  fs::create_directories(s / "folder/Vantoscope.ini.new/x");
-                },
-                "Is a directory"},
-        Refusal{"disk_is_full",
-                [](const ScratchFolder&) {
-                  std::signal(SIGXFSZ, SIG_IGN);
-                  rlimit limit{};
-                  getrlimit(RLIMIT_FSIZE, &limit);
-                  limit.rlim_cur = 50'000;
-                  setrlimit(RLIMIT_FSIZE, &limit);
-                },
-                "File too large"},
-        Refusal{"larger_than_any_settings_file",
-                [](const ScratchFolder& s) {
-                  fs::resize_file(s / "folder/Vantoscope.ini", std::size_t{65} << 20U);
-                },
-                "File too large"}),
-    [](const auto& refusal) { return std::string(refusal.param.name); });
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    EXPECT_NE(said.find(ini + ": "), std::string::npos) << said;
+    EXPECT_NE(said.find(refusal.reason), std::string::npos) << said;
+    EXPECT_EQ(regular ? fs::file_size(ini) : 0, size);
+    EXPECT_TRUE(size != original.size() || FileBytes(ini) == original);
+    EXPECT_EQ(profile.GetPrivateProfileString("Tank3", "Math", "default", kIni),
+              size == original.size() ? "1" : "default");
+    EXPECT_FALSE(fs::is_regular_file(ini + ".new"));
+  }
+}
 
 }  // namespace
 }  // namespace vantoscope

@@ -19,13 +19,11 @@ TEST(FindProfileValue, FindsTheFirstKeyOfTheSection) {
     std::optional<std::string> value;  ///< of key Math in section Tank3
   };
   const Row rows[] = {
-      {"plain", "[Tank3]\nMath=#0\n", "#0"},
       {"no line end", "[Tank3]\nMath=#0", "#0"},
       {"CRLF", "[Tank3]\r\nMath=#0\r\n", "#0"},
       {"byte order mark", "\xEF\xBB\xBF[Tank3]\nMath=#0\n", "#0"},
       {"case of names", "[tANK3]\nMATH=#0\n", "#0"},
       {"blanks", " [ Tank3\t]\n\tMath = #0 \t\n", "#0"},
-      {"blanks inside stay", "[Tank3]\nMath=a  b\n", "a  b"},
       {"quotes stay", "[Tank3]\nMath=\"#0\"\n", "\"#0\""},
       {"second = belongs to the value", "[Tank3]\nMath=a=b\n", "a=b"},
       {"what looks like a comment belongs to the value", "[Tank3]\nMath=#0 ; x\n", "#0 ; x"},
@@ -44,7 +42,6 @@ TEST(FindProfileValue, FindsTheFirstKeyOfTheSection) {
       {"name not closed", "[Tank3\nMath=1\n", std::nullopt},
       {"longer key", "[Tank3]\nMathUnit=1\n", std::nullopt},
       {"empty file", "", std::nullopt},
-      {"long foreign lines", "[Tank3]\n" + std::string(100000, 'x') + "\nMath=1\n", "1"},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(FindProfileValue(row.text, "Tank3", "Math"), row.value) << row.name;
@@ -59,11 +56,9 @@ TEST(WithProfileValue, ChangesOneValueAndNothingElse) {
   };
   const Row rows[] = {
       {"empty file", "", "[Tank3]\nMath=new\n"},
-      {"only a byte order mark", "\xEF\xBB\xBF", "\xEF\xBB\xBF[Tank3]\nMath=new\n"},
       {"value", "; mine\n[Tank3]\nMath=old\nx=1", "; mine\n[Tank3]\nMath=new\nx=1"},
       {"spelling and blanks stay", "[TANK3]\r\n math =  old \r\n", "[TANK3]\r\n math =  new \r\n"},
       {"empty value", "[Tank3]\nMath=\r\nx=1\n", "[Tank3]\nMath=new\r\nx=1\n"},
-      {"empty value at the end", "[Tank3]\nMath=", "[Tank3]\nMath=new"},
       {"first of two", "[Tank3]\nMath=1\nMath=2\n", "[Tank3]\nMath=new\nMath=2\n"},
       {"the one that a read sees", "[Tank3]\nx=1\n[Tank3]\nMath=2\n",
        "[Tank3]\nx=1\n[Tank3]\nMath=new\n"},
@@ -76,8 +71,6 @@ TEST(WithProfileValue, ChangesOneValueAndNothingElse) {
       {"new key, no line end", "[Tank3]\nx=1", "[Tank3]\nx=1\nMath=new\n"},
       {"new key, no line end behind the name", "[B]\r\n[Tank3]", "[B]\r\n[Tank3]\r\nMath=new\r\n"},
       {"new section", "[B]\nMath=1\n", "[B]\nMath=1\n[Tank3]\nMath=new\n"},
-      {"new section, CRLF, no line end", "[B]\r\nMath=1",
-       "[B]\r\nMath=1\r\n[Tank3]\r\nMath=new\r\n"},
       {"foreign bytes", "\0\xFF[\n=\n[B\n]\r\r\n"s, "\0\xFF[\n=\n[B\n]\r\r\n[Tank3]\nMath=new\n"s},
   };
   for (const Row& row : rows) {
@@ -115,13 +108,10 @@ TEST(CutToBytes, CutsNoCharacterInTwo) {
     std::size_t length;
   };
   const Row rows[] = {
-      {"short", "abc", 3},
       {"exactly full", a252 + "\xC3\xA4", 254},
-      {"300 plain characters", std::string(300, 'a'), 254},
       {"two bytes over the edge", a252 + "a\xC3\xA4", 253},
       {"three bytes, two inside", a252 + "\xE2\x82\xAC", 252},
       {"four bytes, one inside", a252 + "a\xF0\x9F\x98\x80", 253},
-      {"character begins behind the edge", a252 + "aa\xC3\xA4", 254},
       {"no UTF-8", std::string(300, '\x80'), 254},
       {"more bytes than a character has", a252.substr(2) + "\xF6\x80\x80\x80\x80\x80", 254},
   };
