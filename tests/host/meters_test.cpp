@@ -18,12 +18,6 @@ using std::chrono::steady_clock;
 
 constexpr int kMeters = 16;
 
-int Count(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
-  return count;
-}
-
 using MetersTest = BrokerTest;
 
 TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
@@ -62,6 +56,12 @@ TEST_F(MetersTest, ShowWhatTheElectrocardiogramHasAtThatMoment) {
 }
 
 #ifdef VANTOSCOPE_METER
+int Count(const std::string& text, const std::string& part) {
+  int count = 0;
+  for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
 TEST_F(MetersTest, SaveAndEndWithinTwoSecondsWhenTheirHostIsKilled) {
   const auto host = StartHost("SM64");
   const std::filesystem::path config = broker_->Folder() / "config";
