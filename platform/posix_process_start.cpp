@@ -16,8 +16,6 @@
 
 #include "meter/words.h"
 
-extern "C" char** environ;
-
 namespace vantoscope {
 namespace {
 

@@ -8,12 +8,12 @@ namespace vantoscope {
 
 struct Twips {
   double value = 0;
-  auto operator<=>(const Twips&) const = default;
+  auto operator<=>(const Twips&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 struct Points {
   double value = 0;
-  auto operator<=>(const Points&) const = default;
+  auto operator<=>(const Points&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 inline constexpr double kTwipsPerPixel = 15;
