@@ -9,9 +9,6 @@
 #include "equation/equation_tick.h"
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
-#include "meter/startup.h"
-#include "platform/muparser_evaluator.h"
-#include "sources/device_control.h"
 
 namespace vantoscope::bench {
 namespace {
@@ -26,17 +23,8 @@ class NoEvaluation : public Evaluator {
   double Evaluate(std::string_view text) override { return static_cast<double>(text.size()); }
 };
 
-struct EquationMeter {
-  DeviceControl telvix;
-  QuietWindow form;
-  EmptyProfile profile;
-  NoProcesses processes;
-  Platform platform{[](double) { return std::string("3.333"); }, CreateMuParserEvaluator, profile,
-                    processes};
-  Meter meter{telvix, form, platform};
-
-  EquationMeter(std::int64_t channels, const char* equation, bool evaluate) {
-    StartUp(meter, "-dSM64:channels=" + std::to_string(channels) + " -nBench -i0");
+struct EquationMeter : QuietMeter {
+  EquationMeter(std::int64_t channels, const char* equation, bool evaluate) : QuietMeter(channels) {
     meter.config.WindowSize = 1000;
     if (!evaluate) meter.runtime.EquationEngine = std::make_unique<NoEvaluation>();
     meter.runtime.PreparedEquation = NormaliseEquation(meter, equation);

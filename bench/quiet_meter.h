@@ -5,6 +5,9 @@
 #include <string>
 
 #include "meter/meter.h"
+#include "meter/startup.h"
+#include "platform/muparser_evaluator.h"
+#include "sources/device_control.h"
 
 namespace vantoscope::bench {
 
@@ -57,6 +60,21 @@ class EmptyProfile : public ProfileOperations {
 class NoProcesses : public ProcessStart {
  public:
   void Start(const std::string&, int) override {}
+};
+
+/// A started meter on the first channel of a simulator.
+struct QuietMeter {
+  DeviceControl telvix;
+  QuietWindow form;
+  EmptyProfile profile;
+  NoProcesses processes;
+  Platform platform{[](double) { return std::string("3.333"); }, CreateMuParserEvaluator, profile,
+                    processes};
+  Meter meter{telvix, form, platform};
+
+  explicit QuietMeter(std::int64_t channels) {
+    StartUp(meter, "-dSM64:channels=" + std::to_string(channels) + " -nBench -i0");
+  }
 };
 
 }  // namespace vantoscope::bench

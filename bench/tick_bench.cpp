@@ -7,26 +7,15 @@
 
 #include "bench/allocations.h"
 #include "bench/quiet_meter.h"
-#include "meter/startup.h"
 #include "meter/tick.h"
-#include "platform/muparser_evaluator.h"
 #include "reduction/statistics.h"
-#include "sources/device_control.h"
 
 namespace vantoscope::bench {
 namespace {
 
-struct TickingMeter {
-  DeviceControl telvix;
-  QuietWindow form;
-  EmptyProfile profile;
-  NoProcesses processes;
-  Platform platform{[](double) { return std::string("3.333"); }, CreateMuParserEvaluator, profile,
-                    processes};
-  Meter meter{telvix, form, platform};
-
-  TickingMeter(std::int64_t channels, std::int64_t window, std::int64_t method) {
-    StartUp(meter, "-dSM64:channels=" + std::to_string(channels) + " -nBench -i0");
+struct TickingMeter : QuietMeter {
+  TickingMeter(std::int64_t channels, std::int64_t window, std::int64_t method)
+      : QuietMeter(channels) {
     meter.config.WindowSize = static_cast<std::int32_t>(window);
     meter.config.DataMethod = static_cast<std::int16_t>(method);
     Timer1Tick(meter);  // the first one fills what a source fills once
