@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "meter/data_source.h"
-#include "sources/mqtt_device.h"
+#include "sources/mqtt/mqtt_device.h"
 #include "sources/open_device.h"
 
 using namespace vantoscope;

@@ -4,9 +4,9 @@
 
 #include <string>
 
+#include "equation/muparser_evaluator.h"
 #include "meter/meter.h"
 #include "meter/startup.h"
-#include "platform/muparser_evaluator.h"
 #include "sources/device_control.h"
 
 namespace vantoscope::bench {

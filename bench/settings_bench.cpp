@@ -2,7 +2,7 @@
 // column is the one to look at: 20 ms for a save, 5 ms for a load are the limits.
 #include <benchmark/benchmark.h>
 
-#include "platform/profile_file.h"
+#include "settings/profile_file.h"
 #include "settings/settings.h"
 #include "tests/support/recording.h"
 #include "tests/support/scratch_folder.h"

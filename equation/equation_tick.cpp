@@ -38,7 +38,8 @@ std::vector<EquationToken> GatherTokens(const MeterRuntime& runtime, std::int16_
 
 /// Gathered again only when something they come from has changed.
 const std::vector<EquationToken>& CurrentTokens(MeterRuntime& runtime, std::int16_t channel_count) {
-  TickTokens& kept = runtime.EquationTokens;
+  if (!runtime.EquationTokens) runtime.EquationTokens = std::make_shared<TickTokens>();
+  TickTokens& kept = *runtime.EquationTokens;
   const bool statistics = runtime.NeedsStatistics > 0;
   if (kept.channel_count != channel_count || kept.history_depth != runtime.HistoryDepth ||
       kept.statistics != statistics || kept.equation != runtime.PreparedEquation) {

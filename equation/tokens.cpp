@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "equation/text_replacement.h"
-#include "presentation/display_format.h"
+#include "text/picture.h"
 
 namespace vantoscope {
 namespace {

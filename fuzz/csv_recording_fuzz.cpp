@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "meter/data_source.h"
-#include "sources/csv_layout.h"
-#include "sources/csv_rows.h"
+#include "sources/recording/csv_layout.h"
+#include "sources/recording/csv_rows.h"
 
 namespace {
 

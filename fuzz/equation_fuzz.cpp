@@ -8,9 +8,9 @@
 #include <string>
 
 #include "equation/equation_tick.h"
+#include "equation/muparser_evaluator.h"
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
-#include "platform/muparser_evaluator.h"
 #include "tests/support/recording.h"
 
 namespace vantoscope {

@@ -3,7 +3,7 @@
 // come first, so that every path behind them is in reach.
 #include <cstdlib>
 
-#include "sources/mqtt_feed.h"
+#include "sources/mqtt/mqtt_feed.h"
 
 using namespace vantoscope;
 

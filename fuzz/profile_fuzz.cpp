@@ -11,9 +11,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/profile.h"
-#include "platform/profile_text.h"
-#include "settings/text_values.h"
+#include "meter/profile.h"
+#include "settings/profile_text.h"
+#include "text/booleans.h"
+#include "text/numbers.h"
 
 namespace {
 

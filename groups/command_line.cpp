@@ -4,18 +4,17 @@
 #include <optional>
 #include <vector>
 
-#include "meter/utf8.h"
-#include "meter/words.h"
-#include "settings/text_values.h"
+#include "text/characters.h"
+#include "text/numbers.h"
+#include "text/utf8.h"
+#include "text/words.h"
 
 namespace vantoscope {
 namespace {
 
 /// What stands behind "-" and the letter, in either case.
 std::optional<std::string_view> ValueBehind(char upper_letter, std::string_view token) {
-  const auto lower_letter = static_cast<char>(upper_letter - 'A' + 'a');
-  if (token.size() < 2 || token[0] != '-') return std::nullopt;
-  if (token[1] != upper_letter && token[1] != lower_letter) return std::nullopt;
+  if (token.size() < 2 || token[0] != '-' || Upper(token[1]) != upper_letter) return std::nullopt;
   return token.substr(2);
 }
 

@@ -16,7 +16,7 @@
 #include <string>
 #include <string_view>
 
-#include "sources/mqtt_wire.h"
+#include "sources/mqtt/mqtt_wire.h"
 
 namespace vantoscope {
 

@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "sources/device_text.h"
-#include "sources/scan_ring.h"
+#include "sources/mqtt/scan_ring.h"
 
 namespace vantoscope {
 namespace {

@@ -15,8 +15,8 @@
 
 #include "host/publication.h"
 #include "host/sigrok_device.h"
-#include "sources/mqtt_address.h"
-#include "sources/mqtt_link.h"
+#include "sources/mqtt/mqtt_address.h"
+#include "sources/mqtt/mqtt_link.h"
 #include "sources/open_device.h"
 
 namespace vantoscope {

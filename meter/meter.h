@@ -6,18 +6,18 @@
 #include <string>
 
 #include "meter/data_source.h"
+#include "meter/evaluator.h"
 #include "meter/meter_state.h"
-#include "platform/evaluator.h"
-#include "platform/meter_window.h"
-#include "platform/process_start.h"
-#include "platform/profile.h"
+#include "meter/meter_window.h"
+#include "meter/process_start.h"
+#include "meter/profile.h"
 
 namespace vantoscope {
 
 /// What a meter expects of the machine below it.
 struct Platform {
-  /// A number in the locale's default format, as people here write it: 3.333 or 3,333.
-  std::function<std::string(double)> LocaleNumberText;
+  /// What parts whole numbers from decimals where the user lives.
+  std::function<std::string()> DecimalSeparator;
   std::function<std::unique_ptr<Evaluator>()> CreateEvaluator;
   ProfileOperations& profile;
   ProcessStart& processes;

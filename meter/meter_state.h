@@ -8,17 +8,13 @@
 #include <optional>
 #include <string>
 
-#include "equation/tokens.h"
 #include "meter/data_source.h"
-#include "platform/evaluator.h"
+#include "meter/evaluator.h"
+#include "text/booleans.h"
 
 namespace vantoscope {
 
-/// Truth as the settings keep it: -1 true, 0 false; any value but 0 counts as true.
-using Bool16 = std::int16_t;
-inline constexpr Bool16 kTrue = -1;
-inline constexpr Bool16 kFalse = 0;
-constexpr Bool16 ToBool16(bool value) { return value ? kTrue : kFalse; }
+struct TickTokens;  // see equation/tokens.h
 
 /// 32-bit colour: red in the low byte, then green, then blue. 0x0000FF is red.
 using Color = std::int32_t;
@@ -71,11 +67,11 @@ struct MeterRuntime {
   Bool16 SpecialChannel = kFalse;             ///< the channel number was below 0 at start-up
   float ScaleHigh = 0;                        ///< range of the channel as read once at start-up
   float ScaleLow = 0;
-  std::string DisplayFormat;         ///< number picture of the reading
-  std::string PreparedEquation;      ///< MathText after the normaliser
-  std::int16_t HistoryDepth = 0;     ///< 0 to 26
-  std::int16_t NeedsStatistics = 0;  ///< 1 when the equation holds a statistic token
-  TickTokens EquationTokens;         ///< what the tick knows of PreparedEquation
+  std::string DisplayFormat;                   ///< number picture of the reading
+  std::string PreparedEquation;                ///< MathText after the normaliser
+  std::int16_t HistoryDepth = 0;               ///< 0 to 26
+  std::int16_t NeedsStatistics = 0;            ///< 1 when the equation holds a statistic token
+  std::shared_ptr<TickTokens> EquationTokens;  ///< what the tick knows of PreparedEquation
   std::unique_ptr<Evaluator> EquationEngine;
   std::optional<Block> DataBlock;       ///< last block fetched for a reduction; nothing is Empty
   std::optional<Block> StatisticBlock;  ///< WindowSize scans for statistic tokens

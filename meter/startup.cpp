@@ -5,11 +5,12 @@
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
 #include "groups/command_line.h"
-#include "meter/utf8.h"
 #include "presentation/display_format.h"
 #include "presentation/window_behaviour.h"
 #include "settings/settings.h"
-#include "settings/text_values.h"
+#include "text/numbers.h"
+#include "text/picture.h"
+#include "text/utf8.h"
 
 namespace vantoscope {
 namespace {
@@ -38,11 +39,6 @@ void ReadRangeAndKind(Meter& meter) {
 
 }  // namespace
 
-std::string DecimalSepFrom(const std::string& number_text) {
-  if (number_text.find('.') != std::string::npos) return ".";
-  return std::string(FirstCharacters(WithoutFirstCharacters(number_text, 1), 1));
-}
-
 std::int16_t ChannelsPerBankOf(const std::string& device_name) {
   const double model =
       std::floor(NumberFromText(FirstCharacters(WithoutFirstCharacters(device_name, 2), 2)));
@@ -54,7 +50,7 @@ std::int16_t ChannelsPerBankOf(const std::string& device_name) {
 // the settings and the range.
 void StartUp(Meter& meter, const std::string& command_line) {
   MeterRuntime& runtime = meter.runtime;
-  runtime.DecimalSep = DecimalSepFrom(meter.platform.LocaleNumberText(3.333));
+  runtime.DecimalSep = meter.platform.DecimalSeparator();
   runtime.EquationEngine = meter.platform.CreateEvaluator();
   runtime.IniFile = "Vantoscope.ini";
   runtime.StatisticNames = {"min", "max", "ave", "rms", "acrms", "freq"};

@@ -13,9 +13,6 @@ namespace vantoscope {
 /// nothing has been written then.
 void StartUp(Meter& meter, const std::string& command_line);
 
-/// The decimal separator in a locale's text of the number 3.333.
-std::string DecimalSepFrom(const std::string& number_text);
-
 /// Channels to a bank by a device text: 16 for the models 32, 35, 36 and 37, else 32.
 std::int16_t ChannelsPerBankOf(const std::string& device_name);
 

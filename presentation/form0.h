@@ -6,8 +6,8 @@
 #include <QWidget>
 #include <functional>
 
-#include "platform/meter_window.h"
-#include "platform/qt_window_place.h"
+#include "meter/meter_window.h"
+#include "presentation/window_place.h"
 
 namespace vantoscope {
 

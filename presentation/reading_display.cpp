@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "presentation/display_format.h"
+#include "text/picture.h"
 
 namespace vantoscope {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "settings/text_values.h"
+#include "text/numbers.h"
 
 namespace vantoscope {
 namespace {

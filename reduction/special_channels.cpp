@@ -1,6 +1,6 @@
 #include "reduction/special_channels.h"
 
-#include "settings/text_values.h"
+#include "text/numbers.h"
 
 namespace vantoscope {
 

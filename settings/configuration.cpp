@@ -2,7 +2,7 @@
 
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
-#include "settings/text_values.h"
+#include "text/numbers.h"
 
 namespace vantoscope {
 namespace {

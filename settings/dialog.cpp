@@ -15,11 +15,11 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/open_address.h"
-#include "platform/profile.h"
-#include "platform/units.h"
+#include "meter/profile.h"
+#include "meter/units.h"
 #include "settings/color_sample.h"
 #include "settings/dialog_controls.h"
+#include "settings/open_address.h"
 
 namespace vantoscope {
 namespace {

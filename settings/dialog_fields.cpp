@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "settings/text_values.h"
+#include "text/booleans.h"
+#include "text/numbers.h"
 
 namespace vantoscope {
 namespace {

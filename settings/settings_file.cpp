@@ -1,7 +1,8 @@
 #include "settings/settings_file.h"
 
-#include "presentation/display_format.h"
-#include "settings/text_values.h"
+#include "text/booleans.h"
+#include "text/numbers.h"
+#include "text/picture.h"
 
 namespace vantoscope {
 namespace {

@@ -4,7 +4,8 @@
 #include "presentation/window_behaviour.h"
 #include "settings/settings.h"
 #include "settings/settings_file.h"
-#include "settings/text_values.h"
+#include "text/booleans.h"
+#include "text/numbers.h"
 
 namespace vantoscope {
 namespace {

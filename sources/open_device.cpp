@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "sources/device_text.h"
-#include "sources/mqtt_device.h"
-#include "sources/recording.h"
+#include "sources/mqtt/mqtt_device.h"
+#include "sources/recording/recording.h"
 #include "sources/simulator.h"
 
 namespace vantoscope {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/muparser_evaluator.h"
+#include "equation/muparser_evaluator.h"
 
 namespace vantoscope {
 namespace {

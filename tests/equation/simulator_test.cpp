@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "equation/equation_tick.h"
+#include "equation/muparser_evaluator.h"
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
-#include "platform/muparser_evaluator.h"
 #include "sources/device_control.h"
 #include "tests/support/recording.h"
 

@@ -1,4 +1,4 @@
-#include "platform/posix_process_start.h"
+#include "groups/posix_process_start.h"
 
 #include <dirent.h>
 #include <gtest/gtest.h>

@@ -7,8 +7,8 @@
 #include <memory>
 #include <tuple>
 
-#include "sources/mqtt_device.h"
-#include "sources/mqtt_link.h"
+#include "sources/mqtt/mqtt_device.h"
+#include "sources/mqtt/mqtt_link.h"
 #include "sources/open_device.h"
 #include "tests/host/broker.h"
 #include "tests/support/refusal.h"

@@ -1,4 +1,4 @@
-#include "sources/mqtt_feed.h"
+#include "sources/mqtt/mqtt_feed.h"
 
 #include <gmock/gmock.h>
 

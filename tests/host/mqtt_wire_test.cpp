@@ -1,4 +1,4 @@
-#include "sources/mqtt_wire.h"
+#include "sources/mqtt/mqtt_wire.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <tuple>
 
-#include "sources/mqtt_address.h"
+#include "sources/mqtt/mqtt_address.h"
 
 namespace vantoscope {
 namespace {

@@ -1,4 +1,4 @@
-#include "sources/scan_ring.h"
+#include "sources/mqtt/scan_ring.h"
 
 #include <gmock/gmock.h>
 

@@ -72,12 +72,6 @@ TEST(StartUp, ABadEquationStopsEvenAMeterThatUsesNone) {
   EXPECT_EQ(m.log.back(), "Timer1 off");
 }
 
-TEST(StartUp, DecimalSeparatorOfTheLocale) {
-  EXPECT_EQ(DecimalSepFrom("3.333"), ".");
-  EXPECT_EQ(DecimalSepFrom("3,333"), ",");
-  EXPECT_EQ(DecimalSepFrom("3\u066B333"), "\u066B");
-}
-
 TEST(StartUp, BankSizeByModel) {
   const std::vector<std::pair<const char*, int>> rows = {
       {"SM64", 32}, {"SM32", 16}, {"SM35:rate=1", 16}, {"SM36", 16}, {"SM37", 16},

@@ -1,4 +1,5 @@
 #include "presentation/display_format.h"
+#include "text/picture.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "meter/ending.h"
+#include "program/ending.h"
 #include "tests/support/recording.h"
 
 namespace vantoscope::test {

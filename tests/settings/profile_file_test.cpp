@@ -1,4 +1,4 @@
-#include "platform/profile_file.h"
+#include "settings/profile_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/file.h>

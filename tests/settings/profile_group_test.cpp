@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/profile_file.h"
+#include "settings/profile_file.h"
 #include "settings/settings_file.h"
 #include "tests/support/scratch_folder.h"
 

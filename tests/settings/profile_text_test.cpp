@@ -1,11 +1,11 @@
-#include "platform/profile_text.h"
+#include "settings/profile_text.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
 
-#include "platform/profile.h"
+#include "meter/profile.h"
 
 namespace vantoscope {
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "meter/meter.h"
-#include "presentation/display_format.h"
+#include "text/picture.h"
 
 namespace vantoscope::test {
 
@@ -239,12 +239,12 @@ struct RecordingMeter {
   Log log;
   double evaluator_value = 0;
   bool evaluator_failing = false;
-  std::string locale_text = "3.333";
+  std::string separator = ".";
   RecordingTelvix telvix{log};
   RecordingWindow form{log};
   RecordingProfile profile{log};
   RecordingProcesses processes{log};
-  Platform platform{[this](double) { return locale_text; },
+  Platform platform{[this] { return separator; },
                     [this]() -> std::unique_ptr<Evaluator> {
                       return std::make_unique<RecordingEvaluator>(log, evaluator_value,
                                                                   evaluator_failing);

@@ -1,0 +1,21 @@
+// The evaluator of equation texts, behind it muParser.
+//
+// Numbers:   12  12.  .5  1e-6  and a lone point, which is zero; a point in every locale.
+// Operators: + - * / ^ (right to left, stronger than a sign: -3^2 is -9), < <= > >= == !=,
+//            && ||, condition ? a : b. Any run of signs is one sign: 2--3 is 5.
+// Constants: pi e inf nan
+// Functions: see the table in muparser_evaluator.cpp; angles are radians.
+#pragma once
+
+#include <memory>
+
+#include "meter/evaluator.h"
+
+namespace vantoscope {
+
+/// Arithmetic is IEEE: 1/0 is inf and sqrt(-1) is nan, neither is an error. A blank text is nan. A
+/// text that does not give exactly one value is an error, and so is one of 20000 characters or
+/// more. Depends on no locale.
+std::unique_ptr<Evaluator> CreateMuParserEvaluator();
+
+}  // namespace vantoscope

@@ -1,0 +1,49 @@
+#include "program/application.h"
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+
+namespace vantoscope {
+namespace {
+
+// A Wayland compositor lets no window place itself, stay on top or follow the pointer outside; its
+// X server does.
+void PreferX11() {
+  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY")) {
+    qputenv("QT_QPA_PLATFORM", "xcb");
+  }
+}
+
+// The toolkit ends the process when it finds no display, with many lines and a core file.
+void EndWithOneSentence(QtMsgType type, const QMessageLogContext&, const QString&) {
+  if (type != QtFatalMsg) return;
+  const char* display = std::getenv("DISPLAY");
+  if (display == nullptr || *display == '\0') {
+    std::fputs("vantoscope: there is no display to open a window on: DISPLAY is not set.\n",
+               stderr);
+  } else {
+    std::fprintf(stderr, "vantoscope: no window can be opened on the display %s.\n", display);
+  }
+  std::_Exit(1);
+}
+
+}  // namespace
+
+std::unique_ptr<QApplication> CreateApplication(std::string program) {
+  static std::string name;  // the toolkit keeps the addresses
+  static int count = 1;
+  static char* arguments[] = {nullptr, nullptr};
+  name = std::move(program);
+  arguments[0] = name.data();
+
+  PreferX11();
+  QGuiApplication::setDesktopSettingsAware(false);
+  const QtMessageHandler before = qInstallMessageHandler(EndWithOneSentence);
+  auto application = std::make_unique<QApplication>(count, arguments);
+  qInstallMessageHandler(before);
+  std::setlocale(LC_NUMERIC, "C");
+  return application;
+}
+
+}  // namespace vantoscope

@@ -1,0 +1,168 @@
+// The program: one process is one meter. Puts the real parts behind the seams, wires the events of
+// the window to the rules, and ends the meter in each of the ways in which it can end.
+#include <QTimer>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "equation/muparser_evaluator.h"
+#include "groups/posix_process_start.h"
+#include "meter/startup.h"
+#include "meter/tick.h"
+#include "presentation/form0.h"
+#include "presentation/window_behaviour.h"
+#include "program/application.h"
+#include "program/decimal_separator.h"
+#include "program/ending.h"
+#include "program/termination.h"
+#include "settings/configuration.h"
+#include "settings/dialog.h"
+#include "settings/profile_file.h"
+#include "sources/device_control.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr int kCheckHostMilliseconds = 250;
+
+constexpr const char* kHelp =
+    R"(Usage: vantoscope [-dDEVICE [-nNAME [-iINDEX]]]
+
+Shows one channel of a data acquisition host as one big number that stays on top.
+
+  -dDEVICE  where the data comes from; the built-in simulator if left out
+              sim                      the simulator
+              /path/to/recording.csv   a recording, as CSV or as a sound file
+              mqtt://host:port/root    a host in the network, published by telvixd
+  -nNAME    name of the meter, "_" stands for a blank; each name and channel has
+            settings of its own
+  -iINDEX   channel, counted from 0; -1 opens a meter for every channel
+
+Arguments have this order and none may hold a blank. The settings are kept in
+$XDG_CONFIG_HOME/vantoscope/Vantoscope.ini (~/.config if that is not set).
+
+  --help     this text
+  --version  the version
+)";
+
+/// The arguments as one text, parted by single blanks.
+std::string CommandLine(int count, char** arguments) {
+  std::string text;
+  for (int i = 1; i < count; ++i) {
+    if (i > 1) text += ' ';
+    text += arguments[i];
+  }
+  return text;
+}
+
+/// True when a group launch started this process, which then must not take the focus. The processes
+/// that this one starts are told anew.
+bool TakeGroupMark() {
+  const bool marked = std::getenv(kNoFocusVariable) != nullptr;
+  unsetenv(kNoFocusVariable);
+  return marked;
+}
+
+void Wire(Meter& meter, Form0& form) {
+  form.OnResize = [&] { ResizeRule(meter); };
+  form.OnLabelDoubleClick = [&] { SwapLook(meter); };
+  form.OnTimer1 = [&] { Timer1Tick(meter); };
+  form.OnTimer2 = [&] { HoverRule(form); };
+  form.OnCommand1Click = [&] { Command1Click(meter, ModalDialog(form)); };
+  form.OnUnload = [&] { UnloadMeter(meter); };
+  meter.telvix.HostClosed = [&] {
+    form.LookAgain();
+    EndByHost(meter);
+  };
+}
+
+/// As if the user had closed the window, which a modal box above it would not let happen.
+void CloseOnRequest(Form0& form) {
+  if (QApplication::activeModalWidget() == nullptr) {
+    form.close();
+    return;
+  }
+  form.Unload();
+  form.EndProcess();
+}
+
+void ReportStartError(const SourceError& error, bool in_group) {
+  std::cerr << "vantoscope: " << error.what() << std::endl;
+  // One sentence per process would be a screen full of boxes in a group.
+  if (!in_group) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
+}
+
+/// When the display dies, the toolkit leaves by std::exit, and what stands on the stack still lives
+/// then: the settings are saved all the same.
+class UnloadAtExit {
+ public:
+  explicit UnloadAtExit(Form0& form) {
+    open_form = &form;
+    std::atexit([] {
+      if (open_form != nullptr) open_form->Unload();
+    });
+  }
+  ~UnloadAtExit() { open_form = nullptr; }
+  UnloadAtExit(const UnloadAtExit&) = delete;
+  UnloadAtExit& operator=(const UnloadAtExit&) = delete;
+
+ private:
+  static inline Form0* open_form = nullptr;
+};
+
+int Run(int count, char** arguments) {
+  const bool in_group = TakeGroupMark();
+  std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
+  const auto application = CreateApplication(arguments[0]);
+  Form0 form(!in_group);
+  DeviceControl telvix;
+  ProfileFile profile;
+  PosixProcessStart processes;
+  Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
+  Meter meter{telvix, form, platform};
+  Wire(meter, form);
+
+  // Both watch from every event loop, those of message boxes during start-up included.
+  QTimer host_timer;
+  QObject::connect(&host_timer, &QTimer::timeout, [&] { telvix.CheckHost(); });
+  host_timer.start(kCheckHostMilliseconds);
+  std::optional<TerminationRequests> termination;
+  const auto watch_signals = [&] {
+    if (!termination) termination.emplace([&] { CloseOnRequest(form); });
+  };
+  QTimer first_event;
+  first_event.setSingleShot(true);
+  QObject::connect(&first_event, &QTimer::timeout, watch_signals);
+  first_event.start(0);
+
+  try {
+    StartUp(meter, CommandLine(count, arguments));
+  } catch (const SourceError& error) {
+    host_timer.stop();
+    first_event.stop();
+    ReportStartError(error, in_group);
+    return EXIT_FAILURE;
+  }
+  watch_signals();
+  const UnloadAtExit display_may_die(form);
+  form.Open();
+  return QApplication::exec();
+}
+
+}  // namespace
+}  // namespace vantoscope
+
+int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == "--help") {
+    std::cout << vantoscope::kHelp;
+    return EXIT_SUCCESS;
+  }
+  if (argc == 2 && std::string_view(argv[1]) == "--version") {
+    std::cout << "vantoscope " VANTOSCOPE_VERSION "\n";
+    return EXIT_SUCCESS;
+  }
+  return vantoscope::Run(argc, argv);
+}

@@ -1,0 +1,233 @@
+#include "settings/profile_file.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "settings/profile_text.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr std::size_t kLargestFile = std::size_t{64} << 20U;
+
+[[noreturn]] void Fail(int error = errno) {
+  throw std::system_error(error, std::generic_category());
+}
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  Descriptor& operator=(Descriptor&&) = delete;
+  ~Descriptor() {
+    if (fd_ >= 0) close(fd_);
+  }
+
+  [[nodiscard]] int Get() const { return fd_; }
+  /// Closes now, since some file systems tell only then that the data found no room.
+  void Close() {
+    if (close(std::exchange(fd_, -1)) != 0) Fail();
+  }
+
+ private:
+  int fd_;
+};
+
+struct FileContent {
+  std::string text;
+  struct stat status {};
+};
+
+/// Nothing where there is no file.
+std::optional<FileContent> ReadFile(const std::string& path) {
+  // O_NONBLOCK: a pipe of that name must not hold the meter up.
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  if (file.Get() < 0) {
+    if (errno == ENOENT) return std::nullopt;
+    Fail();
+  }
+  FileContent content;
+  if (fstat(file.Get(), &content.status) != 0) Fail();
+  if (S_ISDIR(content.status.st_mode)) Fail(EISDIR);
+  if (!S_ISREG(content.status.st_mode)) Fail(EINVAL);
+  if (static_cast<std::size_t>(content.status.st_size) > kLargestFile) Fail(EFBIG);
+
+  content.text.resize(static_cast<std::size_t>(content.status.st_size));
+  std::size_t length = 0;
+  while (length < content.text.size()) {
+    const ssize_t got =
+        read(file.Get(), content.text.data() + length, content.text.size() - length);
+    if (got < 0 && errno != EINTR) Fail();
+    if (got == 0) break;
+    if (got > 0) length += static_cast<std::size_t>(got);
+  }
+  content.text.resize(length);
+  return content;
+}
+
+/// The file that a chain of symbolic links leads to, whether it is there or not.
+std::string BehindLinks(std::string path) {
+  namespace fs = std::filesystem;
+  constexpr int kLongestChain = 40;
+  for (int link = 0; fs::is_symlink(fs::symlink_status(path)); ++link) {
+    if (link == kLongestChain) Fail(ELOOP);
+    path = fs::path(path).parent_path() / fs::read_symlink(path);
+  }
+  return path;
+}
+
+bool IsAt(const std::string& path, const Descriptor& file) {
+  struct stat open_file {};
+  struct stat named {};
+  return fstat(file.Get(), &open_file) == 0 && stat(path.c_str(), &named) == 0 &&
+         open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino;
+}
+
+Descriptor OpenLock(const std::string& path) {
+  // First as a file that is there: a creating open would wait for everybody else in the folder.
+  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOCTTY;
+  Descriptor file(open(path.c_str(), kFlags));
+  if (file.Get() >= 0) return file;
+  if (errno != ENOENT) Fail();
+  Descriptor made(open(path.c_str(), kFlags | O_CREAT, 0666));
+  if (made.Get() < 0) Fail();
+  return made;
+}
+
+/// The lock beside the file, held until the result is closed.
+Descriptor Lock(const std::string& path, std::chrono::milliseconds patience) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  constexpr auto kLongestPause = std::chrono::milliseconds(16);
+  auto pause = std::chrono::milliseconds(1);
+  for (;;) {
+    Descriptor file = OpenLock(path);
+    while (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK && errno != EINTR) Fail();
+      if (std::chrono::steady_clock::now() >= deadline) {
+        throw std::runtime_error("another program holds " + path);
+      }
+      std::this_thread::sleep_for(pause);
+      pause = std::min(pause * 2, kLongestPause);
+    }
+    // The lock on a file that somebody took away in the meantime excludes nobody.
+    if (IsAt(path, file)) return file;
+  }
+}
+
+void WriteAll(const Descriptor& file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t put = write(file.Get(), text.data(), text.size());
+    if (put < 0 && errno != EINTR) Fail();
+    if (put > 0) text.remove_prefix(static_cast<std::size_t>(put));
+  }
+}
+
+/// Gives the new file the owner and the permissions of the old one, as far as we may.
+void KeepOwnerAndMode(const Descriptor& file, const struct stat& old) {
+  if (fchown(file.Get(), static_cast<uid_t>(-1), old.st_gid) != 0 ||
+      fchown(file.Get(), old.st_uid, static_cast<gid_t>(-1)) != 0) {
+    errno = 0;  // only root may give a file away
+  }
+  if (fchmod(file.Get(), old.st_mode & 07777U) != 0) Fail();
+}
+
+/// Puts a new file in the place of the old one; on failure the old one stands. Under the lock.
+void ReplaceFile(const std::string& path, std::string_view text, const struct stat* old) {
+  const std::string new_path = path + ".new";
+  if (unlink(new_path.c_str()) != 0 && errno != ENOENT) Fail();  // of a killed writer
+  Descriptor file(open(new_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (file.Get() < 0) Fail();
+  try {
+    if (old != nullptr) KeepOwnerAndMode(file, *old);
+    WriteAll(file, text);
+    sync_file_range(file.Get(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    file.Close();
+    if (rename(new_path.c_str(), path.c_str()) != 0) Fail();
+  } catch (...) {
+    unlink(new_path.c_str());
+    throw;
+  }
+}
+
+void WriteKey(const std::string& file, std::string_view section, std::string_view key,
+              std::string_view value, std::chrono::milliseconds patience) {
+  const std::string path = BehindLinks(file);
+  std::error_code error;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+  if (error) throw std::system_error(error);
+  const Descriptor lock = Lock(path + ".lock", patience);
+  const std::optional<FileContent> old = ReadFile(path);
+  const auto changed = WithProfileValue(old ? old->text : "", section, key, value);
+  if (changed) ReplaceFile(path, *changed, old ? &old->status : nullptr);
+}
+
+std::string ConfigurationFolder() {
+  // A relative path in this variable is to be ignored, says the XDG Base Directory Specification.
+  if (const char* folder = std::getenv("XDG_CONFIG_HOME"); folder != nullptr && *folder == '/') {
+    return folder;
+  }
+  if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
+    return std::string(home) + "/.config";
+  }
+  const passwd* user = getpwuid(getuid());
+  return std::string(user != nullptr ? user->pw_dir : "") + "/.config";
+}
+
+}  // namespace
+
+ProfileFile::ProfileFile() : ProfileFile(ConfigurationFolder() + "/vantoscope") {}
+
+ProfileFile::ProfileFile(std::string folder, std::chrono::milliseconds patience)
+    : folder_(std::move(folder)), patience_(patience) {}
+
+std::string ProfileFile::GetPrivateProfileString(std::string_view section, std::string_view key,
+                                                 std::string_view fallback,
+                                                 const std::string& file) {
+  try {
+    if (const std::optional<FileContent> content = ReadFile(PathOf(file))) {
+      if (const auto value = FindProfileValue(content->text, section, key)) {
+        return std::string(CutToBytes(*value, kProfileValueLimit));
+      }
+    }
+  } catch (const std::exception&) {
+    // As a missing file; the save will say what is wrong with it.
+  }
+  return std::string(fallback);
+}
+
+void ProfileFile::WritePrivateProfileString(std::string_view section, std::string_view key,
+                                            std::string_view value, const std::string& file) {
+  const std::string path = PathOf(file);
+  const bool failed_before = failed_.count(path) != 0;
+  try {
+    WriteKey(path, section, key, value, failed_before ? std::chrono::milliseconds(0) : patience_);
+  } catch (const std::exception& error) {
+    if (!failed_before) {
+      std::fprintf(stderr, "vantoscope: cannot save settings in %s: %s\n", path.c_str(),
+                   error.what());
+    }
+    failed_.insert(path);
+  }
+}
+
+std::string ProfileFile::PathOf(const std::string& file) const {
+  return file.find('/') == std::string::npos ? folder_ + "/" + file : file;
+}
+
+}  // namespace vantoscope

@@ -1,0 +1,51 @@
+// The profile operations on real files. Many processes may write one file at the same moment; none
+// loses a key, and a reader never sees half a file.
+//
+// Every write takes a lock, reads the newest content, writes a new file beside the old one and
+// renames it over it. The lock is an flock on "NAME.lock" in the same folder: it ends with the
+// process that holds it, however that ends, and the empty lock file is left in place, since taking
+// it away would let two processes hold locks on two files of that name. The new file is always
+// "NAME.new", so that what killed writers leave behind never adds up: the next writer replaces it.
+//
+// Nothing is synced to disk by force: a sync per key, under a lock that a whole group of meters
+// waits for, would take a group seconds to end. The write-back of the new file is started before
+// the rename instead; a power failure in the seconds after may bring back the older settings.
+#pragma once
+
+#include <chrono>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "meter/profile.h"
+
+namespace vantoscope {
+
+class ProfileFile final : public ProfileOperations {
+ public:
+  /// A file name without a slash leads to the folder vantoscope/ of the user's configuration
+  /// folder, $XDG_CONFIG_HOME or ~/.config.
+  ProfileFile();
+  /// A file name without a slash leads to `folder`. A write that finds the file locked waits for
+  /// `patience` and then fails; later writes to the same file do not wait again.
+  explicit ProfileFile(std::string folder,
+                       std::chrono::milliseconds patience = std::chrono::seconds(30));
+
+  /// A file that cannot be read, that is no regular file or that is larger than 64 MiB counts as
+  /// missing.
+  std::string GetPrivateProfileString(std::string_view section, std::string_view key,
+                                      std::string_view fallback, const std::string& file) override;
+  /// Makes the folder where it is missing. A file that is a symbolic link stays one. A file that
+  /// is there and cannot be read is not replaced.
+  void WritePrivateProfileString(std::string_view section, std::string_view key,
+                                 std::string_view value, const std::string& file) override;
+
+ private:
+  [[nodiscard]] std::string PathOf(const std::string& file) const;
+
+  std::string folder_;
+  std::chrono::milliseconds patience_;
+  std::set<std::string> failed_;  ///< files whose failure has been reported
+};
+
+}  // namespace vantoscope

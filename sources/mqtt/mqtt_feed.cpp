@@ -1,0 +1,167 @@
+#include "sources/mqtt/mqtt_feed.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace vantoscope {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// How long `closed` must stand before it counts, while the broker stays.
+constexpr milliseconds kClosedStands{700};
+constexpr double kFreshSeconds = 1;
+constexpr double kFreshBlocks = 3;
+constexpr double kLongestFreshSeconds = 3600;
+
+constexpr std::size_t kLongestBlock = std::numeric_limits<std::int16_t>::max();
+// What a ring takes unless a longer block is asked for: all that can be asked for up to 16
+// channels.
+constexpr std::size_t kRingBytes = 1 << 20;
+
+std::string_view AsText(std::span<const std::byte> payload) {
+  return {reinterpret_cast<const char*>(payload.data()), payload.size()};
+}
+
+}  // namespace
+
+void MqttFeed::OnConnected(Time now) {
+  connected_ = true;
+  if (!silent_since_) silent_since_ = now;
+}
+
+void MqttFeed::OnLost(Time now) {
+  connected_ = false;
+  closed_at_.reset();
+  if (!silent_since_) silent_since_ = now;
+}
+
+void MqttFeed::OnMessage(std::string_view leaf, std::span<const std::byte> payload, bool retained,
+                         Time now) {
+  if (leaf == "info") {
+    OnInfo(payload);
+  } else if (leaf == "state") {
+    OnState(payload, retained, now);
+  } else if (leaf == "scan") {
+    OnScan(payload, retained, now);
+  }
+}
+
+void MqttFeed::OnInfo(std::span<const std::byte> payload) {
+  std::string why;
+  auto info = DecodeInfo(AsText(payload), why);
+  if (!info) {
+    ++counts_.ignored;
+    info_fault_ = why;
+    return;
+  }
+  info_fault_.clear();
+  if (fixed_ && !SameChannels(*info_, *info)) {
+    other_list_ = true;
+    return;
+  }
+  if (info_ && info_->epoch == info->epoch && SameChannels(*info_, *info)) return;
+  info_ = std::move(info);
+  BeginEpoch();
+}
+
+void MqttFeed::BeginEpoch() {
+  Clear();
+  closed_at_.reset();
+  const std::size_t channels = info_->channels.size();
+  const std::size_t scans = kRingBytes / (channels * sizeof(std::int16_t));
+  if (!fixed_ || !ring_) ring_.emplace(channels, std::min(scans, kLongestBlock));
+}
+
+void MqttFeed::OnState(std::span<const std::byte> payload, bool retained, Time now) {
+  const auto state = DecodeState(AsText(payload));
+  if (!state) {
+    ++counts_.ignored;
+    return;
+  }
+  const bool ours = info_ && state->epoch == info_->epoch;
+  // The farewell of another host says nothing of ours.
+  if (!state->open && info_ && !ours) {
+    ++counts_.ignored;
+    return;
+  }
+  state_ = state;
+  if (state->open) {
+    closed_at_.reset();
+    if (ours && !retained) silent_since_.reset();
+  } else {
+    // A broker that kept its messages over a restart says "closed" until the host is back, too.
+    closed_at_ = now + (retained ? timeout_ : kClosedStands);
+  }
+}
+
+void MqttFeed::OnScan(std::span<const std::byte> payload, bool retained, Time now) {
+  if (retained) {
+    ++counts_.retained;
+    return;
+  }
+  const auto block = DecodeScans(payload);
+  if (!block || !info_ || other_list_ || block->epoch != info_->epoch ||
+      block->channels != info_->channels.size()) {
+    ++counts_.ignored;
+    return;
+  }
+  silent_since_.reset();
+  // Own indices go on upwards when the host begins anew, with one left out, so that scans of two
+  // epochs are never taken for consecutive.
+  if (!shift_) shift_ = next_own_ > 0 ? next_own_ + 1 - block->first : 0;
+  constexpr std::int64_t kMaxOwn = std::numeric_limits<std::int64_t>::max() / 2;
+  if (*shift_ > 0 && block->first > kMaxOwn - *shift_) {
+    ++counts_.ignored;
+    return;
+  }
+  const auto taken = ring_->Append(block->first + *shift_, block->Words());
+  if (taken.scans == 0) {
+    ++counts_.ignored;
+    return;
+  }
+  next_own_ = ring_->Next();
+  ++counts_.blocks;
+  counts_.scans += taken.scans;
+  if (taken.gap) ++counts_.gaps;
+  counts_.taken_us = block->taken_us;
+  const double seconds = std::clamp(kFreshBlocks * static_cast<double>(block->scans) / info_->rate,
+                                    kFreshSeconds, kLongestFreshSeconds);
+  fresh_until_ = now + std::chrono::duration_cast<steady_clock::duration>(
+                           std::chrono::duration<double>(seconds));
+}
+
+bool MqttFeed::Closed() const {
+  return state_ && !state_->open && info_ && state_->epoch == info_->epoch;
+}
+
+bool MqttFeed::Ready() const {
+  return info_ && state_ && state_->open && state_->epoch == info_->epoch;
+}
+
+bool MqttFeed::HostGone(Time now) const {
+  return other_list_ || (closed_at_ && Closed() && now >= *closed_at_) ||
+         (silent_since_ && now - *silent_since_ >= timeout_);
+}
+
+bool MqttFeed::Fresh(Time now) const { return fresh_until_ && now <= *fresh_until_; }
+
+std::optional<Block> MqttFeed::GetData(std::size_t count, std::int32_t mode, Time now) {
+  if (!ring_) return std::nullopt;
+  ring_->Reserve(std::min(count, kLongestBlock));
+  if (!Fresh(now)) return std::nullopt;
+  return ring_->Newest(count, mode, info_->channels);
+}
+
+RawScans MqttFeed::Since(std::int64_t next, std::size_t limit) const {
+  return ring_ ? ring_->Since(next, limit) : RawScans{};
+}
+
+void MqttFeed::Clear() {
+  if (ring_) ring_->Clear();
+  shift_.reset();
+  fresh_until_.reset();
+}
+
+}  // namespace vantoscope

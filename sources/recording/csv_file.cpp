@@ -1,0 +1,109 @@
+#include "sources/recording/csv_file.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+#include "meter/data_source.h"
+#include "sources/recording/recorded_channel.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr std::size_t kMostColumns = 998;
+constexpr std::size_t kHeadBytes = std::size_t{1} << 18U;
+constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
+constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// The first lines of the file. A line without a line end is left out, unless it is the only one
+/// and nobody is writing it.
+std::string ReadHead(RecordedFile& file, bool followed) {
+  std::string head(kHeadBytes, '\0');
+  std::size_t size = 0;
+  for (std::string_view bytes; !(bytes = file.ReadOn(std::span(head).subspan(size))).empty();) {
+    size += bytes.size();
+  }
+  head.resize(size);
+  const std::size_t last_end = head.find_last_of("\r\n");
+  if (last_end != std::string::npos) {
+    head.resize(last_end + 1);
+  } else if (followed) {
+    head.clear();
+  }
+  return head;
+}
+
+}  // namespace
+
+std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string& path) {
+  if (layout.columns.size() > kMostColumns) {
+    throw SourceError("The recording '" + path + "' has more than " + std::to_string(kMostColumns) +
+                      " numeric columns.");
+  }
+  std::vector<ListedColumn> columns;
+  std::vector<bool> special;
+  std::int16_t analog = 0;
+  for (std::size_t i = 0; i < layout.columns.size(); ++i) {
+    const CsvColumn& column = layout.columns[i];
+    const std::int16_t number = SpecialNumber(column.name);
+    special.push_back(number < 0);
+    columns.push_back({.info = {.number = number < 0 ? number : ++analog,
+                                .name = column.name,
+                                .unit = column.unit},
+                       .column = i});
+  }
+  std::vector<ListedColumn> listed;
+  for (const std::size_t place : ListOrder(special)) listed.push_back(columns[place]);
+  return listed;
+}
+
+CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, bool followed, CsvRows::Take take)
+    : file_(std::move(file)) {
+  const std::string head = ReadHead(*file_, followed);
+  const std::size_t mark = head.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+  layout_ = FindCsvLayout(std::string_view(head).substr(mark));
+  if (layout_.columns.empty()) {
+    throw SourceError("The recording '" + file_->Path() + "' has no column of numbers" +
+                      (followed ? " yet" : "") +
+                      "; columns are separated by comma, semicolon or tab.");
+  }
+  bytes_per_line_ = head.size() / static_cast<std::size_t>(1 + std::ranges::count(head, '\n')) + 1;
+  rows_ = std::make_unique<CsvRows>(layout_, std::move(take));
+  file_->Seek(mark);
+}
+
+bool CsvFile::ReadOn(std::size_t most_bytes) {
+  std::array<char, kPieceBytes> buffer{};
+  bool any = false;
+  for (std::size_t read = 0; read < most_bytes;) {
+    std::string_view bytes = file_->ReadOn(buffer);
+    if (bytes.empty()) break;
+    read += bytes.size();
+    any = true;
+    if (inside_skipped_line_) {
+      const std::size_t end = bytes.find('\n');
+      inside_skipped_line_ = end == std::string_view::npos;
+      bytes.remove_prefix(inside_skipped_line_ ? bytes.size() : end + 1);
+    }
+    try {
+      rows_->Feed(bytes);
+    } catch (const SourceError& error) {
+      throw SourceError("The recording '" + file_->Path() + "' cannot be read: " + error.what() +
+                        ".");
+    }
+  }
+  return any;
+}
+
+void CsvFile::SkipToLast(std::size_t lines) {
+  const std::uint64_t bytes = std::max<std::uint64_t>(kLeastTail, 4 * lines * bytes_per_line_);
+  const std::uint64_t size = file_->Size();
+  if (size <= file_->Position() + bytes) return;
+  file_->Seek(size - bytes);
+  rows_->SkipNoMore();
+  inside_skipped_line_ = true;
+}
+
+}  // namespace vantoscope

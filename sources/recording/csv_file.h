@@ -1,0 +1,53 @@
+// A CSV recording on disk: its layout, and its lines as they come.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "sources/device.h"
+#include "sources/recording/csv_rows.h"
+#include "sources/recording/recorded_file.h"
+
+namespace vantoscope {
+
+/// A channel of the list and the column that it comes from.
+struct ListedColumn {
+  ChannelInfo info;  ///< still without range
+  std::size_t column = 0;
+};
+
+/// The channel list of a layout. Throws SourceError when it has more than 998 columns, for 999 is
+/// no channel number like others.
+std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string& path);
+
+class CsvFile {
+ public:
+  /// Finds the layout from the first quarter of a mebibyte; of a `followed` file only whole lines
+  /// count. Throws SourceError when the file cannot be read or has no numeric column.
+  CsvFile(std::unique_ptr<RecordedFile> file, bool followed, CsvRows::Take take);
+
+  [[nodiscard]] const CsvLayout& Layout() const { return layout_; }
+  [[nodiscard]] const RecordedFile& File() const { return *file_; }
+  [[nodiscard]] std::unique_ptr<RecordedFile> Release() { return std::move(file_); }
+
+  /// Hands on what has been written since the last call, at most `most_bytes` of it. True when
+  /// there was something. Throws SourceError.
+  bool ReadOn(std::size_t most_bytes);
+  /// A last line without a line end counts if it is whole.
+  void Finish() { rows_->Finish(); }
+  /// Goes on near the end of a long file, so that at least `lines` lines should be left; four times
+  /// as many as the first lines of the file suggest, and no less than a mebibyte.
+  void SkipToLast(std::size_t lines);
+
+ private:
+  std::unique_ptr<RecordedFile> file_;
+  CsvLayout layout_;
+  std::size_t bytes_per_line_ = 0;
+  std::unique_ptr<CsvRows> rows_;
+  bool inside_skipped_line_ = false;
+};
+
+}  // namespace vantoscope

@@ -1,0 +1,183 @@
+#include "sources/recording/follow.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "sources/recording/csv_file.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr std::size_t kHeldScans = 32768;
+constexpr std::size_t kMostBytesAtOnce = std::size_t{1} << 24U;
+
+/// 1, 2, 5, 10, 20 ... and their fractions: the smallest that is not below `number`.
+double NiceAbove(double number) {
+  const double decade = std::pow(10, std::floor(std::log10(number)));
+  for (const double step : {1, 2, 5, 10}) {
+    if (step * decade >= number) return step * decade;
+  }
+  return 20 * decade;
+}
+
+/// Room for values to come, around those there are.
+Range RoomAround(Range extent) {
+  const double greatest = std::max(std::abs(extent.low), std::abs(extent.high));
+  const double half = greatest > 0 && greatest < 1e300 ? NiceAbove(2 * greatest) : 1;
+  return Joined(extent, {.low = -half, .high = half});
+}
+
+/// The newest scans, channel by channel.
+class ScanStore {
+ public:
+  explicit ScanStore(std::size_t channels)
+      : values_(std::make_unique_for_overwrite<double[]>(channels * kHeldScans)) {}
+
+  [[nodiscard]] std::int64_t Total() const { return total_; }
+  [[nodiscard]] std::int64_t Oldest() const {
+    return std::max<std::int64_t>(0, total_ - static_cast<std::int64_t>(kHeldScans));
+  }
+  void Put(std::size_t channel, double value) { values_[Place(channel, total_)] = value; }
+  void Next() { ++total_; }
+  [[nodiscard]] double At(std::size_t channel, std::int64_t scan) const {
+    return values_[Place(channel, scan)];
+  }
+  void Copy(std::size_t channel, std::int64_t first, std::span<double> values) const {
+    const double* const ring = values_.get() + channel * kHeldScans;
+    const std::size_t start = static_cast<std::size_t>(first) % kHeldScans;
+    const std::size_t stretch = std::min(values.size(), kHeldScans - start);
+    std::copy_n(ring + start, stretch, values.begin());
+    std::ranges::copy(std::span(ring, values.size() - stretch), values.subspan(stretch).begin());
+  }
+
+ private:
+  [[nodiscard]] static std::size_t Place(std::size_t channel, std::int64_t scan) {
+    return channel * kHeldScans + static_cast<std::size_t>(scan) % kHeldScans;
+  }
+
+  std::unique_ptr<double[]> values_;  // untouched pages cost nothing
+  std::int64_t total_ = 0;
+};
+
+class Follow final : public Device {
+ public:
+  Follow(std::string name, std::unique_ptr<RecordedFile> file, std::optional<double> rate,
+         std::optional<Range> range)
+      : name_(std::move(name)),
+        csv_(std::move(file), true, [this](const CsvRow& row) { Take(row); }),
+        columns_(ListColumns(csv_.Layout(), csv_.File().Path())),
+        store_(columns_.size()) {
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    for (const ListedColumn& column : columns_) {
+      channels_.push_back(column.info);
+      channels_.back().low = kInfinity;
+      channels_.back().high = -kInfinity;
+    }
+    csv_.SkipToLast(kHeldScans);
+    while (csv_.ReadOn(kMostBytesAtOnce)) {
+    }
+    rate_ = rate.value_or(steps_.Rate().value_or(1));
+    for (ChannelInfo& channel : channels_) SetRange(channel, range);
+  }
+
+  [[nodiscard]] std::string Name() const override { return name_; }
+  [[nodiscard]] const std::vector<ChannelInfo>& Channels() const override { return channels_; }
+  [[nodiscard]] double SampleRate() const override { return rate_; }
+  void Start() override { running_ = true; }
+  void Stop() override { running_ = false; }
+
+  double LatestValue(std::int16_t channel) override {
+    if (!Delivers() || store_.Total() == 0) {
+      throw SourceError("There is no value yet in " + name_ + ".");
+    }
+    return store_.At(static_cast<std::size_t>(channel), store_.Total() - 1);
+  }
+
+  std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override {
+    if (!Delivers() || store_.Total() < count) return std::nullopt;
+    Block block(channels_.size(), static_cast<std::size_t>(count));
+    for (std::size_t channel = 0; channel < channels_.size(); ++channel) {
+      const std::span<double> values = block.Channel(channel);
+      store_.Copy(channel, store_.Total() - count, values);
+      if (mode != kRawWords) continue;
+      for (double& value : values) value = WordOf(channels_[channel], value);
+    }
+    return block;
+  }
+
+  RawScans ScansSince(std::int64_t next, std::size_t limit) override {
+    if (!Delivers() || store_.Total() == 0) return {};
+    RawScans scans;
+    scans.first = next < 0 ? store_.Total() - 1 : std::max(next, store_.Oldest());
+    if (scans.first >= store_.Total()) return {};
+    scans.scans = std::min(limit, static_cast<std::size_t>(store_.Total() - scans.first));
+    for (std::size_t i = 0; i < scans.scans; ++i) {
+      const std::int64_t scan = scans.first + static_cast<std::int64_t>(i);
+      for (std::size_t channel = 0; channel < channels_.size(); ++channel) {
+        scans.words.push_back(WordOf(channels_[channel], store_.At(channel, scan)));
+      }
+    }
+    return scans;
+  }
+
+  bool HostGone() override {
+    gone_ = gone_ || csv_.File().IsGoneOrReplaced();
+    return gone_;
+  }
+
+ private:
+  void Take(const CsvRow& row) {
+    if (row.seconds) steps_.Add(*row.seconds);
+    for (std::size_t channel = 0; channel < columns_.size(); ++channel) {
+      const double value = row.values[columns_[channel].column];
+      store_.Put(channel, value);
+      channels_[channel].low = std::min(channels_[channel].low, value);
+      channels_[channel].high = std::max(channels_[channel].high, value);
+    }
+    store_.Next();
+  }
+
+  /// From the extent of the values so far to a range.
+  void SetRange(ChannelInfo& channel, std::optional<Range> wanted) const {
+    const Range extent =
+        store_.Total() > 0 ? Range{.low = channel.low, .high = channel.high} : Range{};
+    if (channel.number < 0) {
+      SetSpecialRange(channel);
+    } else {
+      SpreadOver(channel, wanted ? Joined(*wanted, extent) : RoomAround(extent));
+    }
+  }
+
+  /// Reads what has been written by now; false when there is no block to be had.
+  bool Delivers() {
+    if (!running_ || HostGone()) return false;
+    try {
+      csv_.ReadOn(kMostBytesAtOnce);
+    } catch (const SourceError&) {
+      gone_ = true;  // what is there now is not the recording that was opened
+    }
+    return !gone_;
+  }
+
+  std::string name_;
+  TimeSteps steps_;
+  std::vector<ChannelInfo> channels_;
+  CsvFile csv_;
+  std::vector<ListedColumn> columns_;
+  ScanStore store_;
+  double rate_ = 1;
+  bool running_ = false;
+  bool gone_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFile> file,
+                                   std::optional<double> rate, std::optional<Range> range) {
+  return std::make_unique<Follow>(std::move(name), std::move(file), rate, range);
+}
+
+}  // namespace vantoscope

@@ -1,0 +1,169 @@
+#include "sources/recording/recording.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "sources/recording/csv_file.h"
+#include "sources/recording/follow.h"
+#include "sources/recording/replay.h"
+#include "sources/recording/sound_file.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr std::size_t kMostSamples = 100'000'000;
+constexpr std::size_t kCsvPiece = std::size_t{1} << 22U;
+constexpr std::int64_t kMillisecond = 1'000'000;
+
+struct Options {
+  bool follow = false;
+  bool loop = false;
+  std::optional<double> start;  // seconds since the Unix epoch
+  std::optional<double> rate;
+  std::optional<Range> range;
+};
+
+bool TakeFlag(DeviceText& device, std::string_view name) {
+  const std::optional<std::string> value = TakeOption(device, name);
+  if (value && !value->empty()) {
+    throw SourceError("The device option " + std::string(name) + " takes no value, but has '" +
+                      *value + "'.");
+  }
+  return value.has_value();
+}
+
+std::optional<Range> TakeRange(DeviceText& device) {
+  const std::optional<std::string> text = TakeOption(device, "range");
+  if (!text) return std::nullopt;
+  const std::size_t dots = text->find("..");
+  if (dots != std::string::npos) {
+    const std::optional<double> low = WholeNumber(std::string_view(*text).substr(0, dots));
+    const std::optional<double> high = WholeNumber(std::string_view(*text).substr(dots + 2));
+    if (low && high && *low < *high) return Range{.low = *low, .high = *high};
+  }
+  throw SourceError("The device option range=" + *text +
+                    " is not LO..HI with a lower and a higher number.");
+}
+
+Options TakeOptions(DeviceText device) {
+  Options options;
+  options.follow = TakeFlag(device, "follow");
+  options.loop = TakeFlag(device, "loop");
+  options.start = TakeNumber(device, "start", -1e9, 9e9);
+  options.rate = TakeNumber(device, "rate", 0.001, 1e6);
+  options.range = TakeRange(device);
+  RefuseOtherOptions(device, "follow, loop, start, rate and range");
+  if (options.follow && (options.loop || options.start)) {
+    throw SourceError("A recording that is followed has no loop and no start.");
+  }
+  return options;
+}
+
+std::string FirstBytes(RecordedFile& file) {
+  std::array<char, 16> bytes{};
+  std::string first(file.ReadOn(bytes));
+  file.Seek(0);
+  return first;
+}
+
+RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& options) {
+  std::vector<std::vector<double>> values;
+  TimeSteps steps;
+  CsvFile csv(std::move(file), false, [&](const CsvRow& row) {
+    if (row.seconds) steps.Add(*row.seconds);
+    for (std::size_t column = 0; column < values.size(); ++column) {
+      values[column].push_back(row.values[column]);
+    }
+  });
+  values.resize(csv.Layout().columns.size());
+  const auto scans = [&] { return values.front().size(); };
+  while (csv.ReadOn(kCsvPiece)) {
+    if (scans() * values.size() <= kMostSamples) continue;
+    throw SourceError("The recording '" + csv.File().Path() +
+                      "' is too large to replay: it has more than " + std::to_string(kMostSamples) +
+                      " numbers.");
+  }
+  csv.Finish();
+  if (scans() == 0) {
+    throw SourceError("The recording '" + csv.File().Path() + "' has no line of numbers.");
+  }
+
+  RecordedScans recorded;
+  recorded.rate = steps.Rate().value_or(1);
+  for (ListedColumn& listed : ListColumns(csv.Layout(), csv.File().Path())) {
+    Samples samples = Samples::Packed(std::exchange(values[listed.column], {}));
+    const Range extent = samples.Extent();
+    if (listed.info.number < 0) {
+      SetSpecialRange(listed.info);
+    } else {
+      SpreadOver(listed.info, options.range ? Joined(*options.range, extent) : NotEmpty(extent));
+    }
+    recorded.channels.push_back(std::move(listed.info));
+    recorded.samples.push_back(std::move(samples));
+  }
+  file = csv.Release();
+  return recorded;
+}
+
+RecordedScans ReadSoundScans(const RecordedFile& file, const Options& options) {
+  Sound sound = ReadSound(file, kMostSamples);
+  const Range scale = options.range.value_or(Range{.low = -1, .high = 1});
+  const double factor = (scale.high - scale.low) / 2;
+  const double offset = (scale.high + scale.low) / 2;
+  RecordedScans recorded;
+  recorded.rate = sound.rate;
+  for (Samples& samples : sound.channels) {
+    const Range extent = samples.Extent();
+    // Float samples may go beyond full scale; then the words cover what there is.
+    const double peak = std::max({1.0, -extent.low, extent.high});
+    samples.Calibrate(factor, offset);
+    ChannelInfo channel;
+    channel.number = static_cast<std::int16_t>(recorded.channels.size() + 1);
+    channel.low = offset - factor * peak;
+    channel.high = offset + factor * peak;
+    channel.factor = factor * peak / 32768;
+    channel.offset = offset;
+    recorded.channels.push_back(std::move(channel));
+    recorded.samples.push_back(std::move(samples));
+  }
+  return recorded;
+}
+
+}  // namespace
+
+std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
+  const Options options = TakeOptions(device);
+  if (device.rest.empty()) {
+    throw SourceError("A recording needs the path of its file, as in FI64:/data/run.csv.");
+  }
+  std::error_code ignored;
+  device.rest = std::filesystem::absolute(device.rest, ignored).string();
+  auto file = std::make_unique<RecordedFile>(device.rest);
+  const bool is_sound = LooksLikeSound(device.rest, FirstBytes(*file));
+  if (options.follow) {
+    if (is_sound) {
+      throw SourceError("The recording '" + device.rest +
+                        "' is a sound file, which cannot be followed.");
+    }
+    return MakeFollow(FullText(device), std::move(file), options.rate, options.range);
+  }
+  RecordedScans recorded = is_sound ? ReadSoundScans(*file, options) : ReadCsv(file, options);
+  if (options.rate) recorded.rate = *options.rate;
+
+  // Whole milliseconds, so that the text says exactly what is played.
+  std::int64_t start = std::llround(options.start.value_or(0) * 1000);
+  if (!options.start && !options.loop) {
+    start = clock() / kMillisecond;
+    device.options.emplace_back("start", ShortestText(static_cast<double>(start) / 1000));
+  }
+  return MakeReplay(FullText(device), std::move(recorded),
+                    {.start = start * kMillisecond, .loop = options.loop}, std::move(file),
+                    std::move(clock));
+}
+
+}  // namespace vantoscope

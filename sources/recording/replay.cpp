@@ -1,0 +1,124 @@
+#include "sources/recording/replay.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vantoscope {
+namespace {
+
+constexpr std::int64_t kHeldScans = 65536;  // how far back ScansSince answers
+
+class Replay final : public Device {
+ public:
+  Replay(std::string name, RecordedScans scans, ReplayTimes times,
+         std::unique_ptr<RecordedFile> file, Clock clock)
+      : name_(std::move(name)),
+        scans_(std::move(scans)),
+        times_(times),
+        length_(static_cast<std::int64_t>(scans_.samples.front().Size())),
+        file_(std::move(file)),
+        clock_(std::move(clock)) {}
+
+  [[nodiscard]] std::string Name() const override { return name_; }
+  [[nodiscard]] const std::vector<ChannelInfo>& Channels() const override {
+    return scans_.channels;
+  }
+  [[nodiscard]] double SampleRate() const override { return scans_.rate; }
+  void Start() override { running_ = true; }
+  void Stop() override { running_ = false; }
+
+  double LatestValue(std::int16_t channel) override {
+    if (!Delivers()) throw SourceError("The replay " + name_ + " is not running.");
+    return scans_.samples[static_cast<std::size_t>(channel)][RowOf(Newest())];
+  }
+
+  std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override {
+    if (!Delivers()) return std::nullopt;
+    Block block(scans_.channels.size(), static_cast<std::size_t>(count));
+    const std::int64_t first = Newest() - count + 1;
+    for (std::size_t channel = 0; channel < block.Channels(); ++channel) {
+      const std::span<double> values = block.Channel(channel);
+      CopyScans(channel, first, values);
+      if (mode != kRawWords) continue;
+      for (double& value : values) value = WordOf(scans_.channels[channel], value);
+    }
+    return block;
+  }
+
+  RawScans ScansSince(std::int64_t next, std::size_t limit) override {
+    if (!running_) return {};
+    const std::int64_t newest = times_.loop ? Newest() : std::min(Newest(), length_ - 1);
+    const std::int64_t oldest =
+        std::max(newest - kHeldScans + 1, times_.loop ? newest - kHeldScans + 1 : 0);
+    RawScans scans;
+    scans.first = next < 0 ? newest : std::max(next, oldest);
+    if (scans.first > newest || newest < 0) return {};
+    scans.scans = std::min(limit, static_cast<std::size_t>(newest - scans.first + 1));
+    scans.words.resize(scans.scans * scans_.channels.size());
+    auto word = scans.words.begin();
+    for (std::size_t i = 0; i < scans.scans; ++i) {
+      const std::size_t row = RowOf(scans.first + static_cast<std::int64_t>(i));
+      for (std::size_t channel = 0; channel < scans_.channels.size(); ++channel) {
+        *word++ = WordOf(scans_.channels[channel], scans_.samples[channel][row]);
+      }
+    }
+    return scans;
+  }
+
+  bool HostGone() override {
+    gone_ = gone_ || AtEnd() || file_->IsGoneOrReplaced();
+    return gone_;
+  }
+
+ private:
+  [[nodiscard]] bool AtEnd() const { return !times_.loop && Newest() >= length_; }
+  [[nodiscard]] bool Delivers() const { return running_ && !gone_ && !AtEnd(); }
+  [[nodiscard]] std::int64_t Newest() const {
+    return ScanIndexAt(clock_() - times_.start, scans_.rate);
+  }
+
+  /// Place in the recording of a scan, which may lie before the start.
+  [[nodiscard]] std::size_t RowOf(std::int64_t scan) const {
+    if (!times_.loop)
+      return static_cast<std::size_t>(std::clamp<std::int64_t>(scan, 0, length_ - 1));
+    const std::int64_t row = scan % length_;
+    return static_cast<std::size_t>(row < 0 ? row + length_ : row);
+  }
+
+  /// Copies scans from `first` on to all of `values`, stretch by stretch.
+  void CopyScans(std::size_t channel, std::int64_t first, std::span<double> values) const {
+    const Samples& samples = scans_.samples[channel];
+    if (!times_.loop && first < 0) {
+      const std::size_t before = std::min(values.size(), static_cast<std::size_t>(-first));
+      std::ranges::fill(values.first(before), samples[0]);
+      values = values.subspan(before);
+      first = 0;
+    }
+    while (!values.empty()) {
+      const std::size_t row = RowOf(first);
+      const std::size_t stretch = std::min(values.size(), samples.Size() - row);
+      samples.Copy(row, values.first(stretch));
+      values = values.subspan(stretch);
+      first += static_cast<std::int64_t>(stretch);
+    }
+  }
+
+  std::string name_;
+  RecordedScans scans_;
+  ReplayTimes times_;
+  std::int64_t length_;
+  std::unique_ptr<RecordedFile> file_;
+  Clock clock_;
+  bool running_ = false;
+  bool gone_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Device> MakeReplay(std::string name, RecordedScans scans, ReplayTimes times,
+                                   std::unique_ptr<RecordedFile> file, Clock clock) {
+  return std::make_unique<Replay>(std::move(name), std::move(scans), times, std::move(file),
+                                  std::move(clock));
+}
+
+}  // namespace vantoscope

@@ -1,0 +1,158 @@
+#include "sources/recording/sound_file.h"
+
+#include <dlfcn.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <string>
+
+#include "meter/data_source.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr std::size_t kPiece = 32768;  // samples read in one go
+
+struct SoundLibrary {
+  decltype(&::sf_open_fd) open_fd = nullptr;
+  decltype(&::sf_close) close = nullptr;
+  decltype(&::sf_strerror) strerror = nullptr;
+  decltype(&::sf_readf_short) readf_short = nullptr;
+  decltype(&::sf_readf_int) readf_int = nullptr;
+  decltype(&::sf_readf_float) readf_float = nullptr;
+};
+
+template <typename Function>
+void Resolve(void* handle, const char* name, Function& function) {
+  function = reinterpret_cast<Function>(dlsym(handle, name));
+  if (function == nullptr) {
+    throw SourceError(std::string("The library libsndfile has no function ") + name + ".");
+  }
+}
+
+SoundLibrary Load() {
+  void* const handle = dlopen("libsndfile.so.1", RTLD_NOW | RTLD_LOCAL);
+  if (handle == nullptr) {
+    throw SourceError(std::string("A sound file needs the library libsndfile: ") + dlerror());
+  }
+  SoundLibrary library;
+  Resolve(handle, "sf_open_fd", library.open_fd);
+  Resolve(handle, "sf_close", library.close);
+  Resolve(handle, "sf_strerror", library.strerror);
+  Resolve(handle, "sf_readf_short", library.readf_short);
+  Resolve(handle, "sf_readf_int", library.readf_int);
+  Resolve(handle, "sf_readf_float", library.readf_float);
+  return library;
+}
+
+const SoundLibrary& Library() {
+  static const SoundLibrary library = Load();
+  return library;
+}
+
+struct CloseSound {
+  void operator()(SNDFILE* sound) const { Library().close(sound); }
+};
+using OpenSound = std::unique_ptr<SNDFILE, CloseSound>;
+
+/// All frames, channel by channel.
+template <typename Sample, typename ReadFrames>
+std::vector<std::vector<Sample>> ReadFrameByFrame(const RecordedFile& file, SNDFILE* sound,
+                                                  std::size_t channels, std::size_t most_samples,
+                                                  ReadFrames read_frames) {
+  std::vector<std::vector<Sample>> samples(channels);
+  std::vector<Sample> piece(std::max(kPiece, channels));
+  const auto frames = static_cast<sf_count_t>(piece.size() / channels);
+  // The number of frames in the header is not to be trusted: a file may have been cut.
+  for (sf_count_t count = 0; (count = read_frames(sound, piece.data(), frames)) > 0;) {
+    const auto got = static_cast<std::size_t>(count);
+    if ((samples[0].size() + got) * channels > most_samples) {
+      throw SourceError("The recording '" + file.Path() +
+                        "' is too large to replay: it has more than " +
+                        std::to_string(most_samples) + " samples.");
+    }
+    for (std::size_t channel = 0; channel < channels; ++channel) {
+      for (std::size_t frame = 0; frame < got; ++frame) {
+        samples[channel].push_back(piece[frame * channels + channel]);
+      }
+    }
+  }
+  for (auto& channel : samples) channel.shrink_to_fit();
+  return samples;
+}
+
+void RepeatOverGaps(std::vector<float>& samples) {
+  float last = 0;
+  for (float& sample : samples) {
+    if (!std::isfinite(sample)) sample = last;
+    last = sample;
+  }
+}
+
+}  // namespace
+
+bool LooksLikeSound(std::string_view path, std::string_view first_bytes) {
+  static constexpr std::array<std::string_view, 11> kMagics{
+      "RIFF", "RIFX", "RF64", "riff", "FORM", "fLaC", "OggS", ".snd", "dns.", "caff", "ID3"};
+  static constexpr std::array<std::string_view, 14> kEndings{
+      ".wav",  ".aif", ".aiff", ".aifc", ".flac", ".ogg", ".oga",
+      ".opus", ".mp3", ".au",   ".snd",  ".w64",  ".caf", ".rf64"};
+  std::string lower(path);
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return std::ranges::any_of(kMagics, [&](auto magic) { return first_bytes.starts_with(magic); }) ||
+         std::ranges::any_of(kEndings, [&](auto ending) { return lower.ends_with(ending); });
+}
+
+Sound ReadSound(const RecordedFile& file, std::size_t most_samples) {
+  const SoundLibrary& library = Library();
+  SF_INFO info{};
+  const OpenSound sound(library.open_fd(file.Descriptor(), SFM_READ, &info, SF_FALSE));
+  if (!sound) {
+    throw SourceError("The recording '" + file.Path() +
+                      "' cannot be read as a sound file: " + library.strerror(nullptr));
+  }
+  Sound result{.rate = static_cast<double>(info.samplerate), .channels = {}};
+  const auto channels = static_cast<std::size_t>(info.channels);
+  switch (info.format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_ULAW:
+    case SF_FORMAT_ALAW:
+    case SF_FORMAT_IMA_ADPCM:
+    case SF_FORMAT_MS_ADPCM:
+    case SF_FORMAT_ALAC_16:
+      for (auto& words : ReadFrameByFrame<std::int16_t>(file, sound.get(), channels, most_samples,
+                                                        library.readf_short)) {
+        result.channels.emplace_back(std::move(words), 0x1p15);
+      }
+      break;
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+    case SF_FORMAT_ALAC_32:
+      for (auto& words : ReadFrameByFrame<std::int32_t>(file, sound.get(), channels, most_samples,
+                                                        library.readf_int)) {
+        result.channels.emplace_back(std::move(words), 0x1p31);
+      }
+      break;
+    default:
+      for (auto& values : ReadFrameByFrame<float>(file, sound.get(), channels, most_samples,
+                                                  library.readf_float)) {
+        RepeatOverGaps(values);
+        result.channels.emplace_back(std::move(values));
+      }
+  }
+  if (result.channels[0].Size() == 0) {
+    throw SourceError("The recording '" + file.Path() + "' holds no sound.");
+  }
+  return result;
+}
+
+}  // namespace vantoscope
