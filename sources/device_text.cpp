@@ -138,6 +138,26 @@ std::optional<double> TakeNumber(DeviceText& device, std::string_view name, doub
   return number;
 }
 
+std::optional<Range> RangeFromText(std::string_view text) {
+  const std::size_t dots = text.find("..");
+  if (dots == std::string_view::npos) return std::nullopt;
+  const std::optional<double> low = WholeNumber(text.substr(0, dots));
+  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
+  if (!low || !high || *low >= *high) return std::nullopt;
+  return Range{.low = *low, .high = *high};
+}
+
+std::optional<Range> TakeRange(DeviceText& device, std::string_view name) {
+  const std::optional<std::string> text = TakeOption(device, name);
+  if (!text) return std::nullopt;
+  const std::optional<Range> range = RangeFromText(*text);
+  if (!range) {
+    throw SourceError("The device option " + std::string(name) + "=" + *text +
+                      " is not LO..HI with a lower and a higher number.");
+  }
+  return range;
+}
+
 void RefuseOtherOptions(const DeviceText& device, std::string_view known) {
   if (device.options.empty()) return;
   throw SourceError("A device of kind " + device.kind + " has no option '" +

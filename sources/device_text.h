@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "sources/range.h"
+
 namespace vantoscope {
 
 struct DeviceText {
@@ -48,6 +50,13 @@ std::optional<std::string> TakeOption(DeviceText& device, std::string_view name)
 /// with the option and what is allowed, when it is something else.
 std::optional<double> TakeNumber(DeviceText& device, std::string_view name, double low,
                                  double high);
+
+/// `LO..HI`, two numbers with the lower one first; nothing for anything else.
+std::optional<Range> RangeFromText(std::string_view text);
+
+/// Removes the option and gives its value as a range. Throws SourceError, with the option and what
+/// is allowed, when it is something else.
+std::optional<Range> TakeRange(DeviceText& device, std::string_view name);
 
 /// Throws SourceError naming the first option that nobody took, and the `known` ones.
 void RefuseOtherOptions(const DeviceText& device, std::string_view known);

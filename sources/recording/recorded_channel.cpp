@@ -50,10 +50,6 @@ bool PackWithDecimals(const std::vector<double>& values, std::vector<Whole>& pac
 
 }  // namespace
 
-Range Joined(Range one, Range other) {
-  return {.low = std::min(one.low, other.low), .high = std::max(one.high, other.high)};
-}
-
 Range NotEmpty(Range range) {
   if (range.low != range.high) return range;
   return range.low == 0 ? Range{.low = 0, .high = 1} : Joined(range, {});

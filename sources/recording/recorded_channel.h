@@ -10,17 +10,9 @@
 #include <vector>
 
 #include "sources/device.h"
+#include "sources/range.h"
 
 namespace vantoscope {
-
-/// A range of values; `low` <= `high`.
-struct Range {
-  double low = 0;
-  double high = 0;
-};
-
-/// The smallest range that holds both.
-Range Joined(Range one, Range other);
 
 /// `range` itself, or joined with 0 (or 0 to 1) when it is a single point.
 Range NotEmpty(Range range);

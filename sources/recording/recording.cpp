@@ -37,26 +37,13 @@ bool TakeFlag(DeviceText& device, std::string_view name) {
   return value.has_value();
 }
 
-std::optional<Range> TakeRange(DeviceText& device) {
-  const std::optional<std::string> text = TakeOption(device, "range");
-  if (!text) return std::nullopt;
-  const std::size_t dots = text->find("..");
-  if (dots != std::string::npos) {
-    const std::optional<double> low = WholeNumber(std::string_view(*text).substr(0, dots));
-    const std::optional<double> high = WholeNumber(std::string_view(*text).substr(dots + 2));
-    if (low && high && *low < *high) return Range{.low = *low, .high = *high};
-  }
-  throw SourceError("The device option range=" + *text +
-                    " is not LO..HI with a lower and a higher number.");
-}
-
 Options TakeOptions(DeviceText device) {
   Options options;
   options.follow = TakeFlag(device, "follow");
   options.loop = TakeFlag(device, "loop");
   options.start = TakeNumber(device, "start", -1e9, 9e9);
   options.rate = TakeNumber(device, "rate", 0.001, 1e6);
-  options.range = TakeRange(device);
+  options.range = TakeRange(device, "range");
   RefuseOtherOptions(device, "follow, loop, start, rate and range");
   if (options.follow && (options.loop || options.start)) {
     throw SourceError("A recording that is followed has no loop and no start.");
