@@ -13,7 +13,7 @@
 namespace vantoscope {
 
 /// One entry of a device's channel list. The 16-bit word w of a scan stands for the number
-/// `offset + factor * w` in `unit`.
+/// `offset + factor * w` in `unit`; that of a digital input for its byte (see channel_words.h).
 struct ChannelInfo {
   std::int16_t number = 0;  ///< see Telvix1::ChannelNumber
   std::string name;         ///< as the device calls it; may be empty

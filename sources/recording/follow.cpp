@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "sources/channel_words.h"
 #include "sources/recording/csv_file.h"
 
 namespace vantoscope {
@@ -80,7 +81,7 @@ class Follow final : public Device {
     while (csv_.ReadOn(kMostBytesAtOnce)) {
     }
     rate_ = rate.value_or(steps_.Rate().value_or(1));
-    for (ChannelInfo& channel : channels_) SetRange(channel, range);
+    for (std::size_t channel = 0; channel < channels_.size(); ++channel) SetRange(channel, range);
   }
 
   [[nodiscard]] std::string Name() const override { return name_; }
@@ -132,7 +133,7 @@ class Follow final : public Device {
   void Take(const CsvRow& row) {
     if (row.seconds) steps_.Add(*row.seconds);
     for (std::size_t channel = 0; channel < columns_.size(); ++channel) {
-      const double value = row.values[columns_[channel].column];
+      const double value = ValueOfNumber(channels_[channel], row.values[columns_[channel].column]);
       store_.Put(channel, value);
       channels_[channel].low = std::min(channels_[channel].low, value);
       channels_[channel].high = std::max(channels_[channel].high, value);
@@ -141,11 +142,12 @@ class Follow final : public Device {
   }
 
   /// From the extent of the values so far to a range.
-  void SetRange(ChannelInfo& channel, std::optional<Range> wanted) const {
+  void SetRange(std::size_t place, std::optional<Range> wanted) {
+    ChannelInfo& channel = channels_[place];
     const Range extent =
         store_.Total() > 0 ? Range{.low = channel.low, .high = channel.high} : Range{};
-    if (channel.number < 0) {
-      SetSpecialRange(channel);
+    if (IsSpecial(channel.number)) {
+      channel = columns_[place].info;
     } else {
       SpreadOver(channel, wanted ? Joined(*wanted, extent) : RoomAround(extent));
     }

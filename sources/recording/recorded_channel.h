@@ -1,5 +1,4 @@
-// What CSV and sound recordings share: the channel list, the words behind the values, and the
-// samples of a channel packed into memory without loss.
+// The samples of one recorded channel, packed into memory without loss.
 #pragma once
 
 #include <cstddef>
@@ -16,25 +15,6 @@ namespace vantoscope {
 
 /// `range` itself, or joined with 0 (or 0 to 1) when it is a single point.
 Range NotEmpty(Range range);
-
-/// Sets low, high and the words of an analog channel: -32768 at the low end, 32767 at the high one.
-void SpreadOver(ChannelInfo& info, Range range);
-
-/// The word behind a value of that channel, the nearest of -32768 to 32767. A digital input carries
-/// its byte in bits 8 to 15.
-std::int16_t WordOf(const ChannelInfo& info, double value);
-
-/// -1, -2 or -3 for DigIn, Cntr and RCntr, small letters or capitals; 0 for any other name.
-std::int16_t SpecialNumber(std::string_view name);
-
-/// Range and words of a special channel. Digital input: a byte; its words read as signed, so the
-/// range starts at -128. Counters: four words a count.
-void SetSpecialRange(ChannelInfo& info);
-
-/// Places of the columns in the channel list: file order, but with special columns in front of the
-/// last analog one, since a list starts with an analog channel and ends with its highest number.
-/// `special` tells for each column whether it is one.
-std::vector<std::size_t> ListOrder(const std::vector<bool>& special);
 
 /// Samples of one channel: value = offset + factor * (stored / divisor).
 class Samples {

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "sources/channel_words.h"
 #include "sources/recording/csv_file.h"
 #include "sources/recording/follow.h"
 #include "sources/recording/replay.h"
@@ -83,11 +84,11 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
   RecordedScans recorded;
   recorded.rate = steps.Rate().value_or(1);
   for (ListedColumn& listed : ListColumns(csv.Layout(), csv.File().Path())) {
-    Samples samples = Samples::Packed(std::exchange(values[listed.column], {}));
+    std::vector<double> column = std::exchange(values[listed.column], {});
+    for (double& value : column) value = ValueOfNumber(listed.info, value);
+    Samples samples = Samples::Packed(std::move(column));
     const Range extent = samples.Extent();
-    if (listed.info.number < 0) {
-      SetSpecialRange(listed.info);
-    } else {
+    if (!IsSpecial(listed.info.number)) {
       SpreadOver(listed.info, options.range ? Joined(*options.range, extent) : NotEmpty(extent));
     }
     recorded.channels.push_back(std::move(listed.info));

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "sources/channel_words.h"
+
 namespace vantoscope {
 namespace {
 
