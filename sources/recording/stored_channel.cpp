@@ -1,4 +1,4 @@
-#include "sources/recording/recorded_channel.h"
+#include "sources/recording/stored_channel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,30 +40,21 @@ bool PackWithDecimals(const std::vector<double>& values, std::vector<Whole>& pac
 
 }  // namespace
 
-Range NotEmpty(Range range) {
-  if (range.low != range.high) return range;
-  return range.low == 0 ? Range{.low = 0, .high = 1} : Joined(range, {});
-}
-
-Samples Samples::Packed(std::vector<double> values) {
+StoredChannel StoredChannel::Packed(std::vector<double> values) {
   double divisor = 1;
   std::vector<std::int16_t> words;
   if (PackWithDecimals(values, words, divisor)) return {std::move(words), divisor};
   words = {};
   std::vector<std::int32_t> wide;
   if (PackWithDecimals(values, wide, divisor)) return {std::move(wide), divisor};
-  return Samples(std::move(values));
+  return StoredChannel(std::move(values));
 }
 
-std::size_t Samples::Size() const {
+std::size_t StoredChannel::Size() const {
   return std::visit([](const auto& stored) { return stored.size(); }, stored_);
 }
 
-std::size_t Samples::BytesPerSample() const {
-  return std::visit([](const auto& stored) { return sizeof(stored[0]); }, stored_);
-}
-
-double Samples::operator[](std::size_t index) const {
+double StoredChannel::operator[](std::size_t index) const {
   return std::visit(
       [&](const auto& stored) {
         return offset_ + factor_ * (static_cast<double>(stored[index]) / divisor_);
@@ -71,7 +62,7 @@ double Samples::operator[](std::size_t index) const {
       stored_);
 }
 
-void Samples::Copy(std::size_t first, std::span<double> values) const {
+void StoredChannel::Copy(std::size_t first, std::span<double> values) const {
   const double divisor = divisor_;
   const double factor = factor_;
   const double offset = offset_;
@@ -87,7 +78,7 @@ void Samples::Copy(std::size_t first, std::span<double> values) const {
       stored_);
 }
 
-Range Samples::Extent() const {
+Range StoredChannel::Extent() const {
   const auto value = [this](auto stored) {
     return offset_ + factor_ * (static_cast<double>(stored) / divisor_);
   };
