@@ -11,9 +11,9 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::size_t kFirstAnalog = 8;    // analog channels in front of the special ones
-constexpr std::size_t kFullList = 12;      // those, three special ones and the fine one
-constexpr std::size_t kHeldScans = 65536;  // how far back ScansSince answers
+constexpr std::size_t kFirstAnalog = 8;     // analog channels in front of the special ones
+constexpr std::size_t kFullList = 12;       // those, three special ones and the fine one
+constexpr std::int64_t kHeldScans = 65536;  // how far back ScansSince answers
 constexpr double kHalfWords = 32768;
 
 enum class Wave { kSine, kTriangle, kRamp, kSquare };
@@ -245,11 +245,7 @@ class Simulator final : public Device {
   RawScans ScansSince(std::int64_t next, std::size_t limit) override {
     if (!Delivers()) return {};
     const std::int64_t newest = Newest();
-    const std::int64_t oldest = newest - static_cast<std::int64_t>(kHeldScans) + 1;
-    RawScans scans;
-    scans.first = next < 0 ? newest : std::max(next, oldest);
-    if (scans.first > newest) return {};
-    scans.scans = std::min(limit, static_cast<std::size_t>(newest - scans.first + 1));
+    RawScans scans = ScansWanted(next, limit, newest - kHeldScans + 1, newest);
     scans.words.resize(scans.scans * signals_.size());
     for (std::size_t channel = 0; channel < signals_.size(); ++channel) {
       std::int16_t* const words = scans.words.data() + channel;

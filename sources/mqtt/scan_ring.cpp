@@ -68,15 +68,11 @@ std::span<const std::int16_t> ScanRing::Scan(std::size_t place) const {
 }
 
 RawScans ScanRing::Since(std::int64_t next, std::size_t limit) const {
-  RawScans result;
-  if (size_ == 0) return result;
   const std::int64_t oldest = next_ - static_cast<std::int64_t>(size_);
-  result.first = next < 0 ? next_ - 1 : std::clamp(next, oldest, next_);
-  result.scans = std::min(static_cast<std::size_t>(next_ - result.first), limit);
+  RawScans result = ScansWanted(next, limit, oldest, next_ - 1);
   result.words.reserve(result.scans * channels_);
-  const auto place = static_cast<std::size_t>(result.first - oldest);
   for (std::size_t scan = 0; scan < result.scans; ++scan) {
-    const auto words = Scan(place + scan);
+    const auto words = Scan(static_cast<std::size_t>(result.first - oldest) + scan);
     result.words.insert(result.words.end(), words.begin(), words.end());
   }
   return result;

@@ -110,11 +110,8 @@ class Follow final : public Device {
   }
 
   RawScans ScansSince(std::int64_t next, std::size_t limit) override {
-    if (!Delivers() || store_.Total() == 0) return {};
-    RawScans scans;
-    scans.first = next < 0 ? store_.Total() - 1 : std::max(next, store_.Oldest());
-    if (scans.first >= store_.Total()) return {};
-    scans.scans = std::min(limit, static_cast<std::size_t>(store_.Total() - scans.first));
+    if (!Delivers()) return {};
+    RawScans scans = ScansWanted(next, limit, store_.Oldest(), store_.Total() - 1);
     for (std::size_t i = 0; i < scans.scans; ++i) {
       const std::int64_t scan = scans.first + static_cast<std::int64_t>(i);
       for (std::size_t channel = 0; channel < channels_.size(); ++channel) {

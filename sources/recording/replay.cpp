@@ -50,12 +50,8 @@ class Replay final : public Device {
   RawScans ScansSince(std::int64_t next, std::size_t limit) override {
     if (!running_) return {};
     const std::int64_t newest = times_.loop ? Newest() : std::min(Newest(), length_ - 1);
-    const std::int64_t oldest =
-        std::max(newest - kHeldScans + 1, times_.loop ? newest - kHeldScans + 1 : 0);
-    RawScans scans;
-    scans.first = next < 0 ? newest : std::max(next, oldest);
-    if (scans.first > newest || newest < 0) return {};
-    scans.scans = std::min(limit, static_cast<std::size_t>(newest - scans.first + 1));
+    const std::int64_t oldest = std::max<std::int64_t>(newest - kHeldScans + 1, 0);
+    RawScans scans = ScansWanted(next, limit, oldest, newest);
     scans.words.resize(scans.scans * scans_.channels.size());
     auto word = scans.words.begin();
     for (std::size_t i = 0; i < scans.scans; ++i) {
