@@ -43,8 +43,15 @@ constexpr bool IsSpecial(std::int16_t number) { return !SpecialName(number).empt
 constexpr std::uint8_t DigitalByte(std::int32_t word) {
   return static_cast<std::uint8_t>((static_cast<std::uint32_t>(word) >> 8U) & 0xFFU);
 }
+constexpr std::int16_t DigitalWord(std::uint8_t byte) {
+  return static_cast<std::int16_t>(byte << 8U);
+}
 
 /// The count of a counter of either direction: four words a count, 0 at word -32768.
 constexpr double CounterCount(std::int32_t word) { return (word + 32768) / 4.0; }
+/// `count` is 0 to 16383.
+constexpr std::int16_t CounterWord(std::int32_t count) {
+  return static_cast<std::int16_t>(4 * count - 32768);
+}
 
 }  // namespace vantoscope
