@@ -275,14 +275,14 @@ class Simulator final : public Device {
   std::optional<std::int64_t> first_start_;
 };
 
-/// The device text with its options in the rest, separated by commas.
-std::string NameOf(const DeviceText& device) {
-  DeviceText bare{.kind = device.kind, .model = device.model, .rest = {}, .options = {}};
-  for (const auto& [name, value] : device.options) {
-    bare.rest += (bare.rest.empty() ? "" : ",") + name;
-    if (!value.empty()) bare.rest.append("=").append(value);
+/// The options as the simulator's device text has them: in the rest, separated by commas.
+std::string RestOf(const DeviceOptions& options) {
+  std::string rest;
+  for (const auto& [name, value] : options) {
+    rest += (rest.empty() ? "" : ",") + name;
+    if (!value.empty()) rest.append("=").append(value);
   }
-  return FullText(bare);
+  return rest;
 }
 
 std::uint64_t TakeWhole(DeviceText& device, std::string_view name, double low, double high,
@@ -299,9 +299,9 @@ std::uint64_t TakeWhole(DeviceText& device, std::string_view name, double low, d
 }  // namespace
 
 std::unique_ptr<Device> OpenSimulator(DeviceText device, Clock clock) {
-  auto options = ParseOptions(std::exchange(device.rest, {}), ',');
+  const DeviceOptions options = SplitOptions(device.rest, ',');
   device.options.insert(device.options.begin(), options.begin(), options.end());
-  const std::string name = NameOf(device);
+  const std::string name = FullText({device.kind, device.model, RestOf(device.options), {}});
   const double rate = TakeNumber(device, "rate", 0.001, 1e6).value_or(1000);
   const std::uint64_t channels = TakeWhole(device, "channels", 1, 1000, kFullList);
   const std::uint64_t seed = TakeWhole(device, "seed", 0, 0x1p53, 1);

@@ -10,6 +10,7 @@
 
 #include "meter/data_source.h"
 #include "sources/shared_library.h"
+#include "text/characters.h"
 
 namespace vantoscope {
 namespace {
@@ -80,12 +81,12 @@ bool LooksLikeSound(std::string_view path, std::string_view first_bytes) {
   static constexpr std::array<std::string_view, 14> kEndings{
       ".wav",  ".aif", ".aiff", ".aifc", ".flac", ".ogg", ".oga",
       ".opus", ".mp3", ".au",   ".snd",  ".w64",  ".caf", ".rf64"};
-  std::string lower(path);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  const auto ends_so = [&](std::string_view ending) {
+    return path.size() >= ending.size() &&
+           SameIgnoringCase(path.substr(path.size() - ending.size()), ending);
+  };
   return std::ranges::any_of(kMagics, [&](auto magic) { return first_bytes.starts_with(magic); }) ||
-         std::ranges::any_of(kEndings, [&](auto ending) { return lower.ends_with(ending); });
+         std::ranges::any_of(kEndings, ends_so);
 }
 
 Sound ReadSound(const RecordedFile& file, std::size_t most_samples) {
