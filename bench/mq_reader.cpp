@@ -36,8 +36,8 @@ double Quantile(std::vector<double>& sorted, double part) {
 }
 
 int Run(const std::string& text, double run_seconds) {
-  const auto full = ParseDeviceText(FullDeviceText(text));
-  MqttDevice device(full.model, ParseMqttAddress(full));
+  const DeviceText parts = ParseAnyDeviceText(text);
+  MqttDevice device(parts.model, ParseMqttAddress(parts));
   device.Start();
   const auto start_by = steady_clock::now() + seconds(5);
   while (!device.GetData(100, kEngineeringUnits) && steady_clock::now() < start_by) {

@@ -58,9 +58,8 @@ std::unique_ptr<Device> OpenAny(const std::string& text) {
 
 /// `--to` as an address: the same forms as a meter's device text, with or without mqtt://.
 MqttAddress ParseTarget(const std::string& text) {
-  const std::string full =
-      LooksLikeDeviceText(text) || text.starts_with("mqtt") ? FullDeviceText(text) : "MQ64:" + text;
-  return ParseMqttAddress(ParseDeviceText(full));
+  const bool is_device_text = LooksLikeDeviceText(text) || text.starts_with("mqtt");
+  return ParseMqttAddress(is_device_text ? ParseAnyDeviceText(text) : ParseRest("MQ", 64, text));
 }
 
 struct Connected {};

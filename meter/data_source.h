@@ -1,5 +1,5 @@
 // What a meter knows of its data acquisition host: the abstract control Telvix1 and the blocks of
-// scans it delivers. Which devices stand behind it is no matter of this file (see sources/).
+// scans it delivers.
 #pragma once
 
 #include <cstddef>
@@ -86,8 +86,7 @@ class Telvix1 {
   virtual double ScaleLow(std::int16_t channel) = 0;
   /// Newest value, in engineering units.
   virtual double LatestValue(std::int16_t channel) = 0;
-  /// Above 0 the number of an analog channel, -1 digital input, -2 counter, -3 reverse counter,
-  /// 999 a channel that is shown with one digit more.
+  /// Above 0 the number of an analog channel, below 0 that of a special one (channel_number.h).
   virtual std::int16_t ChannelNumber(std::int16_t channel) = 0;
   virtual std::string EngUnit(std::int16_t channel) = 0;
   /// The newest `count` scans (0 or more) of every channel, or nothing if there is no block now.

@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "equation/equation_tick.h"
+#include "meter/channel_number.h"
 #include "meter/fetch.h"
 #include "presentation/reading_display.h"
 #include "reduction/special_channels.h"
@@ -20,10 +21,10 @@ Step SpecialStep(Meter& meter) {
     return Step::EndTick;
   }
   const std::int16_t number = meter.telvix.ChannelNumber(runtime.ChannelIndex);
-  if (number < -3 || number > -1) return Step::GoOn;
+  if (!IsSpecial(number)) return Step::GoOn;
   const auto channel = static_cast<std::size_t>(runtime.ChannelIndex);
   const auto word = static_cast<std::int32_t>((*runtime.DataBlock)(channel, 0));
-  meter.form.SetLabelText(number == -1 ? DigitalText(word) : CounterText(word));
+  meter.form.SetLabelText(number == kDigitalInput ? DigitalText(word) : CounterText(word));
   return Step::EndTick;
 }
 
@@ -67,7 +68,7 @@ void Tick(Meter& meter) {
   if (meter.runtime.SpecialChannel != kFalse) {
     if (SpecialStep(meter) == Step::EndTick) return;
   } else {
-    extra_digit = meter.telvix.ChannelNumber(meter.runtime.ChannelIndex) == 999;
+    extra_digit = meter.telvix.ChannelNumber(meter.runtime.ChannelIndex) == kFineChannel;
   }
   if (ReadingStep(meter) == Step::EndTick) return;
   DisplayReading(meter, extra_digit);

@@ -1,5 +1,6 @@
 #include "settings/settings_file.h"
 
+#include "meter/channel_number.h"
 #include "text/booleans.h"
 #include "text/numbers.h"
 #include "text/picture.h"
@@ -75,16 +76,8 @@ const SettingsEntry& EntryOf(SettingsKey key) {
 }
 
 std::string CaptionByChannel(std::int16_t channel_number) {
-  switch (channel_number) {
-    case -1:
-      return "Channel DigIn";
-    case -2:
-      return "Channel Cntr";
-    case -3:
-      return "Channel RCntr";
-    default:
-      return "Channel " + std::to_string(channel_number);
-  }
+  const std::string_view special = SpecialName(channel_number);
+  return "Channel " + (special.empty() ? std::to_string(channel_number) : std::string(special));
 }
 
 }  // namespace vantoscope

@@ -1,5 +1,4 @@
-// The inside of the control Telvix1: one device, which is one kind of source of scans. Telvix1
-// itself (device_control.h) picks the device by its text and hands every call on.
+// The inside of the control Telvix1: one device, which is one kind of source of scans.
 #pragma once
 
 #include <cstdint>
@@ -9,11 +8,12 @@
 #include <vector>
 
 #include "meter/data_source.h"
+#include "sources/raw_scans.h"
 
 namespace vantoscope {
 
 /// One entry of a device's channel list. The 16-bit word w of a scan stands for the number
-/// `offset + factor * w` in `unit`.
+/// `offset + factor * w` in `unit`; that of a digital input for its byte (see channel_words.h).
 struct ChannelInfo {
   std::int16_t number = 0;  ///< see Telvix1::ChannelNumber
   std::string name;         ///< as the device calls it; may be empty
@@ -24,15 +24,8 @@ struct ChannelInfo {
   double offset = 0;  ///< `unit` at word 0
 };
 
-/// Consecutive scans as raw words, for a host that hands them on. Scan-major: the words of all
-/// channels of scan `first`, then those of `first` + 1.
-struct RawScans {
-  std::int64_t first = 0;  ///< index of the first scan, counted from the device's own zero
-  std::size_t scans = 0;
-  std::vector<std::int16_t> words;  ///< scans x channels
-};
-
-/// Every operation runs on one thread and may throw SourceError. The channel list, its ranges and
+/// Every operation runs on one thread and may throw SourceError. Indices, counts and modes are in
+/// range: the control has looked at them (device_control.h). The channel list, its ranges and
 /// the rate are known from the moment the device exists and do not change; but a file that is
 /// followed widens `low` and `high` (never factor and offset) when values go beyond them.
 class Device {

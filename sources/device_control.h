@@ -1,5 +1,5 @@
-// The control Telvix1 as meters use it: it holds the device that its text selects and hands every
-// call on. What devices do is no matter of this file.
+// The control Telvix1 as meters use it: it holds the device that its text selects, looks at the
+// arguments of every call and hands it on.
 #pragma once
 
 #include <memory>

@@ -6,17 +6,14 @@
 #include <cmath>
 
 #include "meter/data_source.h"
+#include "text/characters.h"
 
 namespace vantoscope {
 namespace {
 
-bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-char Capital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-
 int HexValue(char c) {
   if (IsDigit(c)) return c - '0';
-  const char capital = Capital(c);
+  const char capital = Upper(c);
   return capital >= 'A' && capital <= 'F' ? capital - 'A' + 10 : -1;
 }
 
@@ -43,16 +40,20 @@ DeviceText ParseDeviceText(std::string_view text) {
                       "' is no device text: two letters for the kind and two digits for the model "
                       "come first, as in SM64 or FI64:/data/run.csv.");
   }
-  DeviceText device;
-  device.kind = {Capital(text[0]), Capital(text[1])};
-  device.model = (text[2] - '0') * 10 + (text[3] - '0');
+  const std::string kind{Upper(text[0]), Upper(text[1])};
+  const int model = (text[2] - '0') * 10 + (text[3] - '0');
   text.remove_prefix(4);
+  if (text.starts_with(':')) text.remove_prefix(1);
+  return ParseRest(kind, model, text);
+}
+
+DeviceText ParseRest(std::string_view kind, int model, std::string_view text) {
+  DeviceText device{.kind = std::string(kind), .model = model, .rest = {}, .options = {}};
   const std::size_t question = text.find('?');
   if (question != std::string_view::npos) {
     device.options = ParseOptions(text.substr(question + 1), '&');
-    text = text.substr(0, question);
   }
-  if (!text.empty()) device.rest = DecodedOrThrow(text.substr(1));
+  device.rest = DecodedOrThrow(text.substr(0, question));
   return device;
 }
 
@@ -74,8 +75,8 @@ std::string PercentEncoded(std::string_view text) {
   constexpr std::string_view kHex = "0123456789ABCDEF";
   std::string encoded;
   for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte <= ' ' || byte == 0x7f || c == '%' || c == '?' || c == '&') {
+    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&') {
+      const auto byte = static_cast<unsigned char>(c);
       encoded += {'%', kHex[byte >> 4U], kHex[byte & 15U]};
     } else {
       encoded += c;
@@ -101,17 +102,24 @@ std::optional<std::string> PercentDecoded(std::string_view text) {
   return decoded;
 }
 
-std::vector<std::pair<std::string, std::string>> ParseOptions(std::string_view text,
-                                                              char separator) {
-  std::vector<std::pair<std::string, std::string>> options;
+DeviceOptions SplitOptions(std::string_view text, char separator) {
+  DeviceOptions options;
   while (!text.empty()) {
     const std::string_view option = text.substr(0, text.find(separator));
     text.remove_prefix(std::min(text.size(), option.size() + 1));
     if (option.empty()) continue;
-    const std::size_t equals = option.find('=');
-    const bool bare = equals == std::string_view::npos;
-    options.emplace_back(DecodedOrThrow(option.substr(0, equals)),
-                         bare ? "" : DecodedOrThrow(option.substr(equals + 1)));
+    const std::size_t equals = std::min(option.find('='), option.size());
+    const std::string_view value = option.substr(std::min(equals + 1, option.size()));
+    options.emplace_back(option.substr(0, equals), value);
+  }
+  return options;
+}
+
+DeviceOptions ParseOptions(std::string_view text, char separator) {
+  DeviceOptions options = SplitOptions(text, separator);
+  for (auto& [name, value] : options) {
+    name = DecodedOrThrow(name);
+    value = DecodedOrThrow(value);
   }
   return options;
 }
@@ -136,6 +144,26 @@ std::optional<double> TakeNumber(DeviceText& device, std::string_view name, doub
                       ".");
   }
   return number;
+}
+
+std::optional<Range> RangeFromText(std::string_view text) {
+  const std::size_t dots = text.find("..");
+  if (dots == std::string_view::npos) return std::nullopt;
+  const std::optional<double> low = WholeNumber(text.substr(0, dots));
+  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
+  if (!low || !high || *low >= *high) return std::nullopt;
+  return Range{.low = *low, .high = *high};
+}
+
+std::optional<Range> TakeRange(DeviceText& device, std::string_view name) {
+  const std::optional<std::string> text = TakeOption(device, name);
+  if (!text) return std::nullopt;
+  const std::optional<Range> range = RangeFromText(*text);
+  if (!range) {
+    throw SourceError("The device option " + std::string(name) + "=" + *text +
+                      " is not LO..HI with a lower and a higher number.");
+  }
+  return range;
 }
 
 void RefuseOtherOptions(const DeviceText& device, std::string_view known) {

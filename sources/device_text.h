@@ -1,7 +1,7 @@
 // The text that selects a device: `KKnn`, `KKnn:rest`, `KKnn:rest?option=value&option`. Two capital
 // letters are the kind, two digits the model. A blank, a control character and any of % ? & stand
-// percent-encoded in rest and options, so that a text never holds a blank. What the parts mean is
-// the matter of each kind of device.
+// percent-encoded in rest and options, so that a text never holds a blank. What the parts mean,
+// each kind of device tells in its header.
 #pragma once
 
 #include <optional>
@@ -10,13 +10,18 @@
 #include <utility>
 #include <vector>
 
+#include "sources/range.h"
+
 namespace vantoscope {
 
+/// Name and value of each, in order of writing; the value of a bare name is empty.
+using DeviceOptions = std::vector<std::pair<std::string, std::string>>;
+
 struct DeviceText {
-  std::string kind;                                          ///< two capital letters
-  int model = 0;                                             ///< 0 to 99
-  std::string rest;                                          ///< decoded; empty without one
-  std::vector<std::pair<std::string, std::string>> options;  ///< decoded, in order of writing
+  std::string kind;       ///< two capital letters
+  int model = 0;          ///< 0 to 99
+  std::string rest;       ///< decoded; empty without one
+  DeviceOptions options;  ///< decoded
 
   bool operator==(const DeviceText&) const = default;
 };
@@ -28,6 +33,10 @@ bool LooksLikeDeviceText(std::string_view text);
 /// when the text is no full form or holds a broken percent sequence.
 DeviceText ParseDeviceText(std::string_view text);
 
+/// The parts of a device of that kind from `rest?option=value&option`. Throws SourceError on a
+/// broken percent sequence.
+DeviceText ParseRest(std::string_view kind, int model, std::string_view text);
+
 /// The full form of the parts. ParseDeviceText gives them back.
 std::string FullText(const DeviceText& device);
 
@@ -37,9 +46,11 @@ std::string PercentEncoded(std::string_view text);
 /// Nothing when a % is not followed by two hexadecimal digits or the result would hold a NUL.
 std::optional<std::string> PercentDecoded(std::string_view text);
 
-/// Splits `a=1&b` at `separator` and decodes it. Throws SourceError on a broken percent sequence.
-std::vector<std::pair<std::string, std::string>> ParseOptions(std::string_view text,
-                                                              char separator);
+/// Splits `a=1&b` at `separator`. An empty option counts for nothing.
+DeviceOptions SplitOptions(std::string_view text, char separator);
+
+/// The same, percent-decoded. Throws SourceError on a broken percent sequence.
+DeviceOptions ParseOptions(std::string_view text, char separator);
 
 /// Removes the option of that name and gives its value (empty for a bare name), or nothing.
 std::optional<std::string> TakeOption(DeviceText& device, std::string_view name);
@@ -48,6 +59,13 @@ std::optional<std::string> TakeOption(DeviceText& device, std::string_view name)
 /// with the option and what is allowed, when it is something else.
 std::optional<double> TakeNumber(DeviceText& device, std::string_view name, double low,
                                  double high);
+
+/// `LO..HI`, two numbers with the lower one first; nothing for anything else.
+std::optional<Range> RangeFromText(std::string_view text);
+
+/// Removes the option and gives its value as a range. Throws SourceError, with the option and what
+/// is allowed, when it is something else.
+std::optional<Range> TakeRange(DeviceText& device, std::string_view name);
 
 /// Throws SourceError naming the first option that nobody took, and the `known` ones.
 void RefuseOtherOptions(const DeviceText& device, std::string_view known);

@@ -12,39 +12,43 @@
 namespace vantoscope {
 namespace {
 
+constexpr int kFriendlyModel = 64;
 constexpr std::string_view kMqttPrefix = "mqtt://";
+constexpr std::string_view kSimulatorPrefix = "sim:";
 
-std::string FullRecordingText(const std::string& path) {
+DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
-  DeviceText device{.kind = "FI", .model = 64, .rest = path, .options = {}};
+  DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
+  if (std::filesystem::exists(path, ignored)) return device;
   const std::size_t question = path.rfind('?');
-  if (!std::filesystem::exists(path, ignored)) {
-    if (question != std::string::npos) {
-      device.options = ParseOptions(std::string_view(path).substr(question + 1), '&');
-      device.rest.resize(question);
-    }
-    if (!std::filesystem::exists(device.rest, ignored)) {
-      device.rest = PercentDecoded(device.rest).value_or(device.rest);
-    }
+  if (question != std::string::npos) {
+    device.options = ParseOptions(std::string_view(path).substr(question + 1), '&');
+    device.rest.resize(question);
   }
-  device.rest = std::filesystem::absolute(device.rest, ignored).string();
-  return FullText(device);
+  if (!std::filesystem::exists(device.rest, ignored)) {
+    device.rest = PercentDecoded(device.rest).value_or(device.rest);
+  }
+  return device;
 }
 
 }  // namespace
 
-std::string FullDeviceText(const std::string& text) {
+DeviceText ParseAnyDeviceText(const std::string& text) {
+  const std::string_view view = text;
   if (text.empty()) throw SourceError("The device text is empty; SM64 is the simulator.");
-  if (text == "sim") return std::string(kDefaultDevice);
-  if (text.starts_with("sim:")) return std::string(kDefaultDevice) + text.substr(3);
-  if (text.starts_with(kMqttPrefix)) return "MQ64:" + text.substr(kMqttPrefix.size());
-  if (LooksLikeDeviceText(text)) return text;
-  return FullRecordingText(text);
+  if (text == "sim") return ParseDeviceText(kDefaultDevice);
+  if (text.starts_with(kSimulatorPrefix)) {
+    return ParseRest("SM", kFriendlyModel, view.substr(kSimulatorPrefix.size()));
+  }
+  if (text.starts_with(kMqttPrefix)) {
+    return ParseRest("MQ", kFriendlyModel, view.substr(kMqttPrefix.size()));
+  }
+  if (LooksLikeDeviceText(text)) return ParseDeviceText(text);
+  return RecordingAt(text);
 }
 
 std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock) {
-  const std::string full = FullDeviceText(text);
-  DeviceText device = ParseDeviceText(full);
+  DeviceText device = ParseAnyDeviceText(text);
   if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
     throw SourceError("The device '" + text + "' is of the unknown kind " + device.kind +
                       "; there are SM (simulator), FI (recording) and MQ (network host).");

@@ -7,17 +7,18 @@
 
 #include "sources/clock.h"
 #include "sources/device.h"
+#include "sources/device_text.h"
 
 namespace vantoscope {
 
 /// What a meter without a device text reads.
 inline constexpr std::string_view kDefaultDevice = "SM64";
 
-/// The full form of a device text: as it is if it is one already; of the friendly forms `sim`,
-/// `sim:options`, `mqtt://host:port/root` and the path of a recording, with model 64. A path is
-/// taken as it stands if there is such a file, else a `?` starts its options and % sequences are
-/// decoded. Throws SourceError for any other text.
-std::string FullDeviceText(const std::string& text);
+/// The parts of a device text in full form or in one of the friendly ones, which stand for model
+/// 64: `sim`, `sim:options`, `mqtt://host:port/root` and the path of a recording. A path is taken
+/// as it stands if there is such a file, else a `?` starts its options and % sequences are decoded.
+/// Throws SourceError for an empty text and for a broken percent sequence.
+DeviceText ParseAnyDeviceText(const std::string& text);
 
 /// Opens the device that `text`, in full or friendly form, selects. Throws SourceError with one
 /// sentence for the user: what could not be opened, and why.

@@ -6,17 +6,15 @@
 #include <numbers>
 #include <utility>
 
+#include "sources/channel_words.h"
+
 namespace vantoscope {
 namespace {
 
-constexpr std::int16_t kDigitalInput = -1;
-constexpr std::int16_t kCounter = -2;
-constexpr std::int16_t kReverseCounter = -3;
-constexpr std::int16_t kFineChannel = 999;
-constexpr std::size_t kFirstAnalog = 8;    // analog channels in front of the special ones
-constexpr std::size_t kFullList = 12;      // those, three special ones and the fine one
-constexpr std::size_t kHeldScans = 65536;  // how far back ScansSince answers
-constexpr double kWords = 65536;
+constexpr std::size_t kFirstAnalog = 8;     // analog channels in front of the special ones
+constexpr std::size_t kFullList = 12;       // those, three special ones and the fine one
+constexpr std::int64_t kHeldScans = 65536;  // how far back ScansSince answers
+constexpr double kHalfWords = 32768;
 
 enum class Wave { kSine, kTriangle, kRamp, kSquare };
 
@@ -111,13 +109,7 @@ double At(Wave wave, double p) {
 class Signal {
  public:
   Signal(const Analog& analog, double rate, std::uint64_t seed)
-      : info_{.number = analog.number,
-              .name = analog.name,
-              .unit = analog.unit,
-              .low = analog.low,
-              .high = analog.high,
-              .factor = (analog.high - analog.low) / kWords,
-              .offset = (analog.high + analog.low) / 2},
+      : info_(ListEntry(analog)),
         wave_(analog.wave),
         base_((analog.base - info_.offset) / info_.factor),
         amplitude_(analog.amplitude / info_.factor),
@@ -130,20 +122,7 @@ class Signal {
   /// A special channel. The digital input shows the seconds as a byte; the counters count ten steps
   /// a second.
   Signal(std::int16_t number, double rate)
-      : info_(number == kDigitalInput ? ChannelInfo{.number = number,
-                                                    .name = "DigIn",
-                                                    .unit = "",
-                                                    .low = -128,
-                                                    .high = 127,
-                                                    .factor = 1.0 / 256,
-                                                    .offset = 0}
-                                      : ChannelInfo{.number = number,
-                                                    .name = number == kCounter ? "Cntr" : "RCntr",
-                                                    .unit = "",
-                                                    .low = 0,
-                                                    .high = 16384,
-                                                    .factor = 0.25,
-                                                    .offset = 8192}),
+      : info_(SpecialChannel(number)),
         step_(StepOf(number == kDigitalInput ? 1.0 / 256 : 10.0 / 16384, rate)) {}
 
   [[nodiscard]] const ChannelInfo& Info() const { return info_; }
@@ -153,7 +132,7 @@ class Signal {
   void Words(std::int64_t first, std::size_t scans, Take take) const {
     const auto index = static_cast<std::uint64_t>(first);
     std::uint64_t phase = phase_ + index * step_;
-    if (info_.number < 0) {
+    if (IsSpecial(info_.number)) {
       for (std::size_t i = 0; i < scans; ++i, phase += step_) take(i, SpecialWord(phase));
     } else if (noise_ == 0) {
       for (std::size_t i = 0; i < scans; ++i, phase += step_) {
@@ -168,18 +147,21 @@ class Signal {
   }
 
  private:
+  static ChannelInfo ListEntry(const Analog& analog) {
+    ChannelInfo info{.number = analog.number, .name = analog.name, .unit = analog.unit};
+    SpreadAroundMiddle(info, {.low = analog.low, .high = analog.high}, kHalfWords);
+    return info;
+  }
+
   static std::int16_t Rounded(double word) {
     const double kept = std::clamp(word, -32768.0, 32767.0);
     return static_cast<std::int16_t>(static_cast<std::int32_t>(kept + 32768.5) - 32768);
   }
 
   [[nodiscard]] std::int16_t SpecialWord(std::uint64_t phase) const {
-    if (info_.number == kDigitalInput) {
-      return static_cast<std::int16_t>((phase >> 56U) << 8U);
-    }
+    if (info_.number == kDigitalInput) return DigitalWord(static_cast<std::uint8_t>(phase >> 56U));
     const auto count = static_cast<std::int32_t>(phase >> 50U);
-    const std::int32_t shown = info_.number == kCounter ? count : 16383 - count;
-    return static_cast<std::int16_t>(4 * shown - 32768);
+    return CounterWord(info_.number == kCounter ? count : 16383 - count);
   }
 
   ChannelInfo info_;
@@ -236,7 +218,7 @@ class Simulator final : public Device {
     const auto index = static_cast<std::size_t>(channel);
     double value = 0;
     signals_[index].Words(Newest(), 1, [&](std::size_t, std::int16_t word) {
-      value = channels_[index].offset + channels_[index].factor * word;
+      value = WordScale(channels_[index])(word);
     });
     return value;
   }
@@ -248,12 +230,14 @@ class Simulator final : public Device {
     Block block(signals_.size(), scans);
     for (std::size_t channel = 0; channel < signals_.size(); ++channel) {
       double* const values = block.Channel(channel).data();
-      const bool raw = mode == kRawWords;
-      const double factor = raw ? 1 : channels_[channel].factor;
-      const double offset = raw ? 0 : channels_[channel].offset;
-      signals_[channel].Words(first, scans, [=](std::size_t i, std::int16_t word) {
-        values[i] = offset + factor * word;
-      });
+      if (mode == kRawWords) {
+        signals_[channel].Words(first, scans,
+                                [=](std::size_t i, std::int16_t word) { values[i] = word; });
+      } else {
+        const WordScale scale(channels_[channel]);
+        signals_[channel].Words(first, scans,
+                                [=](std::size_t i, std::int16_t word) { values[i] = scale(word); });
+      }
     }
     return block;
   }
@@ -261,11 +245,7 @@ class Simulator final : public Device {
   RawScans ScansSince(std::int64_t next, std::size_t limit) override {
     if (!Delivers()) return {};
     const std::int64_t newest = Newest();
-    const std::int64_t oldest = newest - static_cast<std::int64_t>(kHeldScans) + 1;
-    RawScans scans;
-    scans.first = next < 0 ? newest : std::max(next, oldest);
-    if (scans.first > newest) return {};
-    scans.scans = std::min(limit, static_cast<std::size_t>(newest - scans.first + 1));
+    RawScans scans = ScansWanted(next, limit, newest - kHeldScans + 1, newest);
     scans.words.resize(scans.scans * signals_.size());
     for (std::size_t channel = 0; channel < signals_.size(); ++channel) {
       std::int16_t* const words = scans.words.data() + channel;
@@ -295,14 +275,14 @@ class Simulator final : public Device {
   std::optional<std::int64_t> first_start_;
 };
 
-/// The device text with its options in the rest, separated by commas.
-std::string NameOf(const DeviceText& device) {
-  DeviceText bare{.kind = device.kind, .model = device.model, .rest = {}, .options = {}};
-  for (const auto& [name, value] : device.options) {
-    bare.rest += (bare.rest.empty() ? "" : ",") + name;
-    if (!value.empty()) bare.rest.append("=").append(value);
+/// The options as the simulator's device text has them: in the rest, separated by commas.
+std::string RestOf(const DeviceOptions& options) {
+  std::string rest;
+  for (const auto& [name, value] : options) {
+    rest += (rest.empty() ? "" : ",") + name;
+    if (!value.empty()) rest.append("=").append(value);
   }
-  return FullText(bare);
+  return rest;
 }
 
 std::uint64_t TakeWhole(DeviceText& device, std::string_view name, double low, double high,
@@ -319,9 +299,9 @@ std::uint64_t TakeWhole(DeviceText& device, std::string_view name, double low, d
 }  // namespace
 
 std::unique_ptr<Device> OpenSimulator(DeviceText device, Clock clock) {
-  auto options = ParseOptions(std::exchange(device.rest, {}), ',');
+  const DeviceOptions options = SplitOptions(device.rest, ',');
   device.options.insert(device.options.begin(), options.begin(), options.end());
-  const std::string name = NameOf(device);
+  const std::string name = FullText({device.kind, device.model, RestOf(device.options), {}});
   const double rate = TakeNumber(device, "rate", 0.001, 1e6).value_or(1000);
   const std::uint64_t channels = TakeWhole(device, "channels", 1, 1000, kFullList);
   const std::uint64_t seed = TakeWhole(device, "seed", 0, 0x1p53, 1);

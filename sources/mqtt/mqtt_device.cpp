@@ -129,9 +129,6 @@ void MqttDevice::Stop() {
 }
 
 double MqttDevice::LatestValue(std::int16_t channel) {
-  if (channel < 0 || static_cast<std::size_t>(channel) >= channels_.size()) {
-    throw SourceError("There is no channel " + std::to_string(channel) + ".");
-  }
   const auto block = GetData(1, kEngineeringUnits);
   if (!block) {
     throw SourceError("No fresh value comes from the " + reader_->address.BrokerText() + ".");
@@ -140,7 +137,6 @@ double MqttDevice::LatestValue(std::int16_t channel) {
 }
 
 std::optional<Block> MqttDevice::GetData(std::int16_t count, std::int32_t mode) {
-  if (count < 0) throw SourceError("A block of fewer than 0 scans was asked for.");
   const std::scoped_lock lock(reader_->mutex);
   if (!reader_->started) return std::nullopt;
   return reader_->feed.GetData(static_cast<std::size_t>(count), mode, steady_clock::now());

@@ -27,12 +27,10 @@ std::string_view AsText(std::span<const std::byte> payload) {
 }  // namespace
 
 void MqttFeed::OnConnected(Time now) {
-  connected_ = true;
   if (!silent_since_) silent_since_ = now;
 }
 
 void MqttFeed::OnLost(Time now) {
-  connected_ = false;
   closed_at_.reset();
   if (!silent_since_) silent_since_ = now;
 }

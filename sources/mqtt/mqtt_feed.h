@@ -79,7 +79,6 @@ class MqttFeed {
   std::chrono::milliseconds timeout_;
   bool fixed_ = false;
   bool other_list_ = false;
-  bool connected_ = false;
   std::optional<HostInfo> info_;
   std::string info_fault_;
   std::optional<HostState> state_;

@@ -1,17 +1,16 @@
 #include "sources/mqtt/mqtt_link.h"
 
-#include <csignal>
-
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
-#include <random>
 #include <system_error>
 #include <thread>
 
 #include "meter/data_source.h"
 #include "sources/mqtt/mosquitto_library.h"
+#include "sources/mqtt/retry_pause.h"
+#include "sources/signals_blocked.h"
 
 namespace vantoscope {
 namespace {
@@ -19,8 +18,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds kFirstPause{250};
-constexpr milliseconds kLongestPause{4'000};
 constexpr milliseconds kConnectTime{5'000};  // for the broker's answer to one attempt
 constexpr milliseconds kPartingTime{1'000};  // for the last bytes and the thread's end
 
@@ -30,222 +27,269 @@ std::string Describe(int rc, int error_number) {
   if (rc == MOSQ_ERR_TLS) return "TLS failed (no TLS there, or a certificate that is not trusted)";
   if (rc == MOSQ_ERR_KEEPALIVE) return "the broker no longer answers";
   if (rc == MOSQ_ERR_CONN_LOST) return "the connection was closed";
-  return Mosquitto().strerror_(rc);
+  return Mosquitto().strerror(rc);
 }
 
-void BlockSignals() {
-  sigset_t all;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, nullptr);
-}
+struct DestroyClient {
+  void operator()(mosquitto* client) const { Mosquitto().destroy(client); }
+};
 
 }  // namespace
 
-/// Shared with the thread, which may outlive the link for as long as a name look-up takes.
-struct MqttLink::State {
-  MqttAddress address;
-  int keep_alive = 0;
-  MqttEvents events;
-  mosquitto* client = nullptr;
+/// What the thread works with; it may outlive the link for as long as a name look-up takes.
+class MqttLink::Client {
+ public:
+  Client(const MqttAddress& address, std::chrono::seconds keep_alive,
+         const std::optional<MqttWill>& will, MqttEvents events);
 
-  std::mutex mutex;  // guards what follows
-  std::condition_variable changed;
-  bool stop = false;
-  bool running = false;
-  bool connected = false;
-  std::size_t unconfirmed = 0;
+  /// Starts the thread, which holds on to `self`.
+  static void Start(const std::shared_ptr<Client>& self);
+  /// No event comes from now on. Waits for the thread's end, but not for a name look-up.
+  void Stop();
+  bool Publish(const std::string& topic, std::span<const std::byte> payload, int qos, bool retain);
+  bool Subscribe(const std::string& topic, int qos);
+  bool Unsubscribe(const std::string& topic);
+  bool Flush(milliseconds at_most);
 
-  std::mutex telling;  // held during an event, so that the link can end between two
-  bool silent = false;
+ private:
+  void SetTls(const std::string& ca_file);
+  void SetCallbacks();
+  void OnAnswer(int answer);
+  void OnMessage(const mosquitto_message& message);
+  void OnSent();
 
-  // Only the thread uses these.
-  bool answered = false;
-  int answer = 0;
-
-  ~State() { Mosquitto().destroy_(client); }
-
+  void Run();
+  bool OneConnection();
+  int LoopUntilLost();
+  void Part();
+  bool Stopping();
   template <typename Event, typename... Args>
   void Tell(const Event& event, Args&&... args) {
-    const std::scoped_lock lock(telling);
-    if (!silent && event) event(std::forward<Args>(args)...);
+    const std::scoped_lock lock(telling_);
+    if (!silent_ && event) event(std::forward<Args>(args)...);
   }
 
-  bool Stopping() {
-    const std::scoped_lock lock(mutex);
-    return stop;
-  }
+  const MqttAddress address_;
+  const int keep_alive_;
+  const MqttEvents events_;
 
-  void Run() {
-    std::minstd_rand random(std::random_device{}());
-    milliseconds pause = kFirstPause;
-    while (!Stopping()) {
-      if (Session()) pause = kFirstPause;
-      // Not all clients of a broker that comes back at the same instant.
-      std::uniform_int_distribution<milliseconds::rep> spread(pause.count() / 2, pause.count());
-      std::unique_lock lock(mutex);
-      changed.wait_for(lock, milliseconds(spread(random)), [this] { return stop; });
-      pause = std::min(2 * pause, kLongestPause);
-    }
-    const std::scoped_lock lock(mutex);
-    running = false;
-    changed.notify_all();
-  }
+  std::mutex mutex_;  // guards what follows
+  std::condition_variable changed_;
+  bool stop_ = false;
+  bool running_ = false;
+  bool connected_ = false;
+  std::size_t unconfirmed_ = 0;
 
-  /// One connection from attempt to end; true when the broker accepted it.
-  bool Session() {
-    answered = false;
-    answer = 0;
-    const auto deadline = steady_clock::now() + kConnectTime;
-    errno = 0;
-    int rc = Mosquitto().connect_async_(client, address.broker.c_str(), address.port, keep_alive);
-    while (rc == MOSQ_ERR_SUCCESS && !(answered && answer != 0)) {
-      if (Stopping()) {
-        Part();
-        break;
-      }
-      if (!answered && steady_clock::now() > deadline) {
-        rc = MOSQ_ERR_ERRNO;
-        errno = ETIMEDOUT;
-        break;
-      }
-      errno = 0;
-      rc = Mosquitto().loop_(client, 100, 100);
-    }
-    const int error_number = errno;
-    const bool accepted = answered && answer == 0;
-    const bool refused = answered && answer != 0;
-    Mosquitto().disconnect_(client);
-    {
-      const std::scoped_lock lock(mutex);
-      connected = false;
-      unconfirmed = 0;
-      changed.notify_all();
-    }
-    if (Stopping()) return accepted;
-    Tell(events.lost,
-         refused ? std::string(Mosquitto().connack_string_(answer)) : Describe(rc, error_number),
-         refused);
-    return accepted;
-  }
+  std::mutex telling_;  // held during an event, so that the link can end between two
+  bool silent_ = false;
 
-  /// Sends what is still to be sent and the goodbye.
-  void Part() {
-    const auto deadline = steady_clock::now() + kPartingTime;
-    while (Mosquitto().want_write_(client) && steady_clock::now() < deadline &&
-           Mosquitto().loop_(client, 10, 100) == MOSQ_ERR_SUCCESS) {
-    }
-    Mosquitto().disconnect_(client);
-    while (Mosquitto().socket_(client) >= 0 && Mosquitto().want_write_(client) &&
-           steady_clock::now() < deadline &&
-           Mosquitto().loop_(client, 10, 100) == MOSQ_ERR_SUCCESS) {
-    }
-  }
+  std::optional<int> answer_;  // of the broker; only the thread uses it
+  const std::unique_ptr<mosquitto, DestroyClient> client_;
 };
 
-MqttLink::MqttLink(const MqttAddress& address, std::chrono::seconds keep_alive,
-                   const std::optional<MqttWill>& will, MqttEvents events) {
-  const MosquittoLibrary& library = Mosquitto();
-  state_ = std::make_shared<State>();
-  state_->address = address;
-  state_->keep_alive = static_cast<int>(keep_alive.count());
-  state_->events = std::move(events);
-  mosquitto* client = library.new_(nullptr, true, state_.get());
-  if (client == nullptr) throw SourceError("libmosquitto gave no client.");
-  state_->client = client;
-  library.threaded_set_(client, true);
+MqttLink::Client::Client(const MqttAddress& address, std::chrono::seconds keep_alive,
+                         const std::optional<MqttWill>& will, MqttEvents events)
+    : address_(address),
+      keep_alive_(static_cast<int>(keep_alive.count())),
+      events_(std::move(events)),
+      client_(Mosquitto().new_client(nullptr, true, this)) {
+  if (!client_) throw SourceError("libmosquitto gave no client.");
+  Mosquitto().threaded_set(client_.get(), true);
   if (const auto credentials = ReadMqttCredentials()) {
-    library.username_pw_set_(client, credentials->user.c_str(), credentials->password.c_str());
+    Mosquitto().username_pw_set(client_.get(), credentials->user.c_str(),
+                                credentials->password.c_str());
   }
-  if (address.tls) {
-    const int rc =
-        address.ca_file.empty()
-            ? library.int_option_(client, MOSQ_OPT_TLS_USE_OS_CERTS, 1)
-            : library.tls_set_(client, address.ca_file.c_str(), nullptr, nullptr, nullptr, nullptr);
-    if (rc != MOSQ_ERR_SUCCESS) {
-      throw SourceError("The certificates " + address.ca_file + " cannot be read.");
-    }
-  }
+  if (address.tls) SetTls(address.ca_file);
   if (will) {
-    library.will_set_(client, will->topic.c_str(), static_cast<int>(will->payload.size()),
-                      will->payload.data(), 1, true);
+    Mosquitto().will_set(client_.get(), will->topic.c_str(), static_cast<int>(will->payload.size()),
+                         will->payload.data(), 1, true);
   }
-  library.connect_callback_set_(client, [](mosquitto*, void* object, int answer) {
-    auto* state = static_cast<State*>(object);
-    state->answered = true;
-    state->answer = answer;
-    if (answer != 0) return;
-    {
-      const std::scoped_lock lock(state->mutex);
-      state->connected = true;
+  SetCallbacks();
+}
+
+void MqttLink::Client::SetTls(const std::string& ca_file) {
+  const int rc =
+      ca_file.empty()
+          ? Mosquitto().int_option(client_.get(), MOSQ_OPT_TLS_USE_OS_CERTS, 1)
+          : Mosquitto().tls_set(client_.get(), ca_file.c_str(), nullptr, nullptr, nullptr, nullptr);
+  if (rc == MOSQ_ERR_SUCCESS) return;
+  throw SourceError("The certificates " + ca_file + " cannot be read.");
+}
+
+void MqttLink::Client::SetCallbacks() {
+  Mosquitto().connect_callback_set(client_.get(), [](mosquitto*, void* self, int answer) {
+    static_cast<Client*>(self)->OnAnswer(answer);
+  });
+  Mosquitto().message_callback_set(client_.get(),
+                                   [](mosquitto*, void* self, const mosquitto_message* message) {
+                                     static_cast<Client*>(self)->OnMessage(*message);
+                                   });
+  Mosquitto().publish_callback_set(
+      client_.get(), [](mosquitto*, void* self, int) { static_cast<Client*>(self)->OnSent(); });
+}
+
+void MqttLink::Client::OnAnswer(int answer) {
+  answer_ = answer;
+  if (answer != 0) return;
+  {
+    const std::scoped_lock lock(mutex_);
+    connected_ = true;
+  }
+  Tell(events_.connected);
+}
+
+void MqttLink::Client::OnMessage(const mosquitto_message& message) {
+  const auto* bytes = static_cast<const std::byte*>(message.payload);
+  const int length = bytes == nullptr ? 0 : std::max(message.payloadlen, 0);
+  Tell(events_.message, std::string(message.topic),
+       std::span(bytes, static_cast<std::size_t>(length)), message.retain);
+}
+
+void MqttLink::Client::OnSent() {
+  const std::scoped_lock lock(mutex_);
+  if (unconfirmed_ > 0) --unconfirmed_;
+  changed_.notify_all();
+}
+
+void MqttLink::Client::Start(const std::shared_ptr<Client>& self) {
+  self->running_ = true;
+  const SignalsBlocked blocked;
+  std::thread([self] { self->Run(); }).detach();
+}
+
+/// Connects again and again until `Stop`.
+void MqttLink::Client::Run() {
+  RetryPause pause;
+  while (!Stopping()) {
+    if (OneConnection()) pause.Reset();
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, pause.Next(), [this] { return stop_; });
+  }
+  const std::scoped_lock lock(mutex_);
+  running_ = false;
+  changed_.notify_all();
+}
+
+/// From the attempt to the end; true when the broker accepted it.
+bool MqttLink::Client::OneConnection() {
+  answer_.reset();
+  const int rc = LoopUntilLost();
+  const int error_number = errno;
+  Mosquitto().disconnect(client_.get());
+  {
+    const std::scoped_lock lock(mutex_);
+    connected_ = false;
+    unconfirmed_ = 0;
+    changed_.notify_all();
+  }
+  const bool refused = answer_.value_or(0) != 0;
+  if (!Stopping()) {
+    Tell(events_.lost,
+         refused ? std::string(Mosquitto().connack_string(*answer_)) : Describe(rc, error_number),
+         refused);
+  }
+  return answer_ == 0;
+}
+
+/// The library's reason of the end; for MOSQ_ERR_ERRNO it is in `errno`.
+int MqttLink::Client::LoopUntilLost() {
+  const auto deadline = steady_clock::now() + kConnectTime;
+  errno = 0;
+  int rc =
+      Mosquitto().connect_async(client_.get(), address_.broker.c_str(), address_.port, keep_alive_);
+  while (rc == MOSQ_ERR_SUCCESS && answer_.value_or(0) == 0) {
+    if (Stopping()) {
+      Part();
+      break;
     }
-    state->Tell(state->events.connected);
-  });
-  library.message_callback_set_(
-      client, [](mosquitto*, void* object, const mosquitto_message* message) {
-        auto* state = static_cast<State*>(object);
-        const auto* bytes = static_cast<const std::byte*>(message->payload);
-        const auto length =
-            bytes == nullptr ? 0 : static_cast<std::size_t>(std::max(message->payloadlen, 0));
-        state->Tell(state->events.message, std::string(message->topic), std::span(bytes, length),
-                    message->retain);
-      });
-  library.publish_callback_set_(client, [](mosquitto*, void* object, int) {
-    auto* state = static_cast<State*>(object);
-    const std::scoped_lock lock(state->mutex);
-    if (state->unconfirmed > 0) --state->unconfirmed;
-    state->changed.notify_all();
-  });
-}
-
-void MqttLink::Connect() {
-  state_->running = true;
-  std::thread([state = state_] {
-    BlockSignals();
-    state->Run();
-  }).detach();
-}
-
-MqttLink::~MqttLink() {
-  {
-    const std::scoped_lock lock(state_->telling);
-    state_->silent = true;
+    if (!answer_ && steady_clock::now() > deadline) {
+      errno = ETIMEDOUT;
+      return MOSQ_ERR_ERRNO;
+    }
+    errno = 0;
+    rc = Mosquitto().loop(client_.get(), 100, 100);
   }
-  std::unique_lock lock(state_->mutex);
-  state_->stop = true;
-  state_->changed.notify_all();
-  state_->changed.wait_for(lock, 2 * kPartingTime, [this] { return !state_->running; });
+  return rc;
 }
 
-bool MqttLink::Publish(const std::string& topic, std::span<const std::byte> payload, int qos,
-                       bool retain) {
+/// Sends what is still to be sent and the goodbye.
+void MqttLink::Client::Part() {
+  const auto deadline = steady_clock::now() + kPartingTime;
+  const auto send_rest = [&] {
+    while (Mosquitto().socket(client_.get()) >= 0 && Mosquitto().want_write(client_.get()) &&
+           steady_clock::now() < deadline &&
+           Mosquitto().loop(client_.get(), 10, 100) == MOSQ_ERR_SUCCESS) {
+    }
+  };
+  send_rest();
+  Mosquitto().disconnect(client_.get());
+  send_rest();
+}
+
+bool MqttLink::Client::Stopping() {
+  const std::scoped_lock lock(mutex_);
+  return stop_;
+}
+
+void MqttLink::Client::Stop() {
   {
-    const std::scoped_lock lock(state_->mutex);
-    if (!state_->connected) return false;
-    ++state_->unconfirmed;
+    const std::scoped_lock lock(telling_);
+    silent_ = true;
+  }
+  std::unique_lock lock(mutex_);
+  stop_ = true;
+  changed_.notify_all();
+  changed_.wait_for(lock, 2 * kPartingTime, [this] { return !running_; });
+}
+
+bool MqttLink::Client::Publish(const std::string& topic, std::span<const std::byte> payload,
+                               int qos, bool retain) {
+  {
+    const std::scoped_lock lock(mutex_);
+    if (!connected_) return false;
+    ++unconfirmed_;
   }
   // Outside the lock: the library holds locks of its own when it calls back.
-  const int rc =
-      Mosquitto().publish_(state_->client, nullptr, topic.c_str(), static_cast<int>(payload.size()),
-                           payload.data(), qos, retain);
+  const int rc = Mosquitto().publish(client_.get(), nullptr, topic.c_str(),
+                                     static_cast<int>(payload.size()), payload.data(), qos, retain);
   if (rc == MOSQ_ERR_SUCCESS) return true;
-  const std::scoped_lock lock(state_->mutex);
-  if (state_->unconfirmed > 0) --state_->unconfirmed;
+  OnSent();
   return false;
 }
 
+bool MqttLink::Client::Subscribe(const std::string& topic, int qos) {
+  return Mosquitto().subscribe(client_.get(), nullptr, topic.c_str(), qos) == MOSQ_ERR_SUCCESS;
+}
+
+bool MqttLink::Client::Unsubscribe(const std::string& topic) {
+  return Mosquitto().unsubscribe(client_.get(), nullptr, topic.c_str()) == MOSQ_ERR_SUCCESS;
+}
+
+bool MqttLink::Client::Flush(milliseconds at_most) {
+  std::unique_lock lock(mutex_);
+  changed_.wait_for(lock, at_most, [this] { return unconfirmed_ == 0 || !connected_; });
+  return connected_ && unconfirmed_ == 0;
+}
+
+MqttLink::MqttLink(const MqttAddress& address, std::chrono::seconds keep_alive,
+                   const std::optional<MqttWill>& will, MqttEvents events)
+    : client_(std::make_shared<Client>(address, keep_alive, will, std::move(events))) {}
+
+void MqttLink::Connect() { Client::Start(client_); }
+
+MqttLink::~MqttLink() { client_->Stop(); }
+
+bool MqttLink::Publish(const std::string& topic, std::span<const std::byte> payload, int qos,
+                       bool retain) {
+  return client_->Publish(topic, payload, qos, retain);
+}
+
 bool MqttLink::Subscribe(const std::string& topic, int qos) {
-  return Mosquitto().subscribe_(state_->client, nullptr, topic.c_str(), qos) == MOSQ_ERR_SUCCESS;
+  return client_->Subscribe(topic, qos);
 }
 
-bool MqttLink::Unsubscribe(const std::string& topic) {
-  return Mosquitto().unsubscribe_(state_->client, nullptr, topic.c_str()) == MOSQ_ERR_SUCCESS;
-}
+bool MqttLink::Unsubscribe(const std::string& topic) { return client_->Unsubscribe(topic); }
 
-bool MqttLink::Flush(std::chrono::milliseconds at_most) {
-  std::unique_lock lock(state_->mutex);
-  state_->changed.wait_for(lock, at_most,
-                           [this] { return state_->unconfirmed == 0 || !state_->connected; });
-  return state_->connected && state_->unconfirmed == 0;
-}
+bool MqttLink::Flush(milliseconds at_most) { return client_->Flush(at_most); }
 
 }  // namespace vantoscope

@@ -49,8 +49,8 @@ class MqttLink {
   bool Flush(std::chrono::milliseconds at_most);
 
  private:
-  struct State;
-  std::shared_ptr<State> state_;
+  class Client;
+  std::shared_ptr<Client> client_;
 };
 
 }  // namespace vantoscope

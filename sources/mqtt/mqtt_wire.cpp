@@ -7,6 +7,8 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "text/characters.h"
+
 namespace vantoscope {
 namespace {
 
@@ -59,8 +61,7 @@ std::optional<std::string> Text(const json& object, const char* key) {
   const auto it = object.find(key);
   if (it == object.end() || !it->is_string()) return std::nullopt;
   auto value = it->get<std::string>();
-  const auto control = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
-  if (value.size() > kMaxText || std::ranges::any_of(value, control)) return std::nullopt;
+  if (value.size() > kMaxText || std::ranges::any_of(value, IsControl)) return std::nullopt;
   return value;
 }
 

@@ -14,7 +14,8 @@
 //          8  8  epoch
 //          16 8  index of the first scan
 //          24 8  host's wall clock when it took the newest scan, microseconds since 1970
-//          32    scans x channels signed 16-bit words, scan by scan
+//          32    scans x channels signed 16-bit words, scan by scan; a word w stands for
+//                offset + factor * w, that of a digital input (number -1) for its bits 8 to 15
 //
 // The epoch is drawn anew whenever a host starts, so that a restarted host is never taken for the
 // one before. Within an epoch indices only rise.

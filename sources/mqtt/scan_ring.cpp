@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "sources/channel_words.h"
+
 namespace vantoscope {
 
 ScanRing::ScanRing(std::size_t channels, std::size_t capacity)
@@ -66,15 +68,11 @@ std::span<const std::int16_t> ScanRing::Scan(std::size_t place) const {
 }
 
 RawScans ScanRing::Since(std::int64_t next, std::size_t limit) const {
-  RawScans result;
-  if (size_ == 0) return result;
   const std::int64_t oldest = next_ - static_cast<std::int64_t>(size_);
-  result.first = next < 0 ? next_ - 1 : std::clamp(next, oldest, next_);
-  result.scans = std::min(static_cast<std::size_t>(next_ - result.first), limit);
+  RawScans result = ScansWanted(next, limit, oldest, next_ - 1);
   result.words.reserve(result.scans * channels_);
-  const auto place = static_cast<std::size_t>(result.first - oldest);
   for (std::size_t scan = 0; scan < result.scans; ++scan) {
-    const auto words = Scan(place + scan);
+    const auto words = Scan(static_cast<std::size_t>(result.first - oldest) + scan);
     result.words.insert(result.words.end(), words.begin(), words.end());
   }
   return result;
@@ -83,13 +81,12 @@ RawScans ScanRing::Since(std::int64_t next, std::size_t limit) const {
 std::optional<Block> ScanRing::Newest(std::size_t count, std::int32_t mode,
                                       const std::vector<ChannelInfo>& channels) const {
   if (count > size_) return std::nullopt;
+  const std::vector<WordScale> scales(channels.begin(), channels.end());
   Block block(channels_, count);
   for (std::size_t sample = 0; sample < count; ++sample) {
     const auto words = Scan(size_ - count + sample);
     for (std::size_t channel = 0; channel < channels_; ++channel) {
-      const double word = words[channel];
-      block(channel, sample) =
-          mode == kRawWords ? word : channels[channel].offset + channels[channel].factor * word;
+      block(channel, sample) = mode == kRawWords ? words[channel] : scales[channel](words[channel]);
     }
   }
   return block;

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "meter/data_source.h"
-#include "sources/recording/recorded_channel.h"
+#include "sources/channel_words.h"
 
 namespace vantoscope {
 namespace {
@@ -35,6 +35,17 @@ std::string ReadHead(RecordedFile& file, bool followed) {
   return head;
 }
 
+/// The first analog channel goes to the front of the list and the last one, which has the highest
+/// number, to its end; the rest keeps the order of the file.
+void PutAnalogOutside(std::vector<ListedColumn>& columns) {
+  const auto analog = [](const ListedColumn& column) { return !IsSpecial(column.info.number); };
+  const auto first = std::ranges::find_if(columns, analog);
+  if (first == columns.end()) return;
+  std::rotate(columns.begin(), first, first + 1);
+  const auto last = std::find_if(columns.rbegin(), columns.rend() - 1, analog);
+  if (last != columns.rend() - 1) std::rotate(last.base() - 1, last.base(), columns.end());
+}
+
 }  // namespace
 
 std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string& path) {
@@ -43,20 +54,18 @@ std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string
                       " numeric columns.");
   }
   std::vector<ListedColumn> columns;
-  std::vector<bool> special;
   std::int16_t analog = 0;
   for (std::size_t i = 0; i < layout.columns.size(); ++i) {
     const CsvColumn& column = layout.columns[i];
-    const std::int16_t number = SpecialNumber(column.name);
-    special.push_back(number < 0);
-    columns.push_back({.info = {.number = number < 0 ? number : ++analog,
-                                .name = column.name,
-                                .unit = column.unit},
-                       .column = i});
+    const std::int16_t special = SpecialNumber(column.name);
+    ChannelInfo info = IsSpecial(special) ? SpecialChannel(special) : ChannelInfo();
+    if (!IsSpecial(special)) info.number = ++analog;
+    info.name = column.name;
+    info.unit = column.unit;
+    columns.push_back({.info = std::move(info), .column = i});
   }
-  std::vector<ListedColumn> listed;
-  for (const std::size_t place : ListOrder(special)) listed.push_back(columns[place]);
-  return listed;
+  PutAnalogOutside(columns);
+  return columns;
 }
 
 CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, bool followed, CsvRows::Take take)

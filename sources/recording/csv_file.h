@@ -15,7 +15,7 @@ namespace vantoscope {
 
 /// A channel of the list and the column that it comes from.
 struct ListedColumn {
-  ChannelInfo info;  ///< still without range
+  ChannelInfo info;  ///< that of an analog channel has no range yet
   std::size_t column = 0;
 };
 

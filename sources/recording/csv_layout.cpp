@@ -9,6 +9,7 @@
 
 #include "sources/device_text.h"
 #include "sources/recording/csv_rows.h"
+#include "text/characters.h"
 
 namespace vantoscope {
 namespace {
@@ -77,40 +78,45 @@ std::string ToUtf8(std::string_view text) {
 }
 
 std::string Trimmed(std::string_view text) {
-  const auto is_blank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+  const auto is_blank = [](char c) { return c == ' ' || IsControl(c); };
   while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
   while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
   return std::string(text);
 }
 
-/// `Level [m]` or `Level (m)` to name and unit.
-CsvColumn NamedColumn(std::size_t field, std::string_view header) {
-  const std::string text = Trimmed(ToUtf8(header));
+/// What stands before the brackets at the end of a text, and in them.
+struct Bracketed {
+  std::string before;
+  std::string inside;  ///< empty without brackets
+};
+
+Bracketed SplitBrackets(std::string_view field) {
+  const std::string text = Trimmed(ToUtf8(field));
   for (const auto& [open, close] : {std::pair{'[', ']'}, std::pair{'(', ')'}}) {
     const std::size_t start = text.rfind(open);
     if (text.ends_with(close) && start != std::string::npos) {
-      return {.field = field,
-              .name = Trimmed(std::string_view(text).substr(0, start)),
-              .unit = Trimmed(std::string_view(text).substr(start + 1, text.size() - start - 2))};
+      const std::string_view view = text;
+      return {.before = Trimmed(view.substr(0, start)),
+              .inside = Trimmed(view.substr(start + 1, text.size() - start - 2))};
     }
   }
-  return {.field = field, .name = text, .unit = {}};
+  return {.before = text, .inside = {}};
 }
 
-std::string Unbracketed(std::string_view unit) {
-  const CsvColumn column = NamedColumn(0, unit);
-  return column.unit.empty() ? column.name : column.unit;
+/// `Level [m]` or `Level (m)` to name and unit.
+CsvColumn NamedColumn(std::size_t field, std::string_view header) {
+  Bracketed text = SplitBrackets(header);
+  return {.field = field, .name = std::move(text.before), .unit = std::move(text.inside)};
 }
 
-std::string LowerCase(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
+/// `m`, `[m]` or `(m)` to the unit.
+std::string UnitOf(std::string_view field) {
+  Bracketed text = SplitBrackets(field);
+  return std::move(text.inside.empty() ? text.before : text.inside);
 }
 
 /// Seconds in a unit of time; nothing if it is none.
-std::optional<double> SecondsIn(const std::string& unit) {
+std::optional<double> SecondsIn(std::string_view unit) {
   static constexpr std::array<std::pair<std::string_view, double>, 14> kUnits{{
       {"s", 1},
       {"sec", 1},
@@ -127,9 +133,8 @@ std::optional<double> SecondsIn(const std::string& unit) {
       {"h", 3600},
       {"hours", 3600},
   }};
-  const std::string lower = LowerCase(unit);
   for (const auto& [name, seconds] : kUnits) {
-    if (lower == name) return seconds;
+    if (SameIgnoringCase(unit, name)) return seconds;
   }
   return std::nullopt;
 }
@@ -137,11 +142,14 @@ std::optional<double> SecondsIn(const std::string& unit) {
 bool NamesTime(const CsvColumn& column) {
   if (!column.unit.empty() && !SecondsIn(column.unit)) return false;
   if (column.name == "t") return true;  // a capital T is a temperature
-  const std::string name = LowerCase(column.name);
-  for (const char* word : {"s", "sec", "seconds", "ms", "elapsed", "zeit"}) {
-    if (name == word) return true;
+  const std::string_view name = column.name;
+  for (const std::string_view word : {"s", "sec", "seconds", "ms", "elapsed", "zeit"}) {
+    if (SameIgnoringCase(name, word)) return true;
   }
-  return name.starts_with("time") || name.starts_with("date") || name.starts_with("elapsed ");
+  for (const std::string_view word : {"time", "date", "elapsed "}) {
+    if (SameIgnoringCase(name.substr(0, word.size()), word)) return true;
+  }
+  return false;
 }
 
 /// The lines as wide as the table, and what stands before them.
@@ -312,7 +320,7 @@ CsvLayout FindCsvLayout(std::string_view head) {
     std::string header = has_header ? lines[0][field] : "";
     if (field == 0 && header.starts_with('#')) header.erase(0, 1);
     CsvColumn column = NamedColumn(field, header);
-    if (has_units) column.unit = Unbracketed(lines[1][field]);
+    if (has_units) column.unit = UnitOf(lines[1][field]);
     return column;
   };
 

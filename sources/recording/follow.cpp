@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "sources/channel_words.h"
 #include "sources/recording/csv_file.h"
 
 namespace vantoscope {
@@ -80,7 +81,7 @@ class Follow final : public Device {
     while (csv_.ReadOn(kMostBytesAtOnce)) {
     }
     rate_ = rate.value_or(steps_.Rate().value_or(1));
-    for (ChannelInfo& channel : channels_) SetRange(channel, range);
+    for (std::size_t channel = 0; channel < channels_.size(); ++channel) SetRange(channel, range);
   }
 
   [[nodiscard]] std::string Name() const override { return name_; }
@@ -109,11 +110,8 @@ class Follow final : public Device {
   }
 
   RawScans ScansSince(std::int64_t next, std::size_t limit) override {
-    if (!Delivers() || store_.Total() == 0) return {};
-    RawScans scans;
-    scans.first = next < 0 ? store_.Total() - 1 : std::max(next, store_.Oldest());
-    if (scans.first >= store_.Total()) return {};
-    scans.scans = std::min(limit, static_cast<std::size_t>(store_.Total() - scans.first));
+    if (!Delivers()) return {};
+    RawScans scans = ScansWanted(next, limit, store_.Oldest(), store_.Total() - 1);
     for (std::size_t i = 0; i < scans.scans; ++i) {
       const std::int64_t scan = scans.first + static_cast<std::int64_t>(i);
       for (std::size_t channel = 0; channel < channels_.size(); ++channel) {
@@ -132,7 +130,7 @@ class Follow final : public Device {
   void Take(const CsvRow& row) {
     if (row.seconds) steps_.Add(*row.seconds);
     for (std::size_t channel = 0; channel < columns_.size(); ++channel) {
-      const double value = row.values[columns_[channel].column];
+      const double value = ValueOfNumber(channels_[channel], row.values[columns_[channel].column]);
       store_.Put(channel, value);
       channels_[channel].low = std::min(channels_[channel].low, value);
       channels_[channel].high = std::max(channels_[channel].high, value);
@@ -141,11 +139,12 @@ class Follow final : public Device {
   }
 
   /// From the extent of the values so far to a range.
-  void SetRange(ChannelInfo& channel, std::optional<Range> wanted) const {
+  void SetRange(std::size_t place, std::optional<Range> wanted) {
+    ChannelInfo& channel = channels_[place];
     const Range extent =
         store_.Total() > 0 ? Range{.low = channel.low, .high = channel.high} : Range{};
-    if (channel.number < 0) {
-      SetSpecialRange(channel);
+    if (IsSpecial(channel.number)) {
+      channel = columns_[place].info;
     } else {
       SpreadOver(channel, wanted ? Joined(*wanted, extent) : RoomAround(extent));
     }

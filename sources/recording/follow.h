@@ -6,7 +6,7 @@
 #include <string>
 
 #include "sources/device.h"
-#include "sources/recording/recorded_channel.h"
+#include "sources/range.h"
 #include "sources/recording/recorded_file.h"
 
 namespace vantoscope {

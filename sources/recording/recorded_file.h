@@ -1,5 +1,5 @@
 // A file on disk that somebody may be writing, moving or deleting: opened once, read on, and
-// watched for being still the same. What its bytes mean is no matter of this file.
+// watched for being still the same.
 #pragma once
 
 #include <sys/stat.h>

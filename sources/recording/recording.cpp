@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "sources/channel_words.h"
 #include "sources/recording/csv_file.h"
 #include "sources/recording/follow.h"
 #include "sources/recording/replay.h"
@@ -37,26 +38,13 @@ bool TakeFlag(DeviceText& device, std::string_view name) {
   return value.has_value();
 }
 
-std::optional<Range> TakeRange(DeviceText& device) {
-  const std::optional<std::string> text = TakeOption(device, "range");
-  if (!text) return std::nullopt;
-  const std::size_t dots = text->find("..");
-  if (dots != std::string::npos) {
-    const std::optional<double> low = WholeNumber(std::string_view(*text).substr(0, dots));
-    const std::optional<double> high = WholeNumber(std::string_view(*text).substr(dots + 2));
-    if (low && high && *low < *high) return Range{.low = *low, .high = *high};
-  }
-  throw SourceError("The device option range=" + *text +
-                    " is not LO..HI with a lower and a higher number.");
-}
-
 Options TakeOptions(DeviceText device) {
   Options options;
   options.follow = TakeFlag(device, "follow");
   options.loop = TakeFlag(device, "loop");
   options.start = TakeNumber(device, "start", -1e9, 9e9);
   options.rate = TakeNumber(device, "rate", 0.001, 1e6);
-  options.range = TakeRange(device);
+  options.range = TakeRange(device, "range");
   RefuseOtherOptions(device, "follow, loop, start, rate and range");
   if (options.follow && (options.loop || options.start)) {
     throw SourceError("A recording that is followed has no loop and no start.");
@@ -69,6 +57,12 @@ std::string FirstBytes(RecordedFile& file) {
   std::string first(file.ReadOn(bytes));
   file.Seek(0);
   return first;
+}
+
+/// `range` itself, or joined with 0 (or 0 to 1) when it is a single point.
+Range NotEmpty(Range range) {
+  if (range.low != range.high) return range;
+  return range.low == 0 ? Range{.low = 0, .high = 1} : Joined(range, {});
 }
 
 RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& options) {
@@ -96,15 +90,15 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
   RecordedScans recorded;
   recorded.rate = steps.Rate().value_or(1);
   for (ListedColumn& listed : ListColumns(csv.Layout(), csv.File().Path())) {
-    Samples samples = Samples::Packed(std::exchange(values[listed.column], {}));
-    const Range extent = samples.Extent();
-    if (listed.info.number < 0) {
-      SetSpecialRange(listed.info);
-    } else {
+    std::vector<double> column = std::exchange(values[listed.column], {});
+    for (double& value : column) value = ValueOfNumber(listed.info, value);
+    StoredChannel stored = StoredChannel::Packed(std::move(column));
+    const Range extent = stored.Extent();
+    if (!IsSpecial(listed.info.number)) {
       SpreadOver(listed.info, options.range ? Joined(*options.range, extent) : NotEmpty(extent));
     }
     recorded.channels.push_back(std::move(listed.info));
-    recorded.samples.push_back(std::move(samples));
+    recorded.stored.push_back(std::move(stored));
   }
   file = csv.Release();
   return recorded;
@@ -117,11 +111,11 @@ RecordedScans ReadSoundScans(const RecordedFile& file, const Options& options) {
   const double offset = (scale.high + scale.low) / 2;
   RecordedScans recorded;
   recorded.rate = sound.rate;
-  for (Samples& samples : sound.channels) {
-    const Range extent = samples.Extent();
+  for (StoredChannel& stored : sound.channels) {
+    const Range extent = stored.Extent();
     // Float samples may go beyond full scale; then the words cover what there is.
     const double peak = std::max({1.0, -extent.low, extent.high});
-    samples.Calibrate(factor, offset);
+    stored.Calibrate(factor, offset);
     ChannelInfo channel;
     channel.number = static_cast<std::int16_t>(recorded.channels.size() + 1);
     channel.low = offset - factor * peak;
@@ -129,7 +123,7 @@ RecordedScans ReadSoundScans(const RecordedFile& file, const Options& options) {
     channel.factor = factor * peak / 32768;
     channel.offset = offset;
     recorded.channels.push_back(std::move(channel));
-    recorded.samples.push_back(std::move(samples));
+    recorded.stored.push_back(std::move(stored));
   }
   return recorded;
 }

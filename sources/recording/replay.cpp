@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "sources/channel_words.h"
+
 namespace vantoscope {
 namespace {
 
@@ -15,7 +17,7 @@ class Replay final : public Device {
       : name_(std::move(name)),
         scans_(std::move(scans)),
         times_(times),
-        length_(static_cast<std::int64_t>(scans_.samples.front().Size())),
+        length_(static_cast<std::int64_t>(scans_.stored.front().Size())),
         file_(std::move(file)),
         clock_(std::move(clock)) {}
 
@@ -29,7 +31,7 @@ class Replay final : public Device {
 
   double LatestValue(std::int16_t channel) override {
     if (!Delivers()) throw SourceError("The replay " + name_ + " is not running.");
-    return scans_.samples[static_cast<std::size_t>(channel)][RowOf(Newest())];
+    return scans_.stored[static_cast<std::size_t>(channel)][RowOf(Newest())];
   }
 
   std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override {
@@ -48,18 +50,14 @@ class Replay final : public Device {
   RawScans ScansSince(std::int64_t next, std::size_t limit) override {
     if (!running_) return {};
     const std::int64_t newest = times_.loop ? Newest() : std::min(Newest(), length_ - 1);
-    const std::int64_t oldest =
-        std::max(newest - kHeldScans + 1, times_.loop ? newest - kHeldScans + 1 : 0);
-    RawScans scans;
-    scans.first = next < 0 ? newest : std::max(next, oldest);
-    if (scans.first > newest || newest < 0) return {};
-    scans.scans = std::min(limit, static_cast<std::size_t>(newest - scans.first + 1));
+    const std::int64_t oldest = std::max<std::int64_t>(newest - kHeldScans + 1, 0);
+    RawScans scans = ScansWanted(next, limit, oldest, newest);
     scans.words.resize(scans.scans * scans_.channels.size());
     auto word = scans.words.begin();
     for (std::size_t i = 0; i < scans.scans; ++i) {
       const std::size_t row = RowOf(scans.first + static_cast<std::int64_t>(i));
       for (std::size_t channel = 0; channel < scans_.channels.size(); ++channel) {
-        *word++ = WordOf(scans_.channels[channel], scans_.samples[channel][row]);
+        *word++ = WordOf(scans_.channels[channel], scans_.stored[channel][row]);
       }
     }
     return scans;
@@ -87,17 +85,17 @@ class Replay final : public Device {
 
   /// Copies scans from `first` on to all of `values`, stretch by stretch.
   void CopyScans(std::size_t channel, std::int64_t first, std::span<double> values) const {
-    const Samples& samples = scans_.samples[channel];
+    const StoredChannel& stored = scans_.stored[channel];
     if (!times_.loop && first < 0) {
       const std::size_t before = std::min(values.size(), static_cast<std::size_t>(-first));
-      std::ranges::fill(values.first(before), samples[0]);
+      std::ranges::fill(values.first(before), stored[0]);
       values = values.subspan(before);
       first = 0;
     }
     while (!values.empty()) {
       const std::size_t row = RowOf(first);
-      const std::size_t stretch = std::min(values.size(), samples.Size() - row);
-      samples.Copy(row, values.first(stretch));
+      const std::size_t stretch = std::min(values.size(), stored.Size() - row);
+      stored.Copy(row, values.first(stretch));
       values = values.subspan(stretch);
       first += static_cast<std::int64_t>(stretch);
     }

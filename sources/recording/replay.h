@@ -1,5 +1,4 @@
-// The replay of samples in memory at their rate. Where they came from is no matter of this file,
-// but for watching that the file stays.
+// The replay at its rate of a recording in memory, for as long as its file stays the same.
 #pragma once
 
 #include <memory>
@@ -9,16 +8,16 @@
 
 #include "sources/clock.h"
 #include "sources/device.h"
-#include "sources/recording/recorded_channel.h"
 #include "sources/recording/recorded_file.h"
+#include "sources/recording/stored_channel.h"
 
 namespace vantoscope {
 
-/// A recording in memory; channels and samples in the order of the channel list, all samples of one
-/// length above 0.
+/// A recording in memory: the channel list, and for each entry its samples; all of one length
+/// above 0.
 struct RecordedScans {
   std::vector<ChannelInfo> channels;
-  std::vector<Samples> samples;
+  std::vector<StoredChannel> stored;
   double rate = 1;
 };
 

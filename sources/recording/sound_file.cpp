@@ -1,6 +1,5 @@
 #include "sources/recording/sound_file.h"
 
-#include <dlfcn.h>
 #include <sndfile.h>
 
 #include <algorithm>
@@ -10,46 +9,28 @@
 #include <string>
 
 #include "meter/data_source.h"
+#include "sources/shared_library.h"
+#include "text/characters.h"
 
 namespace vantoscope {
 namespace {
 
 constexpr std::size_t kPiece = 32768;  // samples read in one go
 
-struct SoundLibrary {
-  decltype(&::sf_open_fd) open_fd = nullptr;
-  decltype(&::sf_close) close = nullptr;
-  decltype(&::sf_strerror) strerror = nullptr;
-  decltype(&::sf_readf_short) readf_short = nullptr;
-  decltype(&::sf_readf_int) readf_int = nullptr;
-  decltype(&::sf_readf_float) readf_float = nullptr;
+class SoundLibrary {
+  const SharedLibrary library_{"A sound file", "libsndfile.so.1", "libsndfile1"};
+
+ public:
+  VANTOSCOPE_LIBRARY_FUNCTION(open_fd, sf_open_fd);
+  VANTOSCOPE_LIBRARY_FUNCTION(close, sf_close);
+  VANTOSCOPE_LIBRARY_FUNCTION(strerror, sf_strerror);
+  VANTOSCOPE_LIBRARY_FUNCTION(readf_short, sf_readf_short);
+  VANTOSCOPE_LIBRARY_FUNCTION(readf_int, sf_readf_int);
+  VANTOSCOPE_LIBRARY_FUNCTION(readf_float, sf_readf_float);
 };
 
-template <typename Function>
-void Resolve(void* handle, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(dlsym(handle, name));
-  if (function == nullptr) {
-    throw SourceError(std::string("The library libsndfile has no function ") + name + ".");
-  }
-}
-
-SoundLibrary Load() {
-  void* const handle = dlopen("libsndfile.so.1", RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) {
-    throw SourceError(std::string("A sound file needs the library libsndfile: ") + dlerror());
-  }
-  SoundLibrary library;
-  Resolve(handle, "sf_open_fd", library.open_fd);
-  Resolve(handle, "sf_close", library.close);
-  Resolve(handle, "sf_strerror", library.strerror);
-  Resolve(handle, "sf_readf_short", library.readf_short);
-  Resolve(handle, "sf_readf_int", library.readf_int);
-  Resolve(handle, "sf_readf_float", library.readf_float);
-  return library;
-}
-
 const SoundLibrary& Library() {
-  static const SoundLibrary library = Load();
+  static const SoundLibrary library;
   return library;
 }
 
@@ -100,12 +81,12 @@ bool LooksLikeSound(std::string_view path, std::string_view first_bytes) {
   static constexpr std::array<std::string_view, 14> kEndings{
       ".wav",  ".aif", ".aiff", ".aifc", ".flac", ".ogg", ".oga",
       ".opus", ".mp3", ".au",   ".snd",  ".w64",  ".caf", ".rf64"};
-  std::string lower(path);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  const auto ends_so = [&](std::string_view ending) {
+    return path.size() >= ending.size() &&
+           SameIgnoringCase(path.substr(path.size() - ending.size()), ending);
+  };
   return std::ranges::any_of(kMagics, [&](auto magic) { return first_bytes.starts_with(magic); }) ||
-         std::ranges::any_of(kEndings, [&](auto ending) { return lower.ends_with(ending); });
+         std::ranges::any_of(kEndings, ends_so);
 }
 
 Sound ReadSound(const RecordedFile& file, std::size_t most_samples) {

@@ -56,7 +56,8 @@ TEST(DeviceControl, TakesFriendlyFormsAndReadsBackFullOnes) {
     EXPECT_EQ(control.DeviceName(), full);
   }
   EXPECT_EQ(DeviceControl().DeviceName(), "SM64");
-  EXPECT_EQ(FullDeviceText("mqtt://host:1883/lab/bench1"), "MQ64:host:1883/lab/bench1");
+  EXPECT_EQ(FullText(ParseAnyDeviceText("mqtt://host:1883/lab/bench1")),
+            "MQ64:host:1883/lab/bench1");
 }
 
 TEST(DeviceControl, RefusesWithWhatAndWhy) {

@@ -1,24 +1,14 @@
-#include "sources/recording/recorded_channel.h"
+#include "sources/recording/stored_channel.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <string>
 #include <utility>
 
 namespace vantoscope {
 namespace {
 
-constexpr double kWordSteps = 65535;
 constexpr int kMostDecimals = 9;
-
-std::string LowerCase(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lower;
-}
 
 /// The values as whole numbers over `divisor`, if that gives back every one of them exactly. The
 /// quotient of two exact numbers is rounded once, like a decimal text that is read, so it does when
@@ -50,77 +40,21 @@ bool PackWithDecimals(const std::vector<double>& values, std::vector<Whole>& pac
 
 }  // namespace
 
-Range Joined(Range one, Range other) {
-  return {.low = std::min(one.low, other.low), .high = std::max(one.high, other.high)};
-}
-
-Range NotEmpty(Range range) {
-  if (range.low != range.high) return range;
-  return range.low == 0 ? Range{.low = 0, .high = 1} : Joined(range, {});
-}
-
-void SpreadOver(ChannelInfo& info, Range range) {
-  info.low = range.low;
-  info.high = range.high;
-  info.factor = range.high / kWordSteps - range.low / kWordSteps;
-  info.offset = range.low + 32768 * info.factor;
-}
-
-std::int16_t WordOf(const ChannelInfo& info, double value) {
-  if (info.number == -1) {
-    const auto byte = static_cast<std::uint32_t>(std::llround(std::clamp(value, -128.0, 255.0)));
-    return static_cast<std::int16_t>((byte & 255U) << 8U);
-  }
-  const double word = std::round((value - info.offset) / info.factor);
-  return static_cast<std::int16_t>(std::clamp(word, -32768.0, 32767.0));
-}
-
-std::int16_t SpecialNumber(std::string_view name) {
-  const std::string lower = LowerCase(name);
-  if (lower == "digin") return -1;
-  if (lower == "cntr") return -2;
-  return lower == "rcntr" ? -3 : 0;
-}
-
-void SetSpecialRange(ChannelInfo& info) {
-  const bool digital = info.number == -1;
-  info.low = digital ? -128 : 0;
-  info.high = digital ? 255 : 16384;
-  info.factor = digital ? 1.0 / 256 : 0.25;
-  info.offset = digital ? 0 : 8192;
-}
-
-std::vector<std::size_t> ListOrder(const std::vector<bool>& special) {
-  std::vector<std::size_t> order;
-  for (std::size_t column = 0; column < special.size(); ++column) order.push_back(column);
-  const auto analog = [&](std::size_t column) { return !special[column]; };
-  const auto first = std::ranges::find_if(order, analog);
-  if (first == order.end()) return order;
-  std::rotate(order.begin(), first, first + 1);
-  const auto last = std::find_if(order.rbegin(), order.rend() - 1, analog);
-  if (last != order.rend() - 1) std::rotate(last.base() - 1, last.base(), order.end());
-  return order;
-}
-
-Samples Samples::Packed(std::vector<double> values) {
+StoredChannel StoredChannel::Packed(std::vector<double> values) {
   double divisor = 1;
   std::vector<std::int16_t> words;
   if (PackWithDecimals(values, words, divisor)) return {std::move(words), divisor};
   words = {};
   std::vector<std::int32_t> wide;
   if (PackWithDecimals(values, wide, divisor)) return {std::move(wide), divisor};
-  return Samples(std::move(values));
+  return StoredChannel(std::move(values));
 }
 
-std::size_t Samples::Size() const {
+std::size_t StoredChannel::Size() const {
   return std::visit([](const auto& stored) { return stored.size(); }, stored_);
 }
 
-std::size_t Samples::BytesPerSample() const {
-  return std::visit([](const auto& stored) { return sizeof(stored[0]); }, stored_);
-}
-
-double Samples::operator[](std::size_t index) const {
+double StoredChannel::operator[](std::size_t index) const {
   return std::visit(
       [&](const auto& stored) {
         return offset_ + factor_ * (static_cast<double>(stored[index]) / divisor_);
@@ -128,7 +62,7 @@ double Samples::operator[](std::size_t index) const {
       stored_);
 }
 
-void Samples::Copy(std::size_t first, std::span<double> values) const {
+void StoredChannel::Copy(std::size_t first, std::span<double> values) const {
   const double divisor = divisor_;
   const double factor = factor_;
   const double offset = offset_;
@@ -144,7 +78,7 @@ void Samples::Copy(std::size_t first, std::span<double> values) const {
       stored_);
 }
 
-Range Samples::Extent() const {
+Range StoredChannel::Extent() const {
   const auto value = [this](auto stored) {
     return offset_ + factor_ * (static_cast<double>(stored) / divisor_);
   };

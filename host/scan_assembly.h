@@ -1,0 +1,64 @@
+// Scans out of words that come signal by signal, in packets that need not keep step with each
+// other.
+//
+// An instrument that samples at a rate gives as many words of every signal: the first word of each
+// makes scan 0, and so on; a scan waits until its last word is there. An instrument without a rate
+// (a multimeter) gives a word now and then: its scans hold the last one, at a rate of ours and for
+// five seconds at most. No thread and no clock of its own: times are handed in.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "sources/mqtt/scan_ring.h"
+
+namespace vantoscope {
+
+class ScanAssembly {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+  /// How long the last word of a signal holds.
+  static constexpr std::chrono::seconds kHold{5};
+  /// Words of a signal that wait for those of others; what is beyond is lost.
+  static constexpr std::size_t kMostWaiting = 1 << 20;
+  static constexpr std::size_t kHeldScans = 1 << 16;
+
+  /// `hold_rate` is the rate, in scans per second, of an instrument that has none.
+  ScanAssembly(std::size_t signals, std::optional<double> hold_rate)
+      : signals_(signals), hold_rate_(hold_rate) {}
+
+  /// Whether the signal has given a word.
+  [[nodiscard]] bool Seen(std::size_t signal) const { return signals_[signal].last.has_value(); }
+  [[nodiscard]] bool AllSeen() const;
+  /// The scans begin: they are of the signals in `list`, in this order; the others are passed over
+  /// from now on. Once, and every signal of the list has been seen.
+  void Begin(std::vector<std::size_t> list, Time now);
+
+  /// The next words of a signal.
+  void Take(std::size_t signal, std::span<const std::int16_t> words, Time now);
+  /// The scans up to `now`. Only after Begin.
+  const ScanRing& Scans(Time now);
+
+ private:
+  struct Signal {
+    bool listed = true;
+    std::optional<std::int16_t> last;
+    std::deque<std::int16_t> waiting;
+  };
+  void AppendWhole();
+  void AppendHeld(Time now);
+
+  std::vector<Signal> signals_;
+  std::optional<double> hold_rate_;
+  std::vector<std::size_t> list_;
+  std::optional<ScanRing> ring_;
+  Time begin_;
+  Time last_word_;
+};
+
+}  // namespace vantoscope

@@ -1,0 +1,25 @@
+#include "host/sigrok_settings.h"
+
+#include <algorithm>
+
+#include "sources/device_text.h"
+
+namespace vantoscope {
+
+SigrokSettings ParseSigrokSettings(std::string_view text) {
+  constexpr double kMinRate = 0.01;
+  text.remove_prefix(kSigrokPrefix.size());
+  SigrokSettings settings;
+  settings.driver = text.substr(0, text.find(':'));
+  text.remove_prefix(std::min(text.size(), settings.driver.size() + 1));
+  DeviceText device;
+  device.options = ParseOptions(text, ':');
+  settings.rate = TakeNumber(device, "rate", kMinRate, kMaxSigrokRate);
+  settings.range = TakeRange(device, "range");
+  settings.conn = TakeOption(device, "conn");
+  settings.serialcomm = TakeOption(device, "serialcomm");
+  settings.instrument = std::move(device.options);
+  return settings;
+}
+
+}  // namespace vantoscope

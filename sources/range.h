@@ -1,0 +1,21 @@
+// A range of values of a channel.
+#pragma once
+
+#include <algorithm>
+
+namespace vantoscope {
+
+/// `low` <= `high`.
+struct Range {
+  double low = 0;
+  double high = 0;
+
+  bool operator==(const Range&) const = default;
+};
+
+/// The smallest range that holds both.
+inline Range Joined(Range one, Range other) {
+  return {.low = std::min(one.low, other.low), .high = std::max(one.high, other.high)};
+}
+
+}  // namespace vantoscope

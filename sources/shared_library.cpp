@@ -1,0 +1,24 @@
+#include "sources/shared_library.h"
+
+#include <dlfcn.h>
+
+#include <string>
+
+#include "meter/data_source.h"
+
+namespace vantoscope {
+
+SharedLibrary::SharedLibrary(const char* who, const char* soname, const char* package)
+    : soname_(soname), handle_(dlopen(soname, RTLD_NOW | RTLD_LOCAL)) {
+  if (handle_ != nullptr) return;
+  throw SourceError(std::string(who) + " needs the library " + soname + " (Debian package " +
+                    package + "), which cannot be loaded: " + dlerror() + ".");
+}
+
+void* SharedLibrary::Address(const char* name) const {
+  void* const address = dlsym(handle_, name);
+  if (address != nullptr) return address;
+  throw SourceError(std::string("The library ") + soname_ + " has no function " + name + ".");
+}
+
+}  // namespace vantoscope

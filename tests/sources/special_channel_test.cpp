@@ -1,0 +1,87 @@
+// One answer by every way to a meter: from a device itself, and from that device through a host in
+// the network.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "sources/mqtt/mqtt_feed.h"
+#include "sources/open_device.h"
+#include "tests/support/scratch_folder.h"
+
+namespace vantoscope {
+namespace {
+
+using testing::ElementsAreArray;
+
+constexpr std::int64_t kSecond = 1'000'000'000;
+
+/// The newest `count` scans of a device as a meter in the network gets them: by way of the payloads
+/// of the host's list and scans.
+Block OverTheWire(Device& device, std::int16_t count, std::int32_t mode) {
+  MqttFeed feed(std::chrono::seconds(30));
+  const auto tell = [&](const char* leaf, std::span<const std::byte> payload) {
+    feed.OnMessage(leaf, payload, false, {});
+  };
+  const std::string info = EncodeInfo(
+      {.epoch = 1, .device = {}, .rate = device.SampleRate(), .channels = device.Channels()});
+  tell("info", std::as_bytes(std::span(info)));
+  const std::int64_t newest = device.ScansSince(-1, 1).first;
+  const RawScans scans = device.ScansSince(newest - count + 1, 65535);
+  tell("scan", EncodeScans(scans, device.Channels().size(), 1, 0));
+  return feed.GetData(static_cast<std::size_t>(count), mode, {}).value();
+}
+
+/// Expects the values and the raw words of a channel, from the device and through the wire.
+void ExpectByEveryWay(Device& device, std::size_t channel, const std::vector<double>& values,
+                      const std::vector<double>& words) {
+  const auto count = static_cast<std::int16_t>(values.size());
+  for (const auto& [mode, expected] :
+       {std::pair{kEngineeringUnits, values}, std::pair{kRawWords, words}}) {
+    SCOPED_TRACE(device.Name() + " mode " + std::to_string(mode));
+    EXPECT_THAT(device.GetData(count, mode)->Channel(channel), ElementsAreArray(expected));
+    EXPECT_THAT(OverTheWire(device, count, mode).Channel(channel), ElementsAreArray(expected));
+  }
+  EXPECT_EQ(device.LatestValue(static_cast<std::int16_t>(channel)), values.back());
+  const ChannelInfo& info = device.Channels()[channel];
+  EXPECT_LE(info.low, *std::ranges::min_element(values));
+  EXPECT_GE(info.high, *std::ranges::max_element(values));
+}
+
+TEST(SpecialChannels, OfARecordingAreTheSameByEveryWay) {
+  const test::ScratchFolder folder;
+  // The last byte is written as a signed one.
+  test::WriteBytes(folder / "a.csv",
+                   "Level,DigIn,CNTR,rcntr,Temp\n-32768,0,0,16383,1\n0,127,2,3,1\n"
+                   "32767,128,3,2,1\n5,255,16383,0,1\n7,-1,1,1,2\n");
+  std::int64_t now = 4 * kSecond;
+  for (const char* options : {"?start=0", "?follow", "?loop&range=-5..5"}) {
+    const auto device = OpenDevice("FI64:" + folder / "a.csv" + options, [&] { return now; });
+    device->Start();
+    std::vector<int> numbers;
+    for (const ChannelInfo& channel : device->Channels()) numbers.push_back(channel.number);
+    EXPECT_THAT(numbers, ElementsAreArray({1, -1, -2, -3, 2}));
+    ExpectByEveryWay(*device, 1, {0, 127, 128, 255, 255}, {0, 0x7F00, -32768, -256, -256});
+    ExpectByEveryWay(*device, 2, {0, 2, 3, 16383, 1}, {-32768, -32760, -32756, 32764, -32764});
+    ExpectByEveryWay(*device, 3, {16383, 3, 2, 0, 1}, {32764, -32756, -32760, -32768, -32764});
+    EXPECT_EQ(device->Channels()[1].low, 0);
+    EXPECT_EQ(device->Channels()[1].high, 255);
+  }
+}
+
+TEST(SpecialChannels, OfTheSimulatorAreTheSameByEveryWay) {
+  std::int64_t now = 0;
+  const auto device = OpenDevice("SM64:rate=10", [&] { return now; });
+  device->Start();
+  // The digital input shows the second, the counters count ten steps of it.
+  for (const int second : {1, 127, 128, 255, 300}) {
+    now = second * kSecond;
+    const int byte = second % 256;
+    const int signed_byte = byte < 128 ? byte : byte - 256;
+    const int count = 10 * second;
+    ExpectByEveryWay(*device, 8, {1.0 * byte}, {256.0 * signed_byte});
+    ExpectByEveryWay(*device, 9, {1.0 * count}, {4.0 * count - 32768});
+    ExpectByEveryWay(*device, 10, {16383.0 - count}, {4 * (16383.0 - count) - 32768});
+  }
+}
+
+}  // namespace
+}  // namespace vantoscope
