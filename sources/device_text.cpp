@@ -27,6 +27,21 @@ std::string DecodedOrThrow(std::string_view text) {
   return *std::move(decoded);
 }
 
+/// Encodes what would break a device text; everything else stays as it is.
+std::string PercentEncoded(std::string_view text) {
+  constexpr std::string_view kHex = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&') {
+      const auto byte = static_cast<unsigned char>(c);
+      encoded += {'%', kHex[byte >> 4U], kHex[byte & 15U]};
+    } else {
+      encoded += c;
+    }
+  }
+  return encoded;
+}
+
 }  // namespace
 
 bool LooksLikeDeviceText(std::string_view text) {
@@ -69,20 +84,6 @@ std::string FullText(const DeviceText& device) {
     separator = '&';
   }
   return text;
-}
-
-std::string PercentEncoded(std::string_view text) {
-  constexpr std::string_view kHex = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : text) {
-    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&') {
-      const auto byte = static_cast<unsigned char>(c);
-      encoded += {'%', kHex[byte >> 4U], kHex[byte & 15U]};
-    } else {
-      encoded += c;
-    }
-  }
-  return encoded;
 }
 
 std::optional<std::string> PercentDecoded(std::string_view text) {

@@ -15,6 +15,8 @@ namespace {
 using nlohmann::json;
 
 constexpr std::uint32_t kMagic = 0x01585654;  // "TVX" 1
+constexpr std::size_t kScanHeaderBytes = 32;
+constexpr std::size_t kMaxInfoBytes = 1 << 20;
 constexpr std::size_t kMaxText = 256;
 constexpr double kMaxRate = 1e9;
 

@@ -35,8 +35,6 @@ namespace vantoscope {
 
 inline constexpr std::size_t kMaxWireChannels = 1024;
 inline constexpr std::size_t kMaxWireScans = 65535;
-inline constexpr std::size_t kScanHeaderBytes = 32;
-inline constexpr std::size_t kMaxInfoBytes = 1 << 20;
 
 struct HostInfo {
   std::uint64_t epoch = 0;

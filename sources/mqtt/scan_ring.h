@@ -1,5 +1,5 @@
 // The newest consecutive scans of a device, as raw words. Never holds a gap: scans that do not join
-// the ones held begin anew. Not thread-safe; it has no clock.
+// the ones held begin anew. Not thread-safe.
 #pragma once
 
 #include <cstddef>
