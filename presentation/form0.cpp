@@ -127,7 +127,9 @@ void Form0::SetLayeredAlpha(std::uint8_t alpha) {
 }
 
 void Form0::SetWindowPos(std::int16_t insert_after) {
-  if (insert_after == -1 || insert_after == -2) place_.SetAbove(insert_after == -1);
+  if (insert_after == kTopMost || insert_after == kNotTopMost) {
+    place_.SetAbove(insert_after == kTopMost);
+  }
 }
 
 Points Form0::ClientWidth() { return PointsFromPixels(place_.ClientSize().width()); }
