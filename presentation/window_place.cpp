@@ -84,8 +84,8 @@ xcb_connection_t* XConnection() {
 
 WindowPlace::WindowPlace(QWidget& window) : window_(window), wanted_(window.geometry()) {
   if (xcb_connection_t* connection = XConnection()) {
-    x11_ = std::make_unique<X11Window>(connection, static_cast<xcb_window_t>(window.winId()));
-    x11_->RequestFrame();
+    x11_ = X11Window::Open(connection, static_cast<xcb_window_t>(window.winId()));
+    if (x11_) x11_->RequestFrame();
   }
   const QMargins frame = Frame();
   wanted_.setSize(wanted_.size() +
