@@ -49,7 +49,7 @@ struct MeterConfig {
   std::string UserFormat;         ///< number picture by hand; only the file sets it
   std::int32_t WindowWidth = 0;   ///< twips, outer size while last framed
   std::int32_t WindowHeight = 0;  ///< twips, outer size while last framed
-  std::int16_t AlwaysOnTop = 0;   ///< -1 top-most, -2 not; others are passed on
+  std::int16_t AlwaysOnTop = 0;   ///< kTopMost, kNotTopMost; others are passed on
   std::int16_t Transparency = 0;  ///< alpha 1 to 255 of the bare window
   std::int16_t BorderWidth = 0;   ///< kept for the file; no effect
   Bool16 DebugMode = kFalse;      ///< show the normalised equation in a box

@@ -24,6 +24,10 @@ enum class MessageIcon { None, Information, Critical };
 inline constexpr std::int16_t kFramed = 5;  ///< sizable tool window with a thin title bar
 inline constexpr std::int16_t kBare = 0;    ///< no frame at all
 
+/// Places in the z-order, as SetWindowPos takes them and the settings keep them.
+inline constexpr std::int16_t kTopMost = -1;
+inline constexpr std::int16_t kNotTopMost = -2;
+
 class MeterWindow {
  public:
   MeterWindow() = default;
@@ -50,7 +54,7 @@ class MeterWindow {
   virtual void SetBorderStyle(std::int16_t style) = 0;
   /// Opacity of the whole window, 1 to 255; throws WindowError where there is none.
   virtual void SetLayeredAlpha(std::uint8_t alpha) = 0;
-  /// Z-order only: -1 top-most, -2 not top-most; other values leave the order as it is.
+  /// Z-order only: kTopMost or kNotTopMost; other values leave the order as it is.
   virtual void SetWindowPos(std::int16_t insert_after) = 0;
 
   virtual Points ClientWidth() = 0;

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "presentation/color.h"
 #include "presentation/reading_label.h"
 #include "presentation/settings_button.h"
 
@@ -29,10 +30,6 @@ constexpr int kTimer2Milliseconds = 100;
 
 QString Text(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-QColor FromColor(std::int32_t color) {
-  return {color & 0xff, color >> 8 & 0xff, color >> 16 & 0xff};
 }
 
 int WholePixels(Twips twips) { return qRound(PixelsFromTwips(twips)); }
@@ -127,7 +124,9 @@ void Form0::SetLayeredAlpha(std::uint8_t alpha) {
 }
 
 void Form0::SetWindowPos(std::int16_t insert_after) {
-  if (insert_after == -1 || insert_after == -2) place_.SetAbove(insert_after == -1);
+  if (insert_after == kTopMost || insert_after == kNotTopMost) {
+    place_.SetAbove(insert_after == kTopMost);
+  }
 }
 
 Points Form0::ClientWidth() { return PointsFromPixels(place_.ClientSize().width()); }
@@ -135,7 +134,7 @@ Points Form0::ClientHeight() { return PointsFromPixels(place_.ClientSize().heigh
 
 void Form0::SetBackColor(std::int32_t color) {
   QPalette changed = palette();
-  changed.setColor(QPalette::Window, FromColor(color));
+  changed.setColor(QPalette::Window, QColorFrom(color));
   setPalette(changed);
 }
 
@@ -146,8 +145,8 @@ void Form0::MoveLabel(Points left, Points top, Points width, Points height) {
 
 Points Form0::LabelHeight() { return PointsFromPixels(label1_->height()); }
 void Form0::SetLabelFontSize(Points size) { label1_->SetFontHeight(WholePixels(size)); }
-void Form0::SetLabelBackColor(std::int32_t color) { label1_->SetBackColor(FromColor(color)); }
-void Form0::SetLabelForeColor(std::int32_t color) { label1_->SetForeColor(FromColor(color)); }
+void Form0::SetLabelBackColor(std::int32_t color) { label1_->SetBackColor(QColorFrom(color)); }
+void Form0::SetLabelForeColor(std::int32_t color) { label1_->SetForeColor(QColorFrom(color)); }
 void Form0::SetLabelText(std::string_view text) { label1_->SetReading(Text(text)); }
 
 void Form0::ShowCommand1(bool visible) { command1_->setVisible(visible); }

@@ -2,12 +2,11 @@
 
 #include <QCursor>
 #include <QGuiApplication>
-#include <QScreen>
 #include <QThread>
 #include <QWindow>
 #include <algorithm>
-#include <cmath>
 
+#include "presentation/screens.h"
 #include "presentation/x11_window.h"
 
 namespace vantoscope {
@@ -19,61 +18,7 @@ constexpr int kSettledMilliseconds = 250;
 /// A window manager that has not obeyed by then has its own mind, such as a tiling one.
 constexpr int kGiveUpMilliseconds = 3000;
 /// A saved meter needs a position; this long it may wait for the window manager to choose one.
-constexpr int kPlacementWaitMilliseconds = 300;
-/// So much of a window, in each direction, must be on a screen for a user to get hold of it.
-constexpr double kReachable = 16;
-/// Largest side in logical pixels, unless the screens together are larger.
-constexpr double kLargestSide = 4096;
-
-double DistanceTo(const QRectF& area, const QPointF& point) {
-  const double x = std::max({area.left() - point.x(), 0.0, point.x() - area.right()});
-  const double y = std::max({area.top() - point.y(), 0.0, point.y() - area.bottom()});
-  return std::hypot(x, y);
-}
-
-/// A screen's origin is the same in logical and in device pixels; only what is inside it scales.
-QRectF DeviceArea(const QScreen& screen) {
-  const QRect area = screen.geometry();
-  return {area.topLeft(), QSizeF(area.size()) * screen.devicePixelRatio()};
-}
-
-template <typename AreaOf>
-const QScreen& NearestScreen(const QPointF& point, AreaOf area_of) {
-  const QList<QScreen*> screens = QGuiApplication::screens();
-  return **std::min_element(screens.begin(), screens.end(), [&](QScreen* a, QScreen* b) {
-    return DistanceTo(area_of(*a), point) < DistanceTo(area_of(*b), point);
-  });
-}
-
-QRectF LogicalArea(const QScreen& screen) { return screen.geometry(); }
-
-QRect DeviceFromLogical(const QRectF& rectangle) {
-  const QScreen& screen = NearestScreen(rectangle.center(), LogicalArea);
-  const QPointF origin = screen.geometry().topLeft();
-  const double scale = screen.devicePixelRatio();
-  const QPointF corner = origin + (rectangle.topLeft() - origin) * scale;
-  return {qRound(corner.x()), qRound(corner.y()), qRound(rectangle.width() * scale),
-          qRound(rectangle.height() * scale)};
-}
-
-QRectF LogicalFromDevice(const QRect& rectangle) {
-  const QScreen& screen = NearestScreen(QRectF(rectangle).center(), DeviceArea);
-  const QPointF origin = screen.geometry().topLeft();
-  const double scale = screen.devicePixelRatio();
-  return {origin + (QPointF(rectangle.topLeft()) - origin) / scale,
-          QSizeF(rectangle.size()) / scale};
-}
-
-bool IsReachable(const QRectF& rectangle) {
-  const QList<QScreen*> screens = QGuiApplication::screens();
-  return std::any_of(screens.begin(), screens.end(), [&](const QScreen* screen) {
-    const QRectF seen = rectangle & QRectF(screen->geometry());
-    return seen.width() >= std::min(kReachable, rectangle.width()) &&
-           seen.height() >= std::min(kReachable, rectangle.height());
-  });
-}
-
-double LargestSide(double virtual_side) { return std::max(kLargestSide, virtual_side); }
+constexpr int kPositionWaitMilliseconds = 300;
 
 xcb_connection_t* XConnection() {
   const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -84,8 +29,8 @@ xcb_connection_t* XConnection() {
 
 WindowPlace::WindowPlace(QWidget& window) : window_(window), wanted_(window.geometry()) {
   if (xcb_connection_t* connection = XConnection()) {
-    x11_ = std::make_unique<X11Window>(connection, static_cast<xcb_window_t>(window.winId()));
-    x11_->RequestFrame();
+    x11_ = X11Window::Open(connection, static_cast<xcb_window_t>(window.winId()));
+    if (x11_) x11_->RequestFrame();
   }
   const QMargins frame = Frame();
   wanted_.setSize(wanted_.size() +
@@ -113,10 +58,15 @@ std::optional<QRect> WindowPlace::ObservedOuter() {
 
 QRect WindowPlace::WantedOuter() const { return DeviceFromLogical(wanted_); }
 
+// A window that has been closed keeps its last place.
 QRectF WindowPlace::Outer() {
-  if (!HasPosition()) WaitUntilPlaced();
-  if (!placing_ && !known_ && window_.isVisible()) Observe();
+  if (phase_ == Phase::Placing && !HasPosition()) WaitForPosition();
+  if (phase_ == Phase::Stale && window_.isVisible()) Observe();
   return wanted_;
+}
+
+void WindowPlace::Invalidate() {
+  if (phase_ == Phase::Settled) Enter(Phase::Stale);
 }
 
 // Takes over what changed, edge by edge: what still is where it was put keeps its exact value.
@@ -128,8 +78,7 @@ void WindowPlace::Observe() {
   if (observed->y() != settled_.y()) wanted_.moveTop(seen.y());
   if (observed->width() != settled_.width()) wanted_.setWidth(seen.width());
   if (observed->height() != settled_.height()) wanted_.setHeight(seen.height());
-  settled_ = *observed;
-  known_ = true;
+  Settle(*observed);
 }
 
 void WindowPlace::SetLeft(double left) {
@@ -145,14 +94,12 @@ void WindowPlace::SetTop(double top) {
 }
 
 void WindowPlace::SetWidth(double width) {
-  const double largest = LargestSide(QGuiApplication::primaryScreen()->virtualSize().width());
-  wanted_.setWidth(std::min(width, largest));
+  wanted_.setWidth(std::min(width, LargestWindow().width()));
   Apply();
 }
 
 void WindowPlace::SetHeight(double height) {
-  const double largest = LargestSide(QGuiApplication::primaryScreen()->virtualSize().height());
-  wanted_.setHeight(std::min(height, largest));
+  wanted_.setHeight(std::min(height, LargestWindow().height()));
   Apply();
 }
 
@@ -166,9 +113,8 @@ QSizeF WindowPlace::ClientSize() {
 
 void WindowPlace::SetFramed(bool framed) {
   if (framed_ == framed) return;
-  const QRectF outer = Outer();
+  Outer();  // takes over what the user changed while the frame is still the old one
   framed_ = framed;
-  wanted_ = outer;
   // In place: hiding the window for it would let it flicker and lose the keyboard.
   window_.overrideWindowFlags(window_.windowFlags().setFlag(Qt::FramelessWindowHint, !framed));
   window_.windowHandle()->setFlag(Qt::FramelessWindowHint, !framed);
@@ -178,7 +124,7 @@ void WindowPlace::SetFramed(bool framed) {
 
 // Before the window is shown the toolkit keeps the place and hands it to the window manager.
 void WindowPlace::Apply() {
-  if (window_.isVisible()) {
+  if (phase_ != Phase::NotShown) {
     StartPlacing();
     return;
   }
@@ -207,22 +153,33 @@ void WindowPlace::Show() {
 }
 
 void WindowPlace::KeepOnScreen() {
-  if (!HasPosition() || IsReachable(wanted_)) return;
-  const QRectF area = NearestScreen(wanted_.center(), LogicalArea).availableGeometry();
-  wanted_.moveLeft(std::max(area.left(), std::min(wanted_.left(), area.right() - wanted_.width())));
-  wanted_.moveTop(std::max(area.top(), std::min(wanted_.top(), area.bottom() - wanted_.height())));
-  if (window_.isVisible()) Apply();
+  if (!HasPosition()) return;
+  const QRectF within_reach = WithinReach(wanted_);
+  if (within_reach == wanted_) return;
+  wanted_ = within_reach;
+  if (phase_ != Phase::NotShown) StartPlacing();
+}
+
+void WindowPlace::Enter(Phase phase) {
+  phase_ = phase;
+  if (phase != Phase::Placing) {
+    timer_.stop();
+    return;
+  }
+  placing_ = {};
+  placing_.since_start.start();
+  placing_.pointer = QCursor::pos();
+  timer_.start();
 }
 
 void WindowPlace::StartPlacing() {
-  placing_ = true;
-  known_ = false;
-  since_show_.start();
-  since_match_.invalidate();
-  matched_ = false;
-  pointer_ = QCursor::pos();
-  timer_.start();
+  Enter(Phase::Placing);
   CheckPlacing();
+}
+
+void WindowPlace::Settle(const QRect& observed) {
+  settled_ = observed;
+  Enter(Phase::Settled);
 }
 
 // What nobody asked for is where the platform put the window.
@@ -234,54 +191,54 @@ void WindowPlace::TakePosition(const QRectF& seen) {
 
 // Asks for the wanted place until the window holds it.
 void WindowPlace::CheckPlacing() {
-  const bool placed = x11_ ? x11_->IsPlaced() : window_.isVisible();
-  const bool give_up = since_show_.hasExpired(kGiveUpMilliseconds);
-  if (!placed && !give_up) return;
+  const bool on_screen = x11_ ? x11_->IsPlaced() : window_.isVisible();
+  const bool give_up = placing_.since_start.hasExpired(kGiveUpMilliseconds);
+  if (!on_screen && !give_up) return;
   const auto observed = ObservedOuter();
   if (!observed) {
-    timer_.stop();
+    Enter(Phase::Stale);
     return;
   }
   TakePosition(LogicalFromDevice(*observed));
   if (*observed == WantedOuter()) {
-    if (!since_match_.isValid()) since_match_.start();
-    matched_ = true;
-  } else if (matched_ && UserDrags()) {
+    if (!placing_.since_match.isValid()) placing_.since_match.start();
+    placing_.matched = true;
+    if (give_up || placing_.since_match.hasExpired(kSettledMilliseconds)) Settle(*observed);
+  } else if (placing_.matched && UserDrags()) {
     settled_ = WantedOuter();
-    placing_ = false;
-    timer_.stop();
-    return;
-  } else if (!give_up) {
-    since_match_.invalidate();
-    const QMargins frame = Frame();
-    QRect client = WantedOuter().marginsRemoved(frame);
-    client.setSize(client.size().expandedTo({1, 1}));
-    if (x11_) {
-      x11_->Place(client, frame);
-    } else {
-      window_.setGeometry(LogicalFromDevice(client).toRect());
-    }
-    return;
+    Enter(Phase::Stale);
+  } else if (give_up) {
+    Settle(*observed);
+  } else {
+    placing_.since_match.invalidate();
+    AskForPlace();
   }
-  if (give_up || since_match_.hasExpired(kSettledMilliseconds)) {
-    settled_ = *observed;
-    known_ = true;
-    placing_ = false;
-    timer_.stop();
+}
+
+void WindowPlace::AskForPlace() {
+  const QMargins frame = Frame();
+  QRect client = WantedOuter().marginsRemoved(frame);
+  client.setSize(client.size().expandedTo({1, 1}));
+  if (x11_) {
+    x11_->Place(client, frame);
+  } else {
+    window_.setGeometry(LogicalFromDevice(client).toRect());
   }
 }
 
 // A quick user may already take hold of a window that has hardly appeared.
 bool WindowPlace::UserDrags() {
   constexpr int kHandShake = 3;
-  return x11_ && x11_->ButtonIsHeld() && (QCursor::pos() - pointer_).manhattanLength() > kHandShake;
+  return x11_ && x11_->ButtonIsHeld() &&
+         (QCursor::pos() - placing_.pointer).manhattanLength() > kHandShake;
 }
 
-void WindowPlace::WaitUntilPlaced() {
+void WindowPlace::WaitForPosition() {
   if (!x11_ || !window_.isVisible()) return;
   QElapsedTimer waited;
   waited.start();
-  while (!HasPosition() && !waited.hasExpired(kPlacementWaitMilliseconds)) {
+  while (phase_ == Phase::Placing && !HasPosition() &&
+         !waited.hasExpired(kPositionWaitMilliseconds)) {
     CheckPlacing();
     if (!HasPosition()) QThread::msleep(5);
   }

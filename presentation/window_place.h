@@ -28,7 +28,7 @@ class WindowPlace {
   /// nothing has changed.
   QRectF Outer();
   /// Tells that an event announced a change; the next Outer looks for itself.
-  void Invalidate() { known_ = false; }
+  void Invalidate();
   void SetLeft(double left);
   void SetTop(double top);
   void SetWidth(double width);
@@ -47,17 +47,34 @@ class WindowPlace {
   void KeepOnScreen();
 
  private:
+  enum class Phase {
+    NotShown,  ///< a wish, until Show
+    Placing,   ///< the window manager is about to frame and place the window; after every wish
+    Settled,   ///< the screen shows settled_
+    Stale,     ///< an event or the user's hand has announced a change; until somebody asks
+  };
+  /// What belongs to one placing.
+  struct Placing {
+    QElapsedTimer since_start;
+    QElapsedTimer since_match;  ///< invalid while the window is not in its place
+    bool matched = false;       ///< it has been in its place once
+    QPoint pointer;             ///< where it was at the start
+  };
+
+  void Enter(Phase phase);
+  void StartPlacing();
+  void CheckPlacing();
+  void AskForPlace();
+  void Settle(const QRect& observed);
+  void Observe();
+  void WaitForPosition();
+  void Apply();
+  bool UserDrags();
+  void TakePosition(const QRectF& seen);
+  [[nodiscard]] bool HasPosition() const { return has_left_ && has_top_; }
   [[nodiscard]] QMargins Frame();
   [[nodiscard]] std::optional<QRect> ObservedOuter();
   [[nodiscard]] QRect WantedOuter() const;
-  void Apply();
-  [[nodiscard]] bool HasPosition() const { return has_left_ && has_top_; }
-  void TakePosition(const QRectF& seen);
-  void StartPlacing();
-  void CheckPlacing();
-  void Observe();
-  bool UserDrags();
-  void WaitUntilPlaced();
 
   QWidget& window_;
   std::unique_ptr<X11Window> x11_;
@@ -66,15 +83,11 @@ class WindowPlace {
   QRectF wanted_;
   bool has_left_ = false;  // asked for, or chosen by the platform already
   bool has_top_ = false;
-  bool known_ = false;    // settled_ is what the screen shows
-  bool placing_ = false;  // the window manager is still about to frame and place the window
-  bool matched_ = false;  // the window has been in place once since placing began
-  QPoint pointer_;        // where it was when placing began
-  QRect settled_;         // device pixels that stand for wanted_
-  QMargins frame_;        // device pixels, as last seen
-  QTimer timer_;
-  QElapsedTimer since_show_;
-  QElapsedTimer since_match_;
+  Phase phase_ = Phase::NotShown;
+  Placing placing_;
+  QRect settled_;   // device pixels that stand for wanted_
+  QMargins frame_;  // device pixels, as last seen
+  QTimer timer_;    // runs while placing
 };
 
 }  // namespace vantoscope

@@ -1,13 +1,15 @@
 #include "presentation/x11_window.h"
 
-#include <algorithm>
+#include <xcb/xcb_icccm.h>
+
 #include <array>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <string_view>
 
 namespace vantoscope {
 namespace {
+
+constexpr int kScreen = 0;
 
 struct Free {
   void operator()(void* reply) const { std::free(reply); }
@@ -17,57 +19,56 @@ std::unique_ptr<T, Free> Owned(T* reply) {
   return std::unique_ptr<T, Free>(reply);
 }
 
-// Fields of WM_NORMAL_HINTS, by the inter-client conventions.
-constexpr std::size_t kHintFlags = 0;
-constexpr std::size_t kHintGravity = 17;
-constexpr std::uint32_t kHasGravity = 1U << 9;
-constexpr std::uint32_t kHintLength = 18;
-
 }  // namespace
 
-X11Window::X11Window(xcb_connection_t* connection, xcb_window_t window)
-    : connection_(connection),
-      window_(window),
-      root_(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root) {}
-
-xcb_atom_t X11Window::Atom(std::string_view name) {
-  const auto known = atoms_.find(name);
-  if (known != atoms_.end()) return known->second;
-  const auto reply = Owned(xcb_intern_atom_reply(
-      connection_,
-      xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()),
-      nullptr));
-  if (!reply) return {};
-  return atoms_[name] = reply->atom;
+// All names go out in one request after the other, so that they cost one round trip together.
+std::unique_ptr<X11Window> X11Window::Open(xcb_connection_t* connection, xcb_window_t window) {
+  if (xcb_connection_has_error(connection) != 0) return nullptr;
+  constexpr std::string_view kWmState = "WM_STATE";
+  xcb_ewmh_connection_t ewmh{};
+  xcb_intern_atom_cookie_t* const names = xcb_ewmh_init_atoms(connection, &ewmh);
+  const auto wm_state_cookie =
+      xcb_intern_atom(connection, 0, std::uint16_t{kWmState.size()}, kWmState.data());
+  const bool known = xcb_ewmh_init_atoms_replies(&ewmh, names, nullptr) != 0;
+  const auto wm_state = Owned(xcb_intern_atom_reply(connection, wm_state_cookie, nullptr));
+  if (!known) return nullptr;
+  return std::unique_ptr<X11Window>(
+      new X11Window(ewmh, wm_state ? wm_state->atom : xcb_atom_t{XCB_ATOM_NONE}, window));
 }
 
-std::vector<std::uint32_t> X11Window::Numbers(xcb_window_t window, std::string_view property,
-                                              std::uint32_t count) {
-  const auto reply = Owned(xcb_get_property_reply(
-      connection_,
-      xcb_get_property(connection_, 0, window, Atom(property), XCB_GET_PROPERTY_TYPE_ANY, 0, count),
-      nullptr));
-  if (!reply || reply->format != 32) return {};
-  const auto length = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
-  std::vector<std::uint32_t> numbers(length / sizeof(std::uint32_t));
-  if (!numbers.empty()) {
-    std::memcpy(numbers.data(), xcb_get_property_value(reply.get()),
-                numbers.size() * sizeof(std::uint32_t));
-  }
-  return numbers;
+X11Window::X11Window(const xcb_ewmh_connection_t& ewmh, xcb_atom_t wm_state, xcb_window_t window)
+    : ewmh_(ewmh),
+      connection_(ewmh.connection),
+      wm_state_(wm_state),
+      window_(window),
+      root_(ewmh.screens[kScreen]->root) {}
+
+X11Window::~X11Window() { xcb_ewmh_connection_wipe(&ewmh_); }
+
+std::optional<xcb_window_t> X11Window::ManagerNamedBy(xcb_window_t window) {
+  xcb_window_t manager = XCB_NONE;
+  const auto cookie = xcb_ewmh_get_supporting_wm_check(&ewmh_, window);
+  if (xcb_ewmh_get_supporting_wm_check_reply(&ewmh_, cookie, &manager, nullptr) == 0) return {};
+  return manager;
 }
 
 bool X11Window::HasManager() {
   // The window that the property names is gone when the manager has died.
-  const auto check = Numbers(root_, "_NET_SUPPORTING_WM_CHECK", 1);
-  return !check.empty() && Numbers(check[0], "_NET_SUPPORTING_WM_CHECK", 1) == check;
+  const auto manager = ManagerNamedBy(root_);
+  return manager && ManagerNamedBy(*manager) == manager;
+}
+
+bool X11Window::IsManaged() {
+  const auto cookie = xcb_get_property(connection_, 0, window_, wm_state_, wm_state_, 0, 1);
+  const auto state = Owned(xcb_get_property_reply(connection_, cookie, nullptr));
+  return state && state->type != XCB_NONE;
 }
 
 bool X11Window::IsPlaced() {
   const auto attributes = Owned(xcb_get_window_attributes_reply(
       connection_, xcb_get_window_attributes(connection_, window_), nullptr));
   if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE) return false;
-  return !HasManager() || !Numbers(window_, "WM_STATE", 1).empty();
+  return !HasManager() || IsManaged();
 }
 
 std::optional<QRect> X11Window::Client() {
@@ -80,36 +81,27 @@ std::optional<QRect> X11Window::Client() {
 }
 
 std::optional<QMargins> X11Window::Frame() {
-  const auto extents = Numbers(window_, "_NET_FRAME_EXTENTS", 4);
-  if (extents.size() != 4) return std::nullopt;
-  const auto width = [&](std::size_t side) { return static_cast<int>(extents[side]); };
-  return QMargins(width(0), width(2), width(1), width(3));  // the property: left right top bottom
+  xcb_ewmh_get_extents_reply_t frame{};
+  const auto cookie = xcb_ewmh_get_frame_extents(&ewmh_, window_);
+  if (xcb_ewmh_get_frame_extents_reply(&ewmh_, cookie, &frame, nullptr) == 0) return std::nullopt;
+  const auto pixels = [](std::uint32_t width) { return static_cast<int>(width); };
+  return QMargins(pixels(frame.left), pixels(frame.top), pixels(frame.right), pixels(frame.bottom));
 }
 
-void X11Window::SendToManager(std::string_view type, const std::array<std::uint32_t, 4>& data) {
-  xcb_client_message_event_t message{};
-  message.response_type = XCB_CLIENT_MESSAGE;
-  message.format = 32;
-  message.window = window_;
-  message.type = Atom(type);
-  std::copy(data.begin(), data.end(), message.data.data32);
-  xcb_send_event(connection_, 0, root_,
-                 XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                 reinterpret_cast<const char*>(&message));
+void X11Window::RequestFrame() {
+  xcb_ewmh_request_frame_extents(&ewmh_, kScreen, window_);
   xcb_flush(connection_);
 }
 
-void X11Window::RequestFrame() { SendToManager("_NET_REQUEST_FRAME_EXTENTS", {}); }
-
 // A manager reads the property when it takes the window, and listens to messages from then on.
 void X11Window::SetAbove(bool above) {
-  const xcb_atom_t state = Atom("_NET_WM_STATE_ABOVE");
   if (!IsPlaced() || !HasManager()) {
-    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, Atom("_NET_WM_STATE"),
-                        XCB_ATOM_ATOM, 32, above ? 1 : 0, &state);
+    xcb_ewmh_set_wm_state(&ewmh_, window_, above ? 1 : 0, &ewmh_._NET_WM_STATE_ABOVE);
   }
-  constexpr std::uint32_t kFromApplication = 1;
-  SendToManager("_NET_WM_STATE", {above ? 1U : 0U, state, 0, kFromApplication});
+  xcb_ewmh_request_change_wm_state(
+      &ewmh_, kScreen, window_, above ? XCB_EWMH_WM_STATE_ADD : XCB_EWMH_WM_STATE_REMOVE,
+      ewmh_._NET_WM_STATE_ABOVE, XCB_NONE, XCB_EWMH_CLIENT_SOURCE_TYPE_NORMAL);
+  xcb_flush(connection_);
 }
 
 bool X11Window::ButtonIsHeld() {
@@ -120,9 +112,11 @@ bool X11Window::ButtonIsHeld() {
 }
 
 bool X11Window::PositionIsOuterCorner() {
-  const auto hints = Numbers(window_, "WM_NORMAL_HINTS", kHintLength);
-  return hints.size() < kHintLength || (hints[kHintFlags] & kHasGravity) == 0 ||
-         hints[kHintGravity] != XCB_GRAVITY_STATIC;
+  xcb_size_hints_t hints{};
+  const auto cookie = xcb_icccm_get_wm_normal_hints(connection_, window_);
+  return xcb_icccm_get_wm_normal_hints_reply(connection_, cookie, &hints, nullptr) == 0 ||
+         (hints.flags & XCB_ICCCM_SIZE_HINT_P_WIN_GRAVITY) == 0 ||
+         hints.win_gravity != XCB_GRAVITY_STATIC;
 }
 
 void X11Window::Place(const QRect& client, const QMargins& frame) {

@@ -3,21 +3,22 @@
 // on a broken connection they answer with nothing.
 #pragma once
 
-#include <xcb/xcb.h>
+#include <xcb/xcb_ewmh.h>
 
 #include <QMargins>
 #include <QRect>
-#include <array>
-#include <map>
+#include <memory>
 #include <optional>
-#include <string_view>
-#include <vector>
 
 namespace vantoscope {
 
 class X11Window {
  public:
-  X11Window(xcb_connection_t* connection, xcb_window_t window);
+  /// Null on a broken connection.
+  static std::unique_ptr<X11Window> Open(xcb_connection_t* connection, xcb_window_t window);
+  ~X11Window();
+  X11Window(const X11Window&) = delete;
+  X11Window& operator=(const X11Window&) = delete;
 
   /// True when a window manager that follows the common conventions runs.
   bool HasManager();
@@ -37,17 +38,16 @@ class X11Window {
   bool ButtonIsHeld();
 
  private:
-  void SendToManager(std::string_view type, const std::array<std::uint32_t, 4>& data);
-  std::vector<std::uint32_t> Numbers(xcb_window_t window, std::string_view property,
-                                     std::uint32_t count);
-  /// `name` is a literal.
-  xcb_atom_t Atom(std::string_view name);
+  X11Window(const xcb_ewmh_connection_t& ewmh, xcb_atom_t wm_state, xcb_window_t window);
+  std::optional<xcb_window_t> ManagerNamedBy(xcb_window_t window);
+  bool IsManaged();
   bool PositionIsOuterCorner();
 
+  xcb_ewmh_connection_t ewmh_;
   xcb_connection_t* connection_;
+  xcb_atom_t wm_state_;
   xcb_window_t window_;
   xcb_window_t root_;
-  std::map<std::string_view, xcb_atom_t> atoms_;
 };
 
 }  // namespace vantoscope

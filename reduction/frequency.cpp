@@ -1,5 +1,8 @@
 #include "reduction/frequency.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace vantoscope {
 namespace {
 
@@ -27,81 +30,46 @@ Thresholds ThresholdsOf(std::span<const double> samples) {
   return {Mean + Band, Mean - Band};
 }
 
-/// Counts whole periods and their samples. A signal that starts above is measured from fall to
-/// fall (10 to 12), one that starts below from rise to rise (20 to 22).
-class PeriodCounter {
- public:
-  PeriodCounter(Thresholds thresholds, double first)
-      : thresholds_(thresholds),
-        starts_above_(thresholds.Above(first)),
-        starts_below_(thresholds.Below(first)) {}
-
-  /// Takes the next sample, from the second on; at most one change of state.
-  void Take(double x) {
-    switch (State) {
-      case 0:  // not yet placed; the first sample decides, so this one crosses nothing
-        if (starts_above_) {
-          State = 10;
-        } else if (starts_below_) {
-          State = 20;
-        }
-        break;
-      case 10:  // started above: the first fall
-        if (thresholds_.Below(x)) State = 11;
-        break;
-      case 11:  // below: the rise
-        ++PeriodSamples;
-        if (thresholds_.Above(x)) State = 12;
-        break;
-      case 12:  // above: the fall that closes the period
-        ++PeriodSamples;
-        if (thresholds_.Below(x)) Close(11);
-        break;
-      case 20:  // started below: the first rise
-        if (thresholds_.Above(x)) State = 21;
-        break;
-      case 21:  // above: the fall
-        ++PeriodSamples;
-        if (thresholds_.Below(x)) State = 22;
-        break;
-      case 22:  // below: the rise that closes the period
-        ++PeriodSamples;
-        if (thresholds_.Above(x)) Close(21);
-        break;
-      default:
-        break;
-    }
-  }
-
-  [[nodiscard]] std::int16_t Periods() const { return PeriodCount; }
-  [[nodiscard]] std::int16_t Samples() const { return TotalSamples; }
-
- private:
-  void Close(std::int16_t next) {
-    ++PeriodCount;
-    TotalSamples = static_cast<std::int16_t>(TotalSamples + PeriodSamples);
-    PeriodSamples = 0;
-    State = next;
-  }
-
-  Thresholds thresholds_;
-  bool starts_above_;
-  bool starts_below_;
-  std::int16_t State = 0;
-  std::int16_t PeriodSamples = 0;
-  std::int16_t PeriodCount = 0;
-  std::int16_t TotalSamples = 0;
+struct Periods {
+  std::ptrdiff_t count = 0;
+  std::ptrdiff_t samples = 0;  ///< of all of them together
 };
+
+/// Whole periods between like crossings of the band: from fall to fall where the signal starts
+/// above it, from rise to rise where it starts below, none where it starts inside.
+Periods WholePeriods(std::span<const double> samples, const Thresholds& thresholds) {
+  constexpr std::size_t kUnseen = 2;  // the first sample decides; the second crosses nothing
+  const bool from_above = thresholds.Above(samples.front());
+  if (samples.size() < kUnseen || !(from_above || thresholds.Below(samples.front()))) return {};
+  const auto crosses = [&](double x) {
+    return from_above ? thresholds.Below(x) : thresholds.Above(x);
+  };
+  const auto returns = [&](double x) {
+    return from_above ? thresholds.Above(x) : thresholds.Below(x);
+  };
+
+  Periods periods;
+  const auto first = std::find_if(samples.begin() + kUnseen, samples.end(), crosses);
+  auto last = first;
+  for (;;) {
+    const auto back = std::find_if(last, samples.end(), returns);
+    const auto next = std::find_if(back, samples.end(), crosses);
+    if (next == samples.end()) break;
+    ++periods.count;
+    last = next;
+  }
+  periods.samples = last - first;
+  return periods;
+}
 
 }  // namespace
 
 double EstimateFrequency(std::span<const double> samples,
                          const std::function<double()>& sample_rate) {
   if (samples.empty()) return 0.0;
-  PeriodCounter counter(ThresholdsOf(samples), samples.front());
-  for (const double x : samples.subspan(1)) counter.Take(x);
-  if (counter.Periods() == 0) return 0.0;
-  return sample_rate() * counter.Periods() / counter.Samples();
+  const Periods periods = WholePeriods(samples, ThresholdsOf(samples));
+  if (periods.count == 0) return 0.0;
+  return sample_rate() * static_cast<double>(periods.count) / static_cast<double>(periods.samples);
 }
 
 }  // namespace vantoscope

@@ -7,7 +7,6 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::int16_t kNotTopMost = -2;
 constexpr std::int64_t kBlockLimit = 32767;  // values of a whole block; this many are too many
 constexpr double kAdjustedBlock = 32768;
 

@@ -17,7 +17,8 @@
 
 #include "meter/profile.h"
 #include "meter/units.h"
-#include "settings/color_sample.h"
+#include "presentation/color.h"
+#include "settings/color_swatch.h"
 #include "settings/dialog_controls.h"
 #include "settings/open_address.h"
 
@@ -26,7 +27,7 @@ namespace {
 
 struct ColorRow {
   const char* button;
-  const char* sample;
+  const char* swatch;
   const char* title;  // of the picker
   Color DialogFields::*field;
 };
@@ -136,8 +137,8 @@ QWidget* NewWidget(const DialogControl& control, QWidget* parent) {
       label->setContentsMargins(0, kLabelDrop, 0, 0);
       return label;
     }
-    case ControlKind::Sample:
-      return new ColorSample(caption, parent);
+    case ControlKind::Swatch:
+      return new ColorSwatch(caption, parent);
     case ControlKind::TextField:
       return new QLineEdit(parent);
     case ControlKind::Option:
@@ -160,8 +161,8 @@ int CaptionRoom(const DialogControl& control, const QWidget& widget) {
       return style.subElementRect(QStyle::SE_RadioButtonContents, &option, &widget).width();
     case ControlKind::CheckBox:
       return style.subElementRect(QStyle::SE_CheckBoxContents, &option, &widget).width();
-    case ControlKind::Sample:
-      return widget.width() - 2 * ColorSample::kPlateMargin;
+    case ControlKind::Swatch:
+      return widget.width() - 2 * ColorSwatch::kPlateMargin;
     default:
       return widget.width();
   }
@@ -169,7 +170,7 @@ int CaptionRoom(const DialogControl& control, const QWidget& widget) {
 
 QFont CaptionFont(const DialogControl& control, const QFont& base) {
   QFont font = base;
-  font.setBold(control.kind == ControlKind::Sample);
+  font.setBold(control.kind == ControlKind::Swatch);
   return font;
 }
 
@@ -241,7 +242,7 @@ void Dialog::FitFont() {
   while (!fits(size) && size > kSmallestSize) size -= kStep;
   setFont(base);
   for (const DialogControl& control : kDialogControls) {
-    if (control.kind == ControlKind::Sample) {
+    if (control.kind == ControlKind::Swatch) {
       Control<QWidget>(control.name).setFont(CaptionFont(control, base));
     }
   }
@@ -270,13 +271,13 @@ void Dialog::Wire() {
           [] { OpenAddress(HelpPage()); });
   for (const ColorRow& row : kColors) {
     connect(&Control<ColorButton>(row.button), &QPushButton::clicked, this,
-            [this, &row] { PickColor(row.button, row.sample, row.title); });
+            [this, &row] { PickColor(row.button, row.swatch, row.title); });
   }
 }
 
 void Dialog::Fill(const DialogFields& fields) {
   filled_ = fields;
-  for (const ColorRow& row : kColors) SetColor(row.button, row.sample, fields.*row.field);
+  for (const ColorRow& row : kColors) SetColor(row.button, row.swatch, fields.*row.field);
   for (const TextRow& row : kTexts) {
     auto& text = Control<QLineEdit>(row.name);
     text.setText(QString::fromStdString(fields.*row.field));
@@ -291,7 +292,7 @@ void Dialog::Fill(const DialogFields& fields) {
 
 DialogFields Dialog::Fields() const {
   DialogFields fields = filled_;
-  for (const ColorRow& row : kColors) fields.*row.field = Control<ColorSample>(row.sample).Value();
+  for (const ColorRow& row : kColors) fields.*row.field = Control<ColorSwatch>(row.swatch).Value();
   for (const TextRow& row : kTexts) {
     const auto& text = Control<QLineEdit>(row.name);
     if (text.isModified()) fields.*row.field = text.text().toStdString();
@@ -302,15 +303,15 @@ DialogFields Dialog::Fields() const {
   return fields;
 }
 
-void Dialog::SetColor(const char* button, const char* sample, Color color) {
-  Control<ColorSample>(sample).SetValue(color);
-  Control<ColorButton>(button).SetSwatch(color);
+void Dialog::SetColor(const char* button, const char* swatch, Color color) {
+  Control<ColorSwatch>(swatch).SetValue(color);
+  Control<ColorButton>(button).SetValue(color);
 }
 
-void Dialog::PickColor(const char* button, const char* sample, const QString& title) {
-  const QColor picked = QColorDialog::getColor(QColorFrom(Control<ColorSample>(sample).Value()),
+void Dialog::PickColor(const char* button, const char* swatch, const QString& title) {
+  const QColor picked = QColorDialog::getColor(QColorFrom(Control<ColorSwatch>(swatch).Value()),
                                                this, title, QColorDialog::DontUseNativeDialog);
-  if (picked.isValid()) SetColor(button, sample, ColorFrom(picked));
+  if (picked.isValid()) SetColor(button, swatch, ColorFrom(picked));
 }
 
 // QDialog would close at Escape and press a default button at Enter; this window does neither.

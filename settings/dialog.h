@@ -31,8 +31,8 @@ class Dialog : public QDialog {
   void FitFont();
   void OrderTabs();
   void Wire();
-  void SetColor(const char* button, const char* sample, Color color);
-  void PickColor(const char* button, const char* sample, const QString& title);
+  void SetColor(const char* button, const char* swatch, Color color);
+  void PickColor(const char* button, const char* swatch, const QString& title);
   void PlaceOnScreen();
 
   DialogFields filled_;

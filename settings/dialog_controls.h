@@ -6,7 +6,7 @@
 
 namespace vantoscope {
 
-enum class ControlKind { Frame, Button, ColorButton, Label, Sample, TextField, Option, CheckBox };
+enum class ControlKind { Frame, Button, ColorButton, Label, Swatch, TextField, Option, CheckBox };
 
 /// Lengths in twips (15 to the logical pixel); left and top count from the corner of the parent.
 struct DialogControl {
@@ -81,16 +81,16 @@ inline constexpr auto kDialogControls = std::to_array<DialogControl>({
 
     {"Command1", ControlKind::ColorButton, "Frame1", "", 120, 360, 255, 255, 1,
      "Foreground colour...", "Pick the colour of the reading"},
-    {"FGLabel", ControlKind::Sample, "Frame1", "Foreground", 480, 360, 1095, 255, 2, ""},
+    {"FGLabel", ControlKind::Swatch, "Frame1", "Foreground", 480, 360, 1095, 255, 2, ""},
     {"Command2", ControlKind::ColorButton, "Frame1", "", 120, 960, 255, 255, 3,
      "Background colour...", "Pick the colour behind the reading, shown from the next start on"},
-    {"BGLabel", ControlKind::Sample, "Frame1", "Background", 480, 960, 1095, 255, 4, ""},
+    {"BGLabel", ControlKind::Swatch, "Frame1", "Background", 480, 960, 1095, 255, 4, ""},
     {"Command3", ControlKind::ColorButton, "Frame1", "", 1800, 360, 255, 255, 5,
      "High limit colour...", "Pick the colour of readings above the high limit"},
-    {"HLLabel", ControlKind::Sample, "Frame1", "High Limit", 2160, 360, 1095, 255, 6, ""},
+    {"HLLabel", ControlKind::Swatch, "Frame1", "High Limit", 2160, 360, 1095, 255, 6, ""},
     {"Command4", ControlKind::ColorButton, "Frame1", "", 1800, 960, 255, 255, 7,
      "Low limit colour...", "Pick the colour of readings below the low limit"},
-    {"LLLabel", ControlKind::Sample, "Frame1", "Low Limit", 2160, 960, 1095, 255, 8, ""},
+    {"LLLabel", ControlKind::Swatch, "Frame1", "Low Limit", 2160, 960, 1095, 255, 8, ""},
 });
 // clang-format on
 

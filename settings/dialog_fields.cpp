@@ -8,8 +8,6 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::int16_t kTopMost = -1;
-constexpr std::int16_t kNotTopMost = -2;
 constexpr double kLargestWindow = 32767;  // a block is asked for with a 16-bit count
 
 std::int32_t WindowSizeFromText(const std::string& text) {

@@ -11,7 +11,7 @@
 namespace vantoscope {
 
 /// One member per control, in the form in which the control holds it: a check box as bool, a text
-/// field as its text, a colour sample as the colour of its text, the seven options as one choice.
+/// field as its text, a colour swatch as the colour of its text, the seven options as one choice.
 /// Check4, TBCheck, CaptionCheck and BorderWidthText are never shown and travel with the rest.
 struct DialogFields {
   bool Check4 = false;  ///< always on top

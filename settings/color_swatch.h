@@ -9,12 +9,9 @@
 
 namespace vantoscope {
 
-QColor QColorFrom(Color color);
-Color ColorFrom(const QColor& color);
-
 /// Text in the colour it stands for. Where that colour would fade into the dialog, a plate of the
 /// opposite brightness stands behind the text.
-class ColorSample : public QLabel {
+class ColorSwatch : public QLabel {
  public:
   using QLabel::QLabel;
 
@@ -31,18 +28,18 @@ class ColorSample : public QLabel {
   Color value_ = 0;
 };
 
-/// A button that shows the colour of its sample.
+/// A button that shows the colour of its swatch.
 class ColorButton : public QPushButton {
  public:
   using QPushButton::QPushButton;
 
-  void SetSwatch(Color color);
+  void SetValue(Color value);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  Color swatch_ = 0;
+  Color value_ = 0;
 };
 
 }  // namespace vantoscope

@@ -1,8 +1,10 @@
-#include "settings/color_sample.h"
+#include "settings/color_swatch.h"
 
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
+
+#include "presentation/color.h"
 
 namespace vantoscope {
 namespace {
@@ -33,13 +35,7 @@ QColor PlateFor(const QColor& background) {
 
 }  // namespace
 
-QColor QColorFrom(Color color) { return {color & 0xff, (color >> 8) & 0xff, (color >> 16) & 0xff}; }
-
-Color ColorFrom(const QColor& color) {
-  return color.red() | color.green() << 8 | color.blue() << 16;
-}
-
-void ColorSample::SetValue(Color value) {
+void ColorSwatch::SetValue(Color value) {
   value_ = value;
   QPalette colored = palette();
   colored.setColor(QPalette::WindowText, QColorFrom(value));
@@ -47,7 +43,7 @@ void ColorSample::SetValue(Color value) {
   setAccessibleDescription(QColorFrom(value).name());
 }
 
-void ColorSample::paintEvent(QPaintEvent* /*event*/) {
+void ColorSwatch::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   const QColor text_color = QColorFrom(value_);
@@ -64,8 +60,8 @@ void ColorSample::paintEvent(QPaintEvent* /*event*/) {
   painter.drawText(text_box, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text());
 }
 
-void ColorButton::SetSwatch(Color color) {
-  swatch_ = color;
+void ColorButton::SetValue(Color value) {
+  value_ = value;
   update();
 }
 
@@ -73,9 +69,9 @@ void ColorButton::paintEvent(QPaintEvent* event) {
   QPushButton::paintEvent(event);
   constexpr int kInset = 4;
   QPainter painter(this);
-  const QRect swatch = rect().adjusted(kInset, kInset, -kInset, -kInset);
-  painter.fillRect(swatch, QColor(0x5a, 0x5f, 0x64));
-  painter.fillRect(swatch.adjusted(1, 1, -1, -1), QColorFrom(swatch_));
+  const QRect area = rect().adjusted(kInset, kInset, -kInset, -kInset);
+  painter.fillRect(area, QColor(0x5a, 0x5f, 0x64));
+  painter.fillRect(area.adjusted(1, 1, -1, -1), QColorFrom(value_));
 }
 
 }  // namespace vantoscope
