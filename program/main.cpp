@@ -18,7 +18,7 @@
 #include "program/decimal_separator.h"
 #include "program/ending.h"
 #include "program/termination.h"
-#include "settings/configuration.h"
+#include "settings/command1_click.h"
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
 #include "sources/device_control.h"

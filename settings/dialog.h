@@ -4,7 +4,7 @@
 
 #include <QDialog>
 
-#include "settings/configuration.h"
+#include "settings/command1_click.h"
 #include "settings/dialog_fields.h"
 
 class QButtonGroup;
