@@ -1,5 +1,5 @@
 // What a meter knows of its data acquisition host: the abstract control Telvix1 and the blocks of
-// scans it delivers. Which devices stand behind it is no matter of this file (see sources/).
+// scans it delivers.
 #pragma once
 
 #include <cstddef>

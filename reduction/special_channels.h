@@ -1,4 +1,4 @@
-// Texts of digital inputs and counters, from one raw sample word. No picture, no unit, no limits.
+// What the label shows of a digital input or a counter: the text of one raw word as it is.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// The window Dialog: the configuration of one meter as widgets. It shows and gives back
-// DialogFields and knows neither the records nor the settings file.
+// The window Dialog: the configuration of one meter as widgets. It shows DialogFields and gives
+// them back.
 #pragma once
 
 #include <QDialog>
