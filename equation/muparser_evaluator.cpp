@@ -10,6 +10,7 @@
 #include <string>
 
 #include "text/characters.h"
+#include "text/numbers.h"
 
 namespace vantoscope {
 namespace {
@@ -38,28 +39,11 @@ const char* NumberEnd(const char* text) {
   return IsDigit(*exponent) ? SkipDigits(exponent) : at;
 }
 
-/// Whether a number that no double holds is too large rather than too small: by the decimal power
-/// of its first digit that is not zero.
-bool IsTooLarge(const char* begin, const char* end) {
-  const char* mantissa_end = std::find_if(begin, end, OpensName);
-  const char* point = std::find(begin, mantissa_end, '.');
-  const char* first = std::find_if(begin, mantissa_end, [](char c) { return c > '0'; });
-  std::ptrdiff_t power = point - first;
-  if (mantissa_end != end) {
-    const bool negative = mantissa_end[1] == '-';
-    int exponent = 0;
-    const auto read =
-        std::from_chars(mantissa_end + (IsSign(mantissa_end[1]) ? 2 : 1), end, exponent);
-    if (read.ec != std::errc{}) return !negative;
-    power += negative ? -exponent : exponent;
-  }
-  return power > 0;
-}
-
 double NumberValue(const char* begin, const char* end) {
   double value = 0;  // stays for a lone point
   const auto read = std::from_chars(begin, end, value);
-  if (read.ec == std::errc::result_out_of_range) return IsTooLarge(begin, end) ? kInfinity : 0;
+  if (read.ec == std::errc::result_out_of_range)
+    return OverflowsDouble({begin, end}) ? kInfinity : 0;
   return value;
 }
 

@@ -5,6 +5,7 @@
 
 #include "equation/text_replacement.h"
 #include "equation/tokens.h"
+#include "text/characters.h"
 
 namespace vantoscope {
 namespace {
@@ -38,9 +39,7 @@ std::string Character(int code) {
 }
 
 std::string UpperCase(std::string text) {
-  for (char& c : text) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
+  for (char& c : text) c = Upper(c);
   return text;
 }
 

@@ -1,5 +1,5 @@
-// From the equation as its user wrote it to tokens on list indices. Ordered, case-sensitive
-// replacement of plain text; no parser.
+// From the equation as its user wrote it to tokens on list indices, by ordered, case-sensitive
+// replacement of plain text.
 #pragma once
 
 #include <string>

@@ -3,14 +3,13 @@
 #include <utility>
 
 #include "equation/text_replacement.h"
+#include "text/characters.h"
 #include "text/picture.h"
 
 namespace vantoscope {
 namespace {
 
-bool IsTokenCharacter(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= '@' && c <= 'Z');
-}
+bool IsTokenCharacter(char c) { return IsDigit(c) || IsLetter(c) || c == '@'; }
 
 /// Whether a `#` reaches the next one over nothing but characters of tokens, as in `#1#15`. The
 /// number that replaces the second token may then lengthen the first to one that the text does

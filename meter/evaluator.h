@@ -1,5 +1,5 @@
-// The evaluator of equation texts as the meter sees it: text in, number out. The grammar is the
-// evaluator's own (see muparser_evaluator.h).
+// The evaluator of equation texts as the meter sees it: text in, number out. What a text may hold
+// stands in equation/muparser_evaluator.h.
 #pragma once
 
 #include <stdexcept>

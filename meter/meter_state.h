@@ -1,5 +1,4 @@
-// The two records of a meter: what its settings keep, and what a run derives. Plain data; the
-// rules over them stand in the folder of their subject.
+// The two records of a meter: what its settings keep, and what a run derives.
 #pragma once
 
 #include <array>

@@ -1,5 +1,4 @@
-// What a meter asks of its window Form0. It knows no toolkit; the real window is
-// presentation/form0.h, tests put a recording window in its place.
+// What a meter asks of its window Form0.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,4 @@
-// The reading tick: source to Reading to label, afresh every time. It knows no window and no
-// formula; those stand in presentation/, reduction/ and equation/.
+// The reading tick: source to Reading to label, afresh every time.
 #pragma once
 
 #include "meter/meter.h"

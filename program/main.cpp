@@ -18,7 +18,7 @@
 #include "program/decimal_separator.h"
 #include "program/ending.h"
 #include "program/termination.h"
-#include "settings/configuration.h"
+#include "settings/command1_click.h"
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
 #include "sources/device_control.h"
@@ -37,18 +37,18 @@ Shows one channel of a data acquisition host as one big number that stays on top
               sim                      the simulator
               /path/to/recording.csv   a recording, as CSV or as a sound file
               mqtt://host:port/root    a host in the network, published by telvixd
-  -nNAME    name of the meter, "_" stands for a blank; each name and channel has
+  -nNAME    name of the meter, "_" stands for a space; each name and channel has
             settings of its own
   -iINDEX   channel, counted from 0; -1 opens a meter for every channel
 
-Arguments have this order and none may hold a blank. The settings are kept in
+Arguments have this order and none may hold a space. The settings are kept in
 $XDG_CONFIG_HOME/vantoscope/Vantoscope.ini (~/.config if that is not set).
 
   --help     this text
   --version  the version
 )";
 
-/// The arguments as one text, parted by single blanks.
+/// The arguments as one text, parted by single spaces.
 std::string CommandLine(int count, char** arguments) {
   std::string text;
   for (int i = 1; i < count; ++i) {

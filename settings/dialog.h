@@ -1,10 +1,10 @@
-// The window Dialog: the configuration of one meter as widgets. It shows and gives back
-// DialogFields and knows neither the records nor the settings file.
+// The window Dialog: the configuration of one meter as widgets. It shows DialogFields and gives
+// them back.
 #pragma once
 
 #include <QDialog>
 
-#include "settings/configuration.h"
+#include "settings/command1_click.h"
 #include "settings/dialog_fields.h"
 
 class QButtonGroup;

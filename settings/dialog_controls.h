@@ -1,5 +1,5 @@
 // The visible controls of the configuration dialog as one table: what each is, says and where it
-// stands. It knows no widget; the controls that are never shown are not here (see DialogFields).
+// stands. Those that are never shown stand in DialogFields only.
 #pragma once
 
 #include <array>

@@ -1,5 +1,5 @@
 // What the configuration dialog holds between filling and OK, as plain data named after its
-// controls. No widget, no settings file.
+// controls.
 #pragma once
 
 #include <cstdint>

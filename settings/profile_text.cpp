@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "text/characters.h"
+#include "text/utf8.h"
 
 namespace vantoscope {
 namespace {
@@ -140,13 +141,11 @@ std::optional<std::string> WithProfileValue(std::string_view text, std::string_v
 
 std::string_view CutToBytes(std::string_view value, std::size_t limit) {
   if (value.size() <= limit) return value;
-  const auto continues = [&](std::size_t at) {
-    return (static_cast<unsigned char>(value[at]) & 0xC0U) == 0x80U;
-  };
   constexpr std::size_t kMostContinuations = 3;
   std::size_t cut = limit;
-  while (cut > 0 && limit - cut < kMostContinuations && continues(cut)) --cut;
-  return value.substr(0, continues(cut) ? limit : cut);  // no lead byte near: no UTF-8 at all
+  while (cut > 0 && limit - cut < kMostContinuations && ContinuesCharacter(value[cut])) --cut;
+  // No first byte near: no UTF-8 at all.
+  return value.substr(0, ContinuesCharacter(value[cut]) ? limit : cut);
 }
 
 }  // namespace vantoscope

@@ -1,5 +1,4 @@
-// The text of a profile file as a text only: finding the value of a key and changing it. No file
-// is opened here.
+// The text of a profile file: finding the value of a key and changing it.
 //
 // A line is what stands between line feeds; a carriage return at its end belongs to the line end.
 // "[name]" opens a section: its name runs to the last "]" of the line. "key=value" below it is a

@@ -3,7 +3,7 @@
 
 #include "presentation/window_behaviour.h"
 #include "settings/settings.h"
-#include "settings/settings_file.h"
+#include "settings/settings_table.h"
 #include "text/booleans.h"
 #include "text/numbers.h"
 

@@ -1,5 +1,5 @@
 #include "settings/settings.h"
-#include "settings/settings_file.h"
+#include "settings/settings_table.h"
 
 namespace vantoscope {
 

@@ -63,28 +63,6 @@ ReadResult ReadBaseInteger(Cursor cursor, int base) {
   return result;
 }
 
-/// The value of a decimal text that lies outside the range of a double: 0 or the largest double.
-double BeyondDouble(std::string_view decimal) {
-  const std::size_t exponent_at = decimal.find('e');
-  const std::string_view mantissa = decimal.substr(0, exponent_at);
-  const std::size_t point_at = std::min(mantissa.find('.'), mantissa.size());
-  const std::size_t first = mantissa.find_first_of("123456789");
-  if (first == std::string_view::npos) return 0;
-
-  long long exponent = 0;
-  if (exponent_at != std::string_view::npos) {
-    const std::string_view digits = decimal.substr(exponent_at + 1);
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), exponent);
-    constexpr long long kFarBeyond = std::numeric_limits<std::int32_t>::max();
-    if (error != std::errc{}) exponent = digits.front() == '-' ? -kFarBeyond : kFarBeyond;
-    exponent = std::clamp(exponent, -kFarBeyond, kFarBeyond);
-  }
-  const long long places = static_cast<long long>(point_at) - static_cast<long long>(first);
-  const double magnitude = places + exponent > 0 ? std::numeric_limits<double>::max() : 0;
-  return decimal.front() == '-' ? -magnitude : magnitude;
-}
-
 ReadResult ReadDecimal(Cursor cursor) {
   ReadResult result;
   std::string decimal;  // what was read, in the form that from_chars takes
@@ -121,7 +99,8 @@ ReadResult ReadDecimal(Cursor cursor) {
   const auto [end, error] =
       std::from_chars(decimal.data(), decimal.data() + decimal.size(), result.value);
   if (error == std::errc::result_out_of_range || !std::isfinite(result.value)) {
-    result.value = BeyondDouble(decimal);
+    const double magnitude = OverflowsDouble(decimal) ? std::numeric_limits<double>::max() : 0;
+    result.value = decimal.front() == '-' ? -magnitude : magnitude;
   }
   result.whole = cursor.AtEnd();
   return result;
@@ -152,6 +131,26 @@ double NumberFromText(std::string_view text) { return ReadNumber(text).value; }
 std::optional<double> WholeNumberFromText(std::string_view text) {
   const ReadResult number = ReadNumber(text);
   return number.whole ? std::optional(number.value) : std::nullopt;
+}
+
+// By the decimal power of the first digit that is not zero.
+bool OverflowsDouble(std::string_view decimal) {
+  const std::size_t exponent_at = std::min(decimal.find_first_of("eE"), decimal.size());
+  const std::string_view mantissa = decimal.substr(0, exponent_at);
+  const std::size_t first = mantissa.find_first_of("123456789");
+  if (first == std::string_view::npos) return false;
+  const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
+  const auto power = static_cast<long long>(point) - static_cast<long long>(first);
+
+  if (exponent_at == decimal.size()) return power > 0;
+  std::string_view digits = decimal.substr(exponent_at + 1);
+  const bool negative = digits.starts_with('-');
+  if (negative || digits.starts_with('+')) digits.remove_prefix(1);
+  std::int32_t exponent = 0;
+  if (std::from_chars(digits.data(), digits.data() + digits.size(), exponent).ec != std::errc{}) {
+    return !negative;
+  }
+  return power + (negative ? -exponent : exponent) > 0;
 }
 
 std::string FloatText(float value, std::string_view decimal_sep) {

@@ -18,6 +18,10 @@ double NumberFromText(std::string_view text);
 /// The same of a text that holds a number and nothing else; nothing for any other text.
 std::optional<double> WholeNumberFromText(std::string_view text);
 
+/// Of a decimal text that std::from_chars finds out of the range of a double: whether its value is
+/// too large, and not too close to 0. The exponent stands behind e or E.
+bool OverflowsDouble(std::string_view decimal);
+
 /// A 32-bit float in general form: at most seven significant digits, no trailing zeros, the
 /// locale's separator, an exponent such as 1E+10 where the plain form would be long.
 std::string FloatText(float value, std::string_view decimal_sep);

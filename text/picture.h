@@ -1,4 +1,4 @@
-// From a number to its text by a picture of `0`, `#` and `.`. Colours nothing and knows no unit.
+// From a number to its text by a picture of `0`, `#` and `.`.
 #pragma once
 
 #include <string>

@@ -7,12 +7,17 @@
 
 namespace vantoscope {
 
+/// A byte inside a character, behind its first.
+constexpr bool ContinuesCharacter(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
 /// Length in bytes of the first `count` characters of `text`; the whole text where it has fewer.
 constexpr std::size_t BytesOfCharacters(std::string_view text, std::size_t count) {
   std::size_t at = 0;
   while (at < text.size() && count > 0) {
     ++at;
-    while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U) ++at;
+    while (at < text.size() && ContinuesCharacter(text[at])) ++at;
     --count;
   }
   return at;

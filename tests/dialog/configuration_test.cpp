@@ -1,6 +1,6 @@
 // The click on Command1 over recording seams: what is called, in which order, and what the meter is
 // left as.
-#include "settings/configuration.h"
+#include "settings/command1_click.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -11,7 +11,7 @@
 #include <functional>
 #include <string>
 
-#include "settings/settings_file.h"
+#include "settings/settings_table.h"
 #include "tests/support/scratch_folder.h"
 
 namespace vantoscope {

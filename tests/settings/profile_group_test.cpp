@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "settings/profile_file.h"
-#include "settings/settings_file.h"
+#include "settings/settings_table.h"
 #include "tests/support/scratch_folder.h"
 
 namespace vantoscope {

@@ -1,4 +1,4 @@
-#include "settings/settings_file.h"
+#include "settings/settings_table.h"
 
 #include "meter/channel_number.h"
 #include "text/booleans.h"
@@ -43,7 +43,7 @@ std::string BorderOfWindow(Meter& meter) { return Number(meter, meter.form.Borde
 }  // namespace
 
 // clang-format off
-constinit const std::array<SettingsEntry, kSettingsKeys> kSettingsTable{{
+constexpr std::array<SettingsEntry, kSettingsKeys> kSettingsTable{{
     {SettingsKey::UserFormat, "UserFormat", "", AsText<&MeterConfig::UserFormat>},
     {SettingsKey::Math, "Math", "#0", AsText<&MeterConfig::MathText>},
     {SettingsKey::MathUnit, "MathUnit", "Unit", AsText<&MeterConfig::MathUnit>},
@@ -70,6 +70,15 @@ constinit const std::array<SettingsEntry, kSettingsKeys> kSettingsTable{{
     {SettingsKey::BorderStyle, "BorderStyle", "5", BorderOfWindow},
 }};
 // clang-format on
+
+static_assert(
+    [] {
+      for (std::size_t row = 0; row < kSettingsKeys; ++row) {
+        if (kSettingsTable[row].key != static_cast<SettingsKey>(row)) return false;
+      }
+      return true;
+    }(),
+    "row i holds key i");
 
 const SettingsEntry& EntryOf(SettingsKey key) {
   return kSettingsTable[static_cast<std::size_t>(key)];

@@ -1,5 +1,5 @@
 // The click on Command1 from end to end: the dialog opens on a still meter, and the meter runs
-// again when it has closed. The window Dialog itself is elsewhere (dialog.h).
+// again when it has closed.
 #pragma once
 
 #include <functional>

@@ -1,5 +1,5 @@
-// The keys of a meter's section in the settings file: the one place where their names, defaults
-// and written forms stand. In which order they are read stands in settings_load.cpp.
+// The keys of a meter's section in the settings file, as one table: their names, their defaults and
+// the texts that save writes.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@
 
 namespace vantoscope {
 
-/// In the order of writing.
+/// In the order of writing; load has an order of its own.
 enum class SettingsKey {
   UserFormat,
   Math,
@@ -47,7 +47,8 @@ struct SettingsEntry {
   std::string (*written)(Meter& meter);
 };
 
-inline constexpr std::size_t kSettingsKeys = 24;
+inline constexpr auto kSettingsKeys = static_cast<std::size_t>(SettingsKey::BorderStyle) + 1;
+/// One row for each key, in their order.
 extern const std::array<SettingsEntry, kSettingsKeys> kSettingsTable;
 
 const SettingsEntry& EntryOf(SettingsKey key);

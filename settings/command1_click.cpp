@@ -1,4 +1,4 @@
-#include "settings/configuration.h"
+#include "settings/command1_click.h"
 
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
