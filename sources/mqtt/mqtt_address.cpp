@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "meter/data_source.h"
+#include "text/characters.h"
 
 namespace vantoscope {
 namespace {
@@ -16,7 +17,8 @@ constexpr int kTlsPort = 8883;
 constexpr double kLongestSeconds = 86400;
 
 [[noreturn]] void Refuse(const std::string& text, const std::string& why) {
-  throw SourceError("\"" + text + "\" names no network host: " + why +
+  // What stands before an @ may be a password.
+  throw SourceError("\"" + text.substr(text.rfind('@') + 1) + "\" names no network host: " + why +
                     "; HOST:PORT/ROOT or /PATH/OF/SOCKET!ROOT is expected.");
 }
 
@@ -37,6 +39,11 @@ bool IsRoot(std::string_view root) {
 
 /// What stands before the root: HOST, HOST:PORT, [ADDRESS] or [ADDRESS]:PORT.
 void ParseHost(const std::string& text, std::string_view host, MqttAddress& address) {
+  if (host.find('@') != host.npos) {
+    Refuse(text,
+           "user name and password do not belong here but into the file that "
+           "VANTOSCOPE_MQTT_CREDENTIALS names");
+  }
   std::string_view port;
   bool has_port = false;
   if (host.starts_with('[')) {
@@ -53,11 +60,6 @@ void ParseHost(const std::string& text, std::string_view host, MqttAddress& addr
     host = host.substr(0, colon);
   }
   if (host.empty()) Refuse(text, "the broker's name is missing");
-  if (host.find('@') != host.npos) {
-    Refuse(text,
-           "user name and password do not belong here but into the file that "
-           "VANTOSCOPE_MQTT_CREDENTIALS names");
-  }
   address.broker = host;
   address.port = address.tls ? kTlsPort : kPlainPort;
   if (!has_port) return;
@@ -71,10 +73,10 @@ void ParseHost(const std::string& text, std::string_view host, MqttAddress& addr
 
 }  // namespace
 
-std::string MqttAddress::BrokerText() const {
-  if (port == 0) return "broker " + broker;
+std::string MqttAddress::Endpoint() const {
+  if (port == 0) return broker;
   const bool v6 = broker.find(':') != std::string::npos;
-  return "broker " + (v6 ? '[' + broker + ']' : broker) + ':' + std::to_string(port);
+  return (v6 ? '[' + broker + ']' : broker) + ':' + std::to_string(port);
 }
 
 MqttAddress ParseMqttAddress(DeviceText device) {
@@ -107,14 +109,17 @@ MqttAddress ParseMqttAddress(DeviceText device) {
   return address;
 }
 
+MqttAddress ParseMqttTarget(std::string_view text) {
+  constexpr std::string_view kPrefix = "mqtt://";
+  if (text.starts_with(kPrefix)) text.remove_prefix(kPrefix.size());
+  // Not every text that looks like one is a device text: a broker may be pc01:1883, too.
+  const bool in_full = LooksLikeDeviceText(text) && SameIgnoringCase(text.substr(0, 2), "MQ");
+  return ParseMqttAddress(in_full ? ParseDeviceText(text) : ParseRest("MQ", 64, text));
+}
+
 DeviceText MqttDeviceText(int model, const MqttAddress& address) {
   DeviceText device{.kind = "MQ", .model = model, .rest = {}, .options = {}};
-  if (address.port == 0) {
-    device.rest = address.broker + '!' + address.root;
-  } else {
-    constexpr std::string_view kBefore = "broker ";
-    device.rest = address.BrokerText().substr(kBefore.size()) + '/' + address.root;
-  }
+  device.rest = address.Endpoint() + (address.port == 0 ? '!' : '/') + address.root;
   if (!address.ca_file.empty()) {
     device.options.emplace_back("cafile", address.ca_file);
   } else if (address.tls && address.port != kTlsPort) {

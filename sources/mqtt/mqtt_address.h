@@ -14,6 +14,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "sources/device_text.h"
 
@@ -28,12 +29,17 @@ struct MqttAddress {
   std::chrono::milliseconds timeout{30'000};
   std::chrono::milliseconds wait{5'000};
 
-  /// For messages: "broker host:1883" or "broker /run/mosquitto.sock".
-  [[nodiscard]] std::string BrokerText() const;
+  /// HOST:PORT, [ADDRESS]:PORT or the path of the socket.
+  [[nodiscard]] std::string Endpoint() const;
+  /// For sentences: the endpoint with the word "broker" before it.
+  [[nodiscard]] std::string BrokerText() const { return "broker " + Endpoint(); }
 };
 
 /// Throws SourceError that says what is wrong with the text. Kind and model are not looked at.
 MqttAddress ParseMqttAddress(DeviceText device);
+/// The address in a text of its own: as above, with or without mqtt://, or as a device text of kind
+/// MQ. Throws SourceError.
+MqttAddress ParseMqttTarget(std::string_view text);
 /// The parts that give the same address again: with the port, options only where they differ from
 /// the default.
 DeviceText MqttDeviceText(int model, const MqttAddress& address);
