@@ -13,11 +13,11 @@ constexpr std::string_view kTickPicture = "#.################";
 bool FetchBlocks(Meter& meter, std::optional<Block>& history) {
   MeterRuntime& runtime = meter.runtime;
   const bool statistics = runtime.NeedsStatistics > 0;
-  if (statistics && !GuardedFetch(meter.telvix, meter.config.WindowSize, kEngineeringUnits,
-                                  runtime.StatisticBlock)) {
+  if (statistics &&
+      !GuardedFetch(meter, meter.config.WindowSize, kEngineeringUnits, runtime.StatisticBlock)) {
     return false;
   }
-  if (!GuardedFetch(meter.telvix, runtime.HistoryDepth + 1, kEngineeringUnits, history)) {
+  if (!GuardedFetch(meter, runtime.HistoryDepth + 1, kEngineeringUnits, history)) {
     return false;
   }
   return history && (!statistics || runtime.StatisticBlock);
@@ -86,7 +86,8 @@ bool EquationTick(Meter& meter) {
   try {
     runtime.Reading = runtime.EquationEngine->Evaluate(numbers);
     return true;
-  } catch (const EvaluationError&) {
+  } catch (const EvaluationError& error) {
+    meter.ticks.failure = "the equation has no value now (" + std::string(error.what()) + ")";
     runtime.Reading = before;
     return false;
   }

@@ -59,7 +59,7 @@ bool EveryTokenExists(const MeterRuntime& runtime, std::string text, int channel
 void FetchFirstBlock(Meter& meter) {
   std::optional<Block>& block = meter.runtime.DataBlock;
   block.reset();
-  GuardedFetch(meter.telvix, meter.runtime.HistoryDepth + 1, kEngineeringUnits, block);
+  GuardedFetch(meter, meter.runtime.HistoryDepth + 1, kEngineeringUnits, block);
 }
 
 /// A sample of the first block, 0 without one. A statistic gets the plain sample here.
@@ -86,7 +86,8 @@ std::vector<EquationToken> FirstTokens(Meter& meter, const std::string& text) {
   return gatherer.Take();
 }
 
-bool EvaluatesOnce(Meter& meter, const std::string& text) {
+/// Why `text` has no value on real data, as the evaluator says it; nothing where it has one.
+std::optional<std::string> EvaluationFault(Meter& meter, const std::string& text) {
   FetchFirstBlock(meter);
   const double rate = meter.telvix.SampleRate();
   const std::string numbers = Substitute(
@@ -94,13 +95,14 @@ bool EvaluatesOnce(Meter& meter, const std::string& text) {
       [&](const EquationToken& token) { return FirstValue(meter.runtime, rate, token); });
   try {
     meter.runtime.EquationEngine->Evaluate(numbers);
-    return true;
-  } catch (const EvaluationError&) {
-    return false;
+    return std::nullopt;
+  } catch (const EvaluationError& error) {
+    return error.what();
   }
 }
 
-bool Refuse(Meter& meter, const std::string& message) {
+bool Refuse(Meter& meter, const std::string& message, const std::string& sentence) {
+  meter.ticks.refusal = sentence;
   meter.form.ShowMessage(MessageIcon::Critical, message, "");
   meter.telvix.Stop();
   meter.form.EnableTimer1(false);
@@ -113,12 +115,15 @@ bool PrepareEquation(Meter& meter, const std::string& text) {
   meter.telvix.Start();
   FindNeeds(meter.runtime, text);
   if (!EveryTokenExists(meter.runtime, text, meter.telvix.ChannelCount())) {
-    return Refuse(meter, "Channel(s) not found in Telvix (" + text + ")");
+    const std::string message = "Channel(s) not found in Telvix (" + text + ")";
+    return Refuse(meter, message, message);
   }
   meter.telvix.Start();
-  if (!EvaluatesOnce(meter, text)) {
-    return Refuse(meter, "Failed to evaluate the equation. Please fix the error and start again");
+  if (const auto fault = EvaluationFault(meter, text)) {
+    return Refuse(meter, "Failed to evaluate the equation. Please fix the error and start again",
+                  "Failed to evaluate the equation: " + *fault);
   }
+  meter.ticks.refusal.clear();
   meter.form.EnableTimer1(true);
   return true;
 }

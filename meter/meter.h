@@ -11,6 +11,7 @@
 #include "meter/meter_window.h"
 #include "meter/process_start.h"
 #include "meter/profile.h"
+#include "meter/reading_state.h"
 
 namespace vantoscope {
 
@@ -29,6 +30,7 @@ struct Meter {
   Platform& platform;
   MeterConfig config{};
   MeterRuntime runtime{};
+  TickRecord ticks{};
 };
 
 }  // namespace vantoscope

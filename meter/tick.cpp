@@ -12,36 +12,37 @@
 namespace vantoscope {
 namespace {
 
-enum class Step { GoOn, EndTick };
+enum class Step { GoOn, Shown, NoReading };
 
 /// The raw word of a special channel. Goes on only for a number that names no special kind.
 Step SpecialStep(Meter& meter) {
   MeterRuntime& runtime = meter.runtime;
-  if (!GuardedFetch(meter.telvix, 1, kRawWords, runtime.DataBlock) || !runtime.DataBlock) {
-    return Step::EndTick;
+  if (!GuardedFetch(meter, 1, kRawWords, runtime.DataBlock) || !runtime.DataBlock) {
+    return Step::NoReading;
   }
   const std::int16_t number = meter.telvix.ChannelNumber(runtime.ChannelIndex);
   if (!IsSpecial(number)) return Step::GoOn;
   const auto channel = static_cast<std::size_t>(runtime.ChannelIndex);
   const auto word = static_cast<std::int32_t>((*runtime.DataBlock)(channel, 0));
   meter.form.SetLabelText(number == kDigitalInput ? DigitalText(word) : CounterText(word));
-  return Step::EndTick;
+  return Step::Shown;
 }
 
 Step LatestStep(Meter& meter) {
   try {
     meter.runtime.Reading = meter.telvix.LatestValue(meter.runtime.ChannelIndex);
     return Step::GoOn;
-  } catch (const std::exception&) {
-    return Step::EndTick;
+  } catch (const std::exception& error) {
+    meter.ticks.failure = error.what();
+    return Step::NoReading;
   }
 }
 
 Step WindowStep(Meter& meter) {
   MeterRuntime& runtime = meter.runtime;
-  if (!GuardedFetch(meter.telvix, meter.config.WindowSize, kEngineeringUnits, runtime.DataBlock) ||
+  if (!GuardedFetch(meter, meter.config.WindowSize, kEngineeringUnits, runtime.DataBlock) ||
       !runtime.DataBlock) {
-    return Step::EndTick;
+    return Step::NoReading;
   }
   const auto statistic = static_cast<std::int16_t>(meter.config.DataMethod - kMethodMin);
   ChannelStatistic(meter, statistic, runtime.ChannelIndex, runtime.DataBlock);
@@ -57,30 +58,34 @@ Step ReadingStep(Meter& meter) {
     case kMethodAcRms:
       return WindowStep(meter);
     case kMethodCalc:
-      return EquationTick(meter) ? Step::GoOn : Step::EndTick;
+      return EquationTick(meter) ? Step::GoOn : Step::NoReading;
     default:
       return LatestStep(meter);
   }
 }
 
-void Tick(Meter& meter) {
+/// True when it has written the label.
+bool Tick(Meter& meter) {
   bool extra_digit = false;
   if (meter.runtime.SpecialChannel != kFalse) {
-    if (SpecialStep(meter) == Step::EndTick) return;
+    if (const Step step = SpecialStep(meter); step != Step::GoOn) return step == Step::Shown;
   } else {
     extra_digit = meter.telvix.ChannelNumber(meter.runtime.ChannelIndex) == kFineChannel;
   }
-  if (ReadingStep(meter) == Step::EndTick) return;
+  if (ReadingStep(meter) == Step::NoReading) return false;
   DisplayReading(meter, extra_digit);
+  return true;
 }
 
 }  // namespace
 
 void Timer1Tick(Meter& meter) {
+  meter.ticks.failure.clear();
   try {
-    Tick(meter);
-  } catch (const SourceError&) {
+    if (Tick(meter)) ++meter.ticks.finished;
+  } catch (const SourceError& error) {
     // A source that fails to name a range, unit or number is no louder than one without data.
+    meter.ticks.failure = error.what();
   }
 }
 

@@ -7,6 +7,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
+#include <QToolTip>
 #include <QWindow>
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +41,7 @@ QWidget& Prepared(QWidget& form, bool take_focus) {
   form.setWindowFlags(Qt::Tool);
   form.setAttribute(Qt::WA_ShowWithoutActivating, !take_focus);
   form.setAttribute(Qt::WA_QuitOnClose);
+  form.setAttribute(Qt::WA_AlwaysShowToolTips);  // the window mostly is not the active one
   form.resize(WholePixels(kDesignClientWidth), WholePixels(kDesignClientHeight));
   form.winId();
   return form;
@@ -53,6 +55,8 @@ Form0::Form0(bool take_focus)
       place_(Prepared(*this, take_focus)) {
   setWindowTitle(kDesignTitle);
   label1_->SetReading(kDesignCaption);
+  label1_->SetDoubt(ReadingState::Waiting);
+  label1_->installEventFilter(this);
   label1_->setGeometry(rect());
   const int corner = WholePixels(kCommand1Corner);
   const int side = WholePixels(kCommand1Side);
@@ -61,7 +65,10 @@ Form0::Form0(bool take_focus)
 
   timer1_.setInterval(kTimer1Milliseconds);
   timer2_.setInterval(kTimer2Milliseconds);
-  connect(&timer1_, &QTimer::timeout, this, [this] { OnTimer1(); });
+  // A box of start-up runs an event loop too, and no reading may stand below it.
+  connect(&timer1_, &QTimer::timeout, this, [this] {
+    if (opened_) OnTimer1();
+  });
   connect(&timer2_, &QTimer::timeout, this, [this] { OnTimer2(); });
   connect(command1_, &QPushButton::clicked, this, [this] { OnCommand1Click(); });
   // The button is hidden while the pointer is elsewhere; the keyboard reaches it all the same.
@@ -75,7 +82,10 @@ Form0::Form0(bool take_focus)
   timer2_.start();
 }
 
-void Form0::Open() { place_.Show(); }
+void Form0::Open() {
+  opened_ = true;
+  place_.Show();
+}
 
 void Form0::LookAgain() {
   const QRectF before = place_.Outer();
@@ -87,6 +97,21 @@ void Form0::Unload() {
   if (!OnUnload) return;
   LookAgain();
   std::exchange(OnUnload, nullptr)();
+}
+
+void Form0::SetDoubt(ReadingState state, std::string_view sentence) {
+  label1_->SetDoubt(state);
+  if (const QString text = Text(sentence); text != label1_->accessibleDescription()) {
+    label1_->setAccessibleDescription(text);
+  }
+}
+
+bool Form0::ReadingIsCut() const { return label1_->IsCut(); }
+
+bool Form0::eventFilter(QObject* watched, QEvent* event) {
+  if (watched != label1_ || event->type() != QEvent::ToolTip || !OnAskAbout) return false;
+  QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Text(OnAskAbout()), label1_);
+  return true;
 }
 
 std::string Form0::Title() { return windowTitle().toStdString(); }

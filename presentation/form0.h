@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "meter/meter_window.h"
+#include "meter/reading_state.h"
 #include "presentation/window_place.h"
 
 namespace vantoscope {
@@ -26,6 +27,8 @@ class Form0 final : public QWidget, public MeterWindow {
   std::function<void()> OnCommand1Click;
   /// The window is about to close.
   std::function<void()> OnUnload;
+  /// Asked for the tool tip of the reading; UTF-8, plain lines.
+  std::function<std::string()> OnAskAbout;
 
   /// Shows the window in the state that the MeterWindow calls have left.
   void Open();
@@ -33,6 +36,11 @@ class Form0 final : public QWidget, public MeterWindow {
   void LookAgain();
   /// Raises OnUnload if that has not happened yet.
   void Unload();
+
+  /// Marks the reading by its state; `sentence` is what a screen reader says of it.
+  void SetDoubt(ReadingState state, std::string_view sentence);
+  /// Whether the window is too narrow for the whole reading.
+  [[nodiscard]] bool ReadingIsCut() const;
 
   std::string Title() override;
   void SetTitle(std::string_view title) override;
@@ -69,6 +77,7 @@ class Form0 final : public QWidget, public MeterWindow {
   void moveEvent(QMoveEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void RaiseResize();
@@ -77,6 +86,7 @@ class Form0 final : public QWidget, public MeterWindow {
   SettingsButton* command1_;
   QTimer timer1_;
   QTimer timer2_;
+  bool opened_ = false;
   std::int16_t border_style_ = kFramed;
   WindowPlace place_;
 };

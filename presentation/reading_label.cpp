@@ -4,6 +4,9 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
+
+#include "presentation/doubt_mark.h"
 
 namespace vantoscope {
 
@@ -39,6 +42,21 @@ void ReadingLabel::SetFontHeight(int pixels) {
   setFont(changed);
 }
 
+void ReadingLabel::SetDoubt(ReadingState state) {
+  if (state == doubt_) return;
+  doubt_ = state;
+  update();
+}
+
+double ReadingLabel::TextLeft() const {
+  constexpr double kMargin = 0.04;
+  return std::round(kMargin * height());
+}
+
+bool ReadingLabel::IsCut() const {
+  return TextLeft() + QFontMetricsF(font(), this).tightBoundingRect(text()).right() > width();
+}
+
 // The line of the font is centred. It is a little higher than the label; where that would cut off
 // the foot of a letter, such as the g of a unit, the text moves up by as much.
 void ReadingLabel::paintEvent(QPaintEvent* event) {
@@ -48,7 +66,9 @@ void ReadingLabel::paintEvent(QPaintEvent* event) {
   const double centred = (height() - metrics.height()) / 2 + metrics.ascent();
   const double lowest = height() - metrics.tightBoundingRect(text()).bottom();
   painter.setPen(fore_color_);
-  painter.drawText(QPointF(0, std::min(centred, lowest)), text());
+  painter.drawText(QPointF(TextLeft(), std::min(centred, lowest)), text());
+  PaintDoubt(painter, rect(), doubt_);
+  if (IsCut()) PaintCut(painter, rect());
 }
 
 }  // namespace vantoscope

@@ -1,12 +1,16 @@
-// Label1: one line of text as large as its font says, from the left edge, centred vertically.
+// Label1: one line of text as large as its font says, from the left edge, centred vertically, and
+// over it the marks of doubt.
 #pragma once
 
 #include <QColor>
 #include <QLabel>
 
+#include "meter/reading_state.h"
+
 namespace vantoscope {
 
-/// Its text is what a screen reader says. Text too wide for it loses its end.
+/// Its text is what a screen reader says. Text too wide for it loses its end, and says so with a
+/// torn edge as soon as one pixel is missing.
 class ReadingLabel final : public QLabel {
  public:
   explicit ReadingLabel(QWidget* parent);
@@ -17,13 +21,21 @@ class ReadingLabel final : public QLabel {
   void SetBackColor(const QColor& color);
   /// Height of the font in logical pixels, 1 or more.
   void SetFontHeight(int pixels);
+  void SetDoubt(ReadingState state);
+
+  /// Whether the end of the text is missing.
+  [[nodiscard]] bool IsCut() const;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  /// Where the first character begins: a little off the frame.
+  [[nodiscard]] double TextLeft() const;
+
   QColor fore_color_ = Qt::black;
   QColor back_color_ = Qt::white;
+  ReadingState doubt_ = ReadingState::Live;
 };
 
 }  // namespace vantoscope

@@ -17,6 +17,7 @@
 #include "program/application.h"
 #include "program/decimal_separator.h"
 #include "program/ending.h"
+#include "program/meter_watch.h"
 #include "program/termination.h"
 #include "settings/command1_click.h"
 #include "settings/dialog.h"
@@ -66,12 +67,20 @@ bool TakeGroupMark() {
   return marked;
 }
 
-void Wire(Meter& meter, Form0& form) {
+void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
   form.OnResize = [&] { ResizeRule(meter); };
   form.OnLabelDoubleClick = [&] { SwapLook(meter); };
-  form.OnTimer1 = [&] { Timer1Tick(meter); };
+  form.OnTimer1 = [&] {
+    Timer1Tick(meter);
+    watch.LookAfterTick();
+  };
   form.OnTimer2 = [&] { HoverRule(form); };
-  form.OnCommand1Click = [&] { Command1Click(meter, ModalDialog(form)); };
+  form.OnCommand1Click = [&] {
+    watch.SetResting(true);
+    Command1Click(meter, ModalDialog(form));
+    watch.SetResting(false);
+  };
+  form.OnAskAbout = [&] { return watch.About(); };
   form.OnUnload = [&] { UnloadMeter(meter); };
   meter.telvix.HostClosed = [&] {
     form.LookAgain();
@@ -123,7 +132,8 @@ int Run(int count, char** arguments) {
   PosixProcessStart processes;
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
-  Wire(meter, form);
+  MeterWatch watch(meter, telvix, form);
+  Wire(meter, form, watch);
 
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
@@ -148,6 +158,7 @@ int Run(int count, char** arguments) {
   }
   watch_signals();
   const UnloadAtExit display_may_die(form);
+  QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
   form.Open();
   return QApplication::exec();
 }

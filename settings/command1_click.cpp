@@ -57,6 +57,7 @@ void ReturnFromDialog(Meter& meter) {
     RunEquationAgain(meter);
   } else {
     meter.telvix.Start();
+    meter.ticks.refusal.clear();
     meter.form.EnableTimer1(true);
   }
 }
@@ -70,6 +71,7 @@ void Command1Click(Meter& meter, const ShowDialog& show_dialog) {
   try {
     ReturnFromDialog(meter);
   } catch (const SourceError& error) {
+    meter.ticks.refusal = error.what();
     ShowFailure(meter);
     meter.form.ShowMessage(MessageIcon::Critical, error.what(), "");
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "meter/data_source.h"
+#include "meter/reading_state.h"
 #include "sources/raw_scans.h"
 
 namespace vantoscope {
@@ -51,6 +52,8 @@ class Device {
   /// later than `next` when those are no longer held; empty when there is none yet. A `next` below
   /// 0 stands for the newest scan.
   virtual RawScans ScansSince(std::int64_t next, std::size_t limit) = 0;
+  /// How old the newest scan is, and why there is none newer. Cheap; asked a few times a second.
+  virtual Freshness DataFreshness() { return {.age = 0, .limit = 2, .reason = ""}; }
   /// True from the moment on when the host is gone for good. Cheap; asked a few times a second.
   virtual bool HostGone() = 0;
 };

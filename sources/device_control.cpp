@@ -25,7 +25,10 @@ const ChannelInfo& DeviceControl::Channel(std::int16_t channel) {
 
 std::string DeviceControl::DeviceName() { return Opened().Name(); }
 
-void DeviceControl::SetDeviceName(const std::string& text) { device_ = OpenDevice(text, clock_); }
+void DeviceControl::SetDeviceName(const std::string& text) {
+  device_ = OpenDevice(text, clock_);
+  named_ = true;
+}
 
 void DeviceControl::SetStartupToggle(std::int16_t /*value*/) {}
 
@@ -59,6 +62,10 @@ std::optional<Block> DeviceControl::GetData(std::int16_t count, std::int32_t mod
   }
   return Opened().GetData(count, mode);
 }
+
+Freshness DeviceControl::DataFreshness() { return Opened().DataFreshness(); }
+
+std::string DeviceControl::ChannelName(std::int16_t channel) { return Channel(channel).name; }
 
 void DeviceControl::CheckHost() {
   if (host_closed_ || !device_ || !device_->HostGone()) return;

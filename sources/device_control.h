@@ -32,12 +32,20 @@ class DeviceControl final : public Telvix1 {
   std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override;
   void CheckHost() override;
 
+  /// See Device::DataFreshness.
+  Freshness DataFreshness();
+  /// What the device calls the channel; may be empty.
+  std::string ChannelName(std::int16_t channel);
+  /// False while the default device stands in for one that nobody has named.
+  [[nodiscard]] bool IsNamed() const { return named_; }
+
  private:
   Device& Opened();
   const ChannelInfo& Channel(std::int16_t channel);
 
   Clock clock_;
   std::unique_ptr<Device> device_;
+  bool named_ = false;
   bool host_closed_ = false;
 };
 

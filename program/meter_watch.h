@@ -1,0 +1,39 @@
+// The watch on this meter: looks at it a few times a second, marks the window, tells a screen
+// reader and standard error what has changed, and knows what the tool tip says.
+#pragma once
+
+#include <string>
+
+#include "meter/meter.h"
+#include "presentation/form0.h"
+#include "program/reading_watch.h"
+#include "sources/device_control.h"
+
+namespace vantoscope {
+
+class MeterWatch {
+ public:
+  MeterWatch(Meter& meter, DeviceControl& source, Form0& form)
+      : meter_(meter), source_(source), form_(form) {}
+
+  void Look();
+  /// After a tick: a reading that was in doubt is live at its first new value.
+  void LookAfterTick();
+  /// While the settings are open no tick runs.
+  void SetResting(bool resting) { resting_ = resting; }
+  /// What is shown, from where and how, and whether it can be trusted; lines of plain text.
+  std::string About();
+
+ private:
+  Verdict Judge(double now);
+
+  Meter& meter_;
+  DeviceControl& source_;
+  Form0& form_;
+  ReadingWatch watch_;
+  bool resting_ = false;
+  ReadingState shown_ = ReadingState::Waiting;
+  bool shown_cut_ = false;
+};
+
+}  // namespace vantoscope
