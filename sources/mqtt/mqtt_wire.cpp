@@ -201,12 +201,4 @@ std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload) {
   return block;
 }
 
-bool SameChannels(const HostInfo& a, const HostInfo& b) {
-  const auto same = [](const ChannelInfo& x, const ChannelInfo& y) {
-    return x.number == y.number && x.name == y.name && x.unit == y.unit && x.low == y.low &&
-           x.high == y.high && x.factor == y.factor && x.offset == y.offset;
-  };
-  return a.rate == b.rate && std::ranges::equal(a.channels, b.channels, same);
-}
-
 }  // namespace vantoscope

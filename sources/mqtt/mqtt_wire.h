@@ -74,8 +74,4 @@ std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, 
 /// Nothing unless every field is in range and the length is exactly what the header says.
 std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload);
 
-/// True when values under the labels of `a` stand for the same under those of `b`: same rate and
-/// same channels in the same order, with equal ranges and factors.
-bool SameChannels(const HostInfo& a, const HostInfo& b);
-
 }  // namespace vantoscope
