@@ -42,6 +42,16 @@ std::string PercentEncoded(std::string_view text) {
   return encoded;
 }
 
+/// `LO..HI`; nothing for anything else.
+std::optional<Range> RangeFromText(std::string_view text) {
+  const std::size_t dots = text.find("..");
+  if (dots == std::string_view::npos) return std::nullopt;
+  const std::optional<double> low = WholeNumber(text.substr(0, dots));
+  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
+  if (!low || !high || *low >= *high) return std::nullopt;
+  return Range{.low = *low, .high = *high};
+}
+
 }  // namespace
 
 bool LooksLikeDeviceText(std::string_view text) {
@@ -145,15 +155,6 @@ std::optional<double> TakeNumber(DeviceText& device, std::string_view name, doub
                       ".");
   }
   return number;
-}
-
-std::optional<Range> RangeFromText(std::string_view text) {
-  const std::size_t dots = text.find("..");
-  if (dots == std::string_view::npos) return std::nullopt;
-  const std::optional<double> low = WholeNumber(text.substr(0, dots));
-  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
-  if (!low || !high || *low >= *high) return std::nullopt;
-  return Range{.low = *low, .high = *high};
 }
 
 std::optional<Range> TakeRange(DeviceText& device, std::string_view name) {

@@ -57,11 +57,8 @@ std::optional<std::string> TakeOption(DeviceText& device, std::string_view name)
 std::optional<double> TakeNumber(DeviceText& device, std::string_view name, double low,
                                  double high);
 
-/// `LO..HI`, two numbers with the lower one first; nothing for anything else.
-std::optional<Range> RangeFromText(std::string_view text);
-
-/// Removes the option and gives its value as a range. Throws SourceError, with the option and what
-/// is allowed, when it is something else.
+/// Removes the option and gives its value `LO..HI`, two numbers with the lower one first. Throws
+/// SourceError, with the option and what is allowed, when it is something else.
 std::optional<Range> TakeRange(DeviceText& device, std::string_view name);
 
 /// Throws SourceError naming the first option that nobody took, and the `known` ones.

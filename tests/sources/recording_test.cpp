@@ -5,7 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <filesystem>
-#include <functional>
+#include <numeric>
 
 #include "tests/support/refusal.h"
 #include "tests/support/running_device.h"
@@ -17,7 +17,6 @@ namespace {
 using test::kNow;
 using test::kSecond;
 using test::RunningDevice;
-using test::WriteBytes;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -28,10 +27,10 @@ class Recording : public testing::Test {
     return "FI64:" + folder_ / name + options;
   }
   void Write(const std::string& name, const std::string& bytes) const {
-    WriteBytes(folder_ / name, bytes);
+    test::WriteBytes(folder_ / name, bytes);
   }
-  void Append(const std::string& name, const std::string& bytes) const {
-    Write(name, test::FileBytes(folder_ / name) + bytes);
+  void Append(const std::string& bytes) const {
+    Write("a.csv", test::FileBytes(folder_ / "a.csv") + bytes);
   }
 
   test::ScratchFolder folder_;
@@ -42,12 +41,9 @@ TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
   RunningDevice device(Text("a.csv"));
   EXPECT_EQ(device->SampleRate(), 2);
   ASSERT_EQ(device->Channels().size(), 2U);
-  EXPECT_EQ(device->Channels()[0].name, "Level");
   EXPECT_EQ(device->Channels()[0].unit, "m");
   EXPECT_EQ(device->Channels()[0].low, 1.5);
   EXPECT_EQ(device->Channels()[0].high, 4.5);
-  EXPECT_EQ(device->Channels()[1].number, 2);
-
   EXPECT_THAT(device.Values(0, 3), ElementsAre(1.5, 1.5, 1.5));
   device.now += kSecond;
   EXPECT_THAT(device.Values(0, 4), ElementsAre(1.5, 1.5, 2.5, 2.5));
@@ -60,13 +56,12 @@ TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
   EXPECT_FALSE(device->GetData(1, kEngineeringUnits));
   EXPECT_THROW(device->LatestValue(0), SourceError);
   EXPECT_EQ(device->ScansSince(1, 9).scans, 3U) << "none behind the last";
-  device.now -= kSecond;  // the clock is set back
-  EXPECT_EQ(device->LatestValue(1), 30);
+  device.now -= kSecond;
+  EXPECT_EQ(device->LatestValue(1), 30) << "the clock was set back";
   device.now += kSecond;
   EXPECT_TRUE(device->HostGone());
   device.now -= kSecond;
-  EXPECT_TRUE(device->HostGone()) << "for good";
-  EXPECT_FALSE(device->GetData(1, kEngineeringUnits));
+  EXPECT_FALSE(device->GetData(1, kEngineeringUnits)) << "gone for good";
 }
 
 TEST_F(Recording, LoopGoesByTheClockAlone) {
@@ -75,26 +70,21 @@ TEST_F(Recording, LoopGoesByTheClockAlone) {
   EXPECT_EQ(device->Name(), Text("a.csv", "?loop&rate=10"));
   EXPECT_THAT(device.Values(0, 4), ElementsAre(5, 1, 2, 3)) << "before time 0";
   EXPECT_EQ(device->ScansSince(-1, 9).scans, 0U);
-  // A round begins with every half second.
-  device.now = kNow / kSecond * kSecond + 3 * (kSecond / 10);
+  device.now = 10000 * kSecond + 3 * (kSecond / 10);  // a round begins with every half second
   EXPECT_THAT(device.Values(0, 12), ElementsAre(3, 4, 5, 1, 2, 3, 4, 5, 1, 2, 3, 4));
-  EXPECT_EQ(device->ScansSince(0, 9).first, kNow / kSecond * 10 + 3 - 65535);
+  EXPECT_EQ(device->ScansSince(0, 9).first, 100003 - 65535);
   EXPECT_FALSE(device->HostGone());
 }
 
-TEST_F(Recording, EveryProcessThatOpensTheTextOfAnotherIsInStep) {
+TEST_F(Recording, WhoeverOpensTheTextOfAnotherIsInStep) {
   std::string lines;
   for (int i = 0; i < 100000; ++i) lines += std::to_string(i) + "\n";
   Write("ramp.csv", lines);
-  for (const char* options : {"?rate=359.7", "?loop&rate=48000", "?rate=1000&start=1732312300"}) {
+  for (const char* options : {"?rate=48000", "?loop&rate=48000"}) {
     RunningDevice first(Text("ramp.csv", options));
-    RunningDevice second(first->Name(), kNow + 1'234'567'891);  // of a group, it starts later
-    EXPECT_EQ(second->Name(), first->Name());
-    for (int tick = 0; tick < 20; ++tick) {
-      first.now = second.now += 200'000'003;
-      ASSERT_EQ(first->LatestValue(0), second->LatestValue(0)) << options;
-      ASSERT_EQ(first.Values(0, 500), second.Values(0, 500)) << options;
-    }
+    RunningDevice second(first->Name(), kNow + kSecond / 3);
+    first.now = second.now += 200'000'003;
+    EXPECT_EQ(first.Values(0, 500), second.Values(0, 500)) << options;
   }
 }
 
@@ -130,7 +120,7 @@ TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
   EXPECT_EQ(name(folder_ / "100%.csv" + "?loop"), Text("100%25.csv", "?loop"));
   EXPECT_THAT(name(folder_ / "what?.csv"), HasSubstr("/what%3F.csv?start="));
   const auto here = std::filesystem::relative(folder_ / "run 1.csv").string();
-  EXPECT_EQ(name(here + "?loop"), Text("run%201.csv", "?loop"));
+  EXPECT_THAT(name(here), testing::StartsWith("FI64:/"));
 }
 
 TEST_F(Recording, RefusesWithPathAndReason) {
@@ -139,25 +129,24 @@ TEST_F(Recording, RefusesWithPathAndReason) {
   Write("fake.wav", "RIFFxxxxWAVEjunk");
   Write("quote.csv", "1,2\n\"3," + std::string(3'000'000, 'x'));
   Write("torn.csv", "1,2");
-  const std::pair<std::string, std::vector<const char*>> rows[] = {
-      {Text("missing.csv"), {"missing.csv", "No such file"}},
-      {Text(""), {"no regular file"}},
-      {"FI64", {"path"}},
-      {Text("text.csv"), {"text.csv", "no column of numbers"}},
-      {Text("torn.csv", "?follow"), {"torn.csv", "yet"}},
-      {Text("fake.wav"), {"fake.wav", "sound"}},
-      {Text("fake.wav", "?follow"), {"fake.wav", "cannot be followed"}},
-      {Text("quote.csv"), {"quote.csv", "mebibyte"}},
-      {Text("good.csv", "?loop=2"), {"loop", "'2'"}},
-      {Text("good.csv", "?range=3..1"), {"range=3..1", "LO..HI"}},
-      {Text("good.csv", "?range=1..1"), {"range=1..1"}},
-      {Text("good.csv", "?range=1"), {"range=1 "}},
-      {Text("good.csv", "?lop"), {"'lop'", "loop"}},
-      {Text("good.csv", "?follow&loop"), {"followed"}},
+  const std::pair<std::string, const char*> rows[] = {
+      {Text("missing.csv"), "missing.csv' cannot be opened: No such file"},
+      {Text(""), "/' cannot be read: it is no regular file"},
+      {"FI64", "path of its file"},
+      {Text("text.csv"), "text.csv' has no column of numbers;"},
+      {Text("torn.csv", "?follow"), "torn.csv' has no column of numbers yet"},
+      {Text("fake.wav"), "fake.wav' cannot be read as a sound file: "},
+      {Text("fake.wav", "?follow"), "fake.wav' is a sound file, which cannot be followed"},
+      {Text("quote.csv"), "quote.csv' cannot be read: a field is longer than a mebibyte"},
+      {Text("good.csv", "?loop=2"), "loop takes no value, but has '2'"},
+      {Text("good.csv", "?range=3..1"), "range=3..1 is not LO..HI"},
+      {Text("good.csv", "?range=1..1"), "range=1..1 is not LO..HI"},
+      {Text("good.csv", "?range=1"), "range=1 is not LO..HI"},
+      {Text("good.csv", "?lop"), "no option 'lop'; it knows follow, loop,"},
+      {Text("good.csv", "?follow&loop"), "followed has no loop"},
   };
-  for (const auto& [text, parts] : rows) {
-    const std::string message = test::Refusal([&, path = text] { OpenDevice(path); });
-    for (const char* part : parts) EXPECT_THAT(message, HasSubstr(part)) << text;
+  for (const auto& [text, part] : rows) {
+    EXPECT_THAT(test::Refusal([&, path = text] { OpenDevice(path); }), HasSubstr(part));
   }
 }
 
@@ -167,15 +156,14 @@ TEST_F(Recording, FollowsWhatARecorderAppends) {
   EXPECT_EQ(device->SampleRate(), 10);
   EXPECT_THAT(device.Values(0, 2), ElementsAre(1, 2));
   EXPECT_FALSE(device->GetData(3, kEngineeringUnits));
-  Append("a.csv", "0.2,3\n0.3,4");  // torn
+  Append("0.2,3\n0.3,4");  // torn
   EXPECT_THAT(device.Values(0, 3), ElementsAre(1, 2, 3));
-  Append("a.csv", "5.5");
+  Append("5.5");
   EXPECT_EQ(device->LatestValue(0), 3);
-  Append("a.csv", "\n0.4,\n");  // an empty field repeats
+  Append("\n0.4,\n");  // an empty field repeats
   EXPECT_THAT(device.Values(0, 3), ElementsAre(3, 45.5, 45.5));
   EXPECT_FALSE(device->HostGone());
   EXPECT_EQ(device->ScansSince(3, 10).scans, 2U);
-  EXPECT_EQ(device->ScansSince(5, 10).scans, 0U);
 }
 
 TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
@@ -185,7 +173,7 @@ TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
   EXPECT_EQ(device->Channels()[0].high, 5);
   EXPECT_EQ(device->Channels()[1].high, 100);
   const double factor = device->Channels()[0].factor;
-  Append("a.csv", "7,0\n");
+  Append("7,0\n");
   EXPECT_THAT(device.Values(0, 1), ElementsAre(7));
   EXPECT_THAT(device.Values(0, 1, kRawWords), ElementsAre(32767));
   EXPECT_EQ(device->Channels()[0].high, 7);
@@ -199,9 +187,9 @@ TEST_F(Recording, FollowReadsAndKeepsOnlyTheEndOfALongFile) {
   for (int i = 100'000; i < 400'000; ++i) lines += std::to_string(i) + "," + filler + "\n";
   Write("a.csv", lines);
   const RunningDevice device(Text("a.csv", "?follow&rate=1"));
-  Append("a.csv", "400000,\n");
-  std::vector<double> expected;
-  for (int i = 400'000 - 32766; i <= 400'000; ++i) expected.push_back(i);
+  Append("400000,\n");
+  std::vector<double> expected(32767);
+  std::iota(expected.begin(), expected.end(), 400'000 - 32766);
   EXPECT_EQ(device.Values(0, 32767), expected);
   EXPECT_LT(device->ScansSince(-1, 1).first, 200'000);  // counted from the first line that was read
   EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);
@@ -209,23 +197,17 @@ TEST_F(Recording, FollowReadsAndKeepsOnlyTheEndOfALongFile) {
 
 TEST_F(Recording, EndsWhenTheFileIsNoLongerTheSame) {
   const std::string start = "A\n1\n2\n3\n";
-  const std::pair<const char*, std::function<void(const std::string&)>> rows[] = {
-      {"deleted", [](const std::string& path) { std::filesystem::remove(path); }},
-      {"truncated", [](const std::string& path) { WriteBytes(path, ""); }},
-      {"replaced",
-       [](const std::string& path) {
-         WriteBytes(path + "x", "A\n1\n2\n3\n4\n");
-         std::filesystem::rename(path + "x", path);
-       }},
-      {"rewritten longer", [](const std::string& path) { WriteBytes(path, "A\n9\n8\n7\n6\n"); }},
-  };
   for (const std::string options : {"?follow", "?loop"}) {
-    for (const auto& [name, change] : rows) {
-      SCOPED_TRACE(options + ' ' + name);
+    for (const std::string change : {"deleted", "truncated", "replaced", "rewritten"}) {
+      SCOPED_TRACE(options + ' ' + change);
       Write("a.csv", start);
       const RunningDevice device(Text("a.csv", options));
       EXPECT_FALSE(device->HostGone());
-      change(folder_ / "a.csv");
+      if (change == "deleted") std::filesystem::remove(folder_ / "a.csv");
+      if (change == "truncated") Write("a.csv", "");
+      if (change == "rewritten") Write("a.csv", "A\n9\n8\n7\n6\n");
+      Write("b.csv", start + "4\n");
+      if (change == "replaced") std::filesystem::rename(folder_ / "b.csv", folder_ / "a.csv");
       // A replay has read everything; a reader that follows meets the change at once.
       EXPECT_EQ(device->GetData(1, kEngineeringUnits).has_value(), options == "?loop");
       EXPECT_TRUE(device->HostGone());
@@ -257,49 +239,24 @@ std::string Wave(std::uint32_t format, std::uint32_t channels, std::uint32_t byt
 }
 
 TEST_F(Recording, ReplaysSoundOfEveryDepth) {
+  Write("two.wav", Wave(1, 2, 2, {7, 0x1234, 7, 0x8000}));
+  const RunningDevice two(Text("two.wav", "?start=0"), kSecond / 4);
+  EXPECT_EQ(two->SampleRate(), 4);
+  EXPECT_THAT(two.Values(1, 2), ElementsAre(0x1234 / 32768.0, -1));
+  EXPECT_THAT(two.Values(1, 2, kRawWords), ElementsAre(0x1234, -32768));
+
+  Write("wide.wav", Wave(1, 1, 3, {0x400000, 0x800000, 1}));
+  const RunningDevice wide(Text("wide.wav", "?start=0"), kSecond / 2);
+  EXPECT_THAT(wide.Values(0, 3), ElementsAre(0.5, -1, 0x1p-23));
+
+  // The range is full scale; floats go beyond it, and what is no number repeats.
   const auto bits = [](float number) { return std::bit_cast<std::uint32_t>(number); };
-  struct Row {
-    const char* name;
-    std::string bytes;
-    const char* options;
-    std::vector<double> values;  // of the last channel
-    std::vector<double> words;
-    double low, high;
-  };
-  const Row rows[] = {
-      {"16 bit, 2 channels, cut short",
-       Wave(1, 2, 2, {7, 0x1234, 7, 0x7FFF, 7, 0x8000}),
-       "",
-       {0x1234 / 32768.0, 32767 / 32768.0, -1},
-       {0x1234, 32767, -32768},
-       -1,
-       1},
-      {"24 bit",
-       Wave(1, 1, 3, {0x400000, 0x800000, 1}),
-       "",
-       {0.5, -1, 0x1p-23},
-       {16384, -32768, 0},
-       -1,
-       1},
-      {"range is full scale, and encloses floats; no number repeats",
-       Wave(3, 1, 4, {bits(0.5F), bits(-2), bits(NAN)}),
-       "&range=0..10",
-       {7.5, -5, -5},
-       {8192, -32768, -32768},
-       -5,
-       15},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    Write("a.wav", row.bytes);
-    const RunningDevice device(Text("a.wav", std::string("?start=0") + row.options), kSecond / 2);
-    EXPECT_EQ(device->SampleRate(), 4);
-    const std::size_t last = device->Channels().size() - 1;
-    EXPECT_EQ(device.Values(last, 3), row.values);
-    EXPECT_EQ(device.Values(last, 3, kRawWords), row.words);
-    EXPECT_EQ(device->Channels()[last].low, row.low);
-    EXPECT_EQ(device->Channels()[last].high, row.high);
-  }
+  Write("float.wav", Wave(3, 1, 4, {bits(0.5F), bits(-2), bits(NAN)}));
+  const RunningDevice floats(Text("float.wav", "?start=0&range=0..10"), kSecond / 2);
+  EXPECT_THAT(floats.Values(0, 3), ElementsAre(7.5, -5, -5));
+  EXPECT_THAT(floats.Values(0, 3, kRawWords), ElementsAre(8192, -32768, -32768));
+  EXPECT_EQ(floats->Channels()[0].low, -5);
+  EXPECT_EQ(floats->Channels()[0].high, 15);
 }
 
 }  // namespace
