@@ -14,7 +14,7 @@ bool GuardedFetch(Telvix1& telvix, std::int32_t count, std::int32_t mode,
   }
   try {
     std::optional<Block> block = telvix.GetData(static_cast<std::int16_t>(count), mode);
-    if (block && (count < 0 || block->Samples() < static_cast<std::size_t>(count))) return false;
+    if (block && block->Samples() < static_cast<std::size_t>(count)) return false;
     into = std::move(block);
     return true;
   } catch (const std::exception&) {

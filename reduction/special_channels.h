@@ -1,4 +1,4 @@
-// Texts of digital inputs and counters, from one raw sample word. No picture, no unit, no limits.
+// What the label of a digital input or a counter shows, from one raw sample word.
 #pragma once
 
 #include <cstdint>

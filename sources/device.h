@@ -22,6 +22,8 @@ struct ChannelInfo {
   double high = 0;
   double factor = 1;  ///< `unit` per word step
   double offset = 0;  ///< `unit` at word 0
+
+  bool operator==(const ChannelInfo&) const = default;
 };
 
 /// Every operation runs on one thread and may throw SourceError. Indices, counts and modes are in

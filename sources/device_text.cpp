@@ -27,6 +27,31 @@ std::string DecodedOrThrow(std::string_view text) {
   return *std::move(decoded);
 }
 
+/// Encodes what would break a device text; everything else stays as it is.
+std::string PercentEncoded(std::string_view text) {
+  constexpr std::string_view kHex = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&') {
+      const auto byte = static_cast<unsigned char>(c);
+      encoded += {'%', kHex[byte >> 4U], kHex[byte & 15U]};
+    } else {
+      encoded += c;
+    }
+  }
+  return encoded;
+}
+
+/// `LO..HI`; nothing for anything else.
+std::optional<Range> RangeFromText(std::string_view text) {
+  const std::size_t dots = text.find("..");
+  if (dots == std::string_view::npos) return std::nullopt;
+  const std::optional<double> low = WholeNumber(text.substr(0, dots));
+  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
+  if (!low || !high || *low >= *high) return std::nullopt;
+  return Range{.low = *low, .high = *high};
+}
+
 }  // namespace
 
 bool LooksLikeDeviceText(std::string_view text) {
@@ -69,20 +94,6 @@ std::string FullText(const DeviceText& device) {
     separator = '&';
   }
   return text;
-}
-
-std::string PercentEncoded(std::string_view text) {
-  constexpr std::string_view kHex = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : text) {
-    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&') {
-      const auto byte = static_cast<unsigned char>(c);
-      encoded += {'%', kHex[byte >> 4U], kHex[byte & 15U]};
-    } else {
-      encoded += c;
-    }
-  }
-  return encoded;
 }
 
 std::optional<std::string> PercentDecoded(std::string_view text) {
@@ -144,15 +155,6 @@ std::optional<double> TakeNumber(DeviceText& device, std::string_view name, doub
                       ".");
   }
   return number;
-}
-
-std::optional<Range> RangeFromText(std::string_view text) {
-  const std::size_t dots = text.find("..");
-  if (dots == std::string_view::npos) return std::nullopt;
-  const std::optional<double> low = WholeNumber(text.substr(0, dots));
-  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
-  if (!low || !high || *low >= *high) return std::nullopt;
-  return Range{.low = *low, .high = *high};
 }
 
 std::optional<Range> TakeRange(DeviceText& device, std::string_view name) {

@@ -40,9 +40,6 @@ DeviceText ParseRest(std::string_view kind, int model, std::string_view text);
 /// The full form of the parts. ParseDeviceText gives them back.
 std::string FullText(const DeviceText& device);
 
-/// Percent-encodes what would break a device text; everything else stays as it is.
-std::string PercentEncoded(std::string_view text);
-
 /// Nothing when a % is not followed by two hexadecimal digits or the result would hold a NUL.
 std::optional<std::string> PercentDecoded(std::string_view text);
 
@@ -60,11 +57,8 @@ std::optional<std::string> TakeOption(DeviceText& device, std::string_view name)
 std::optional<double> TakeNumber(DeviceText& device, std::string_view name, double low,
                                  double high);
 
-/// `LO..HI`, two numbers with the lower one first; nothing for anything else.
-std::optional<Range> RangeFromText(std::string_view text);
-
-/// Removes the option and gives its value as a range. Throws SourceError, with the option and what
-/// is allowed, when it is something else.
+/// Removes the option and gives its value `LO..HI`, two numbers with the lower one first. Throws
+/// SourceError, with the option and what is allowed, when it is something else.
 std::optional<Range> TakeRange(DeviceText& device, std::string_view name);
 
 /// Throws SourceError naming the first option that nobody took, and the `known` ones.

@@ -24,6 +24,11 @@ std::string_view AsText(std::span<const std::byte> payload) {
   return {reinterpret_cast<const char*>(payload.data()), payload.size()};
 }
 
+/// True when values under the labels of `a` stand for the same under those of `b`.
+bool SameList(const HostInfo& a, const HostInfo& b) {
+  return a.rate == b.rate && a.channels == b.channels;
+}
+
 }  // namespace
 
 void MqttFeed::OnConnected(Time now) {
@@ -55,11 +60,11 @@ void MqttFeed::OnInfo(std::span<const std::byte> payload) {
     return;
   }
   info_fault_.clear();
-  if (fixed_ && !SameChannels(*info_, *info)) {
+  if (fixed_ && !SameList(*info_, *info)) {
     other_list_ = true;
     return;
   }
-  if (info_ && info_->epoch == info->epoch && SameChannels(*info_, *info)) return;
+  if (info_ && info_->epoch == info->epoch && SameList(*info_, *info)) return;
   info_ = std::move(info);
   BeginEpoch();
 }

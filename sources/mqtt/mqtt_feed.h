@@ -1,6 +1,5 @@
 // What a meter makes of the messages of its host: the channel list, the newest scans, whether they
-// are fresh and whether the host is gone. No network, no thread and no clock of its own: messages
-// and times are handed in.
+// are fresh and whether the host is gone. Messages and times are handed in.
 //
 // The rules:
 // - The list of the info that the device was opened with is fixed. A later info with the same list
@@ -62,7 +61,6 @@ class MqttFeed {
   [[nodiscard]] const std::string& InfoFault() const { return info_fault_; }
   [[nodiscard]] bool HostGone(Time now) const;
 
-  [[nodiscard]] bool Fresh(Time now) const;
   /// See Device::GetData.
   std::optional<Block> GetData(std::size_t count, std::int32_t mode, Time now);
   [[nodiscard]] RawScans Since(std::int64_t next, std::size_t limit) const;
@@ -75,6 +73,7 @@ class MqttFeed {
   void OnState(std::span<const std::byte> payload, bool retained, Time now);
   void OnScan(std::span<const std::byte> payload, bool retained, Time now);
   void BeginEpoch();
+  [[nodiscard]] bool Fresh(Time now) const;
 
   std::chrono::milliseconds timeout_;
   bool fixed_ = false;

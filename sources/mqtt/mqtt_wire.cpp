@@ -15,6 +15,8 @@ namespace {
 using nlohmann::json;
 
 constexpr std::uint32_t kMagic = 0x01585654;  // "TVX" 1
+constexpr std::size_t kScanHeaderBytes = 32;
+constexpr std::size_t kMaxInfoBytes = 1 << 20;
 constexpr std::size_t kMaxText = 256;
 constexpr double kMaxRate = 1e9;
 
@@ -197,14 +199,6 @@ std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload) {
     return std::nullopt;
   }
   return block;
-}
-
-bool SameChannels(const HostInfo& a, const HostInfo& b) {
-  const auto same = [](const ChannelInfo& x, const ChannelInfo& y) {
-    return x.number == y.number && x.name == y.name && x.unit == y.unit && x.low == y.low &&
-           x.high == y.high && x.factor == y.factor && x.offset == y.offset;
-  };
-  return a.rate == b.rate && std::ranges::equal(a.channels, b.channels, same);
 }
 
 }  // namespace vantoscope

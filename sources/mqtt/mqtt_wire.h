@@ -35,8 +35,6 @@ namespace vantoscope {
 
 inline constexpr std::size_t kMaxWireChannels = 1024;
 inline constexpr std::size_t kMaxWireScans = 65535;
-inline constexpr std::size_t kScanHeaderBytes = 32;
-inline constexpr std::size_t kMaxInfoBytes = 1 << 20;
 
 struct HostInfo {
   std::uint64_t epoch = 0;
@@ -75,9 +73,5 @@ std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, 
                                    std::int64_t taken_us);
 /// Nothing unless every field is in range and the length is exactly what the header says.
 std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload);
-
-/// True when values under the labels of `a` stand for the same under those of `b`: same rate and
-/// same channels in the same order, with equal ranges and factors.
-bool SameChannels(const HostInfo& a, const HostInfo& b);
 
 }  // namespace vantoscope

@@ -81,12 +81,12 @@ RawScans ScanRing::Since(std::int64_t next, std::size_t limit) const {
 std::optional<Block> ScanRing::Newest(std::size_t count, std::int32_t mode,
                                       const std::vector<ChannelInfo>& channels) const {
   if (count > size_) return std::nullopt;
-  const std::vector<WordScale> scales(channels.begin(), channels.end());
   Block block(channels_, count);
   for (std::size_t sample = 0; sample < count; ++sample) {
     const auto words = Scan(size_ - count + sample);
     for (std::size_t channel = 0; channel < channels_; ++channel) {
-      block(channel, sample) = mode == kRawWords ? words[channel] : scales[channel](words[channel]);
+      const std::int16_t word = words[channel];
+      block(channel, sample) = mode == kRawWords ? word : WordScale(channels[channel])(word);
     }
   }
   return block;

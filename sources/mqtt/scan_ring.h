@@ -1,5 +1,5 @@
 // The newest consecutive scans of a device, as raw words. Never holds a gap: scans that do not join
-// the ones held begin anew. Not thread-safe; it has no clock.
+// the ones held begin anew. Not thread-safe.
 #pragma once
 
 #include <cstddef>
@@ -31,12 +31,8 @@ class ScanRing {
   /// Makes room for `capacity` scans; never shrinks.
   void Reserve(std::size_t capacity);
 
-  [[nodiscard]] std::size_t Size() const { return size_; }
-  [[nodiscard]] std::size_t Capacity() const { return capacity_; }
   /// Index behind the newest scan; 0 while empty.
   [[nodiscard]] std::int64_t Next() const { return next_; }
-  /// The words of one scan, by its place among those held: 0 is the oldest.
-  [[nodiscard]] std::span<const std::int16_t> Scan(std::size_t place) const;
 
   /// See Device::ScansSince.
   [[nodiscard]] RawScans Since(std::int64_t next, std::size_t limit) const;
@@ -45,6 +41,9 @@ class ScanRing {
                                             const std::vector<ChannelInfo>& channels) const;
 
  private:
+  /// The words of one scan, by its place among those held: 0 is the oldest.
+  [[nodiscard]] std::span<const std::int16_t> Scan(std::size_t place) const;
+
   std::size_t channels_;
   std::size_t capacity_;
   std::size_t size_ = 0;

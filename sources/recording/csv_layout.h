@@ -1,5 +1,5 @@
-// What the columns of a CSV recording are: separator, header, channels, times. Found once, from the
-// first lines; nothing here reads a file or keeps samples.
+// What the columns of a CSV recording are: separator, header, channels, times; found once, from the
+// first lines. And what a field means as a number or a time.
 #pragma once
 
 #include <cstddef>

@@ -118,25 +118,21 @@ TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
 }
 
 TEST_F(MqttFeedTest, AnotherListIsAnotherHost) {
-  const std::pair<const char*, std::function<void(HostInfo&)>> rows[] = {
-      {"fewer channels", [](HostInfo& i) { i.channels.pop_back(); }},
-      {"more channels", [](HostInfo& i) { i.channels.push_back({}); }},
-      {"other order", [](HostInfo& i) { std::swap(i.channels[0], i.channels[1]); }},
-      {"other number", [](HostInfo& i) { i.channels[0].number = 3; }},
-      {"other factor", [](HostInfo& i) { i.channels[1].factor = 2; }},
-      {"other unit", [](HostInfo& i) { i.channels[1].unit += "2"; }},
-      {"other rate", [](HostInfo& i) { i.rate = 50; }},
+  const std::function<void(HostInfo&)> changes[] = {
+      [](HostInfo& info) { info.channels.pop_back(); },
+      [](HostInfo& info) { info.channels[1].offset = 2; },
+      [](HostInfo& info) { info.rate = 50; },
   };
-  for (const auto& [name, change] : rows) {
+  for (const auto& change : changes) {
     for (const std::uint64_t epoch : {kEpoch, std::uint64_t{0xdef}}) {
       Open();
       Scans(0, 1);
       HostInfo other = MakeInfo(epoch);
       change(other);
       Info(other);
-      EXPECT_TRUE(feed_->HostGone(now_)) << name;
+      EXPECT_TRUE(feed_->HostGone(now_));
       Scans(50, 1, epoch);
-      EXPECT_EQ(Newest(), 0) << name;
+      EXPECT_EQ(Newest(), 0);
     }
   }
 }
