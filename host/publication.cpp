@@ -21,7 +21,6 @@ void Publication::OnConnected(Time now) {
   phase_ = Phase::kLooking;
   look_until_ = now + kLook;
   said_waiting_ = false;
-  own_info_seen_ = false;
 }
 
 void Publication::OnLost() {

@@ -12,16 +12,14 @@ bool ScanAssembly::AllSeen() const {
 
 void ScanAssembly::Begin(std::vector<std::size_t> list, Time now) {
   list_ = std::move(list);
-  for (Signal& signal : signals_) signal.listed = false;
-  for (const std::size_t signal : list_) signals_[signal].listed = true;
   ring_.emplace(list_.size(), kHeldScans);
   begin_ = now;
   if (!hold_rate_) AppendWhole();
 }
 
 void ScanAssembly::Take(std::size_t signal, std::span<const std::int16_t> words, Time now) {
+  if (words.empty()) return;
   Signal& to = signals_[signal];
-  if (!to.listed || words.empty()) return;
   to.last = words.back();
   last_word_ = now;
   if (hold_rate_) return;

@@ -35,8 +35,8 @@ class ScanAssembly {
   /// Whether the signal has given a word.
   [[nodiscard]] bool Seen(std::size_t signal) const { return signals_[signal].last.has_value(); }
   [[nodiscard]] bool AllSeen() const;
-  /// The scans begin: they are of the signals in `list`, in this order; the others are passed over
-  /// from now on. Once, and every signal of the list has been seen.
+  /// The scans begin, of the signals in `list`, in this order. Once; every one of them has been
+  /// seen.
   void Begin(std::vector<std::size_t> list, Time now);
 
   /// The next words of a signal.
@@ -46,7 +46,6 @@ class ScanAssembly {
 
  private:
   struct Signal {
-    bool listed = true;
     std::optional<std::int16_t> last;
     std::deque<std::int16_t> waiting;
   };

@@ -2,93 +2,81 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 namespace vantoscope {
 namespace {
 
-using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-constexpr std::uint64_t kOwn = 0xaaaa;
-constexpr std::uint64_t kOther = 0xbbbb;
-
-class PublicationTest : public testing::Test {
- protected:
-  static HostInfo MakeInfo(std::uint64_t epoch) {
-    return {.epoch = epoch, .device = "SM64", .rate = 10, .channels = {{}}};
-  }
-  void Text(const char* leaf, const std::string& text, bool retained) {
-    host_.OnMessage(leaf, std::as_bytes(std::span(text)), retained, now_);
-  }
-  void Info(std::uint64_t epoch, bool retained = false) {
-    Text("info", EncodeInfo(MakeInfo(epoch)), retained);
-  }
-  void State(bool open, std::uint64_t epoch, bool retained = false) {
-    Text("state", EncodeState({open, epoch}), retained);
-  }
-  /// What was sent since the last call: leaves, and states in words.
-  std::vector<std::string> Sent() { return std::exchange(sent_, {}); }
-  void After(std::chrono::milliseconds time) { host_.OnTime(now_ += time); }
-
-  Publication::Time now_{};
-  std::vector<std::string> sent_;
-  Publication host_{
-      MakeInfo(kOwn),
-      [this](std::string_view leaf, std::span<const std::byte> payload, int) {
+/// Plays a script and tells what was sent: after each "/", during the time step that it stands for.
+/// A number is a time step in milliseconds; `up` and `down` are the connection, `end` is the end.
+/// Messages are open, closed, info and scan: with a capital of another host, with * retained.
+std::string Play(const std::string& script) {
+  const auto info_of = [](std::uint64_t epoch) {
+    return HostInfo{.epoch = epoch, .device = "SM64", .rate = 10, .channels = {{}}};
+  };
+  std::string sent;
+  Publication host(
+      info_of(0xaaaa),
+      [&](std::string_view leaf, std::span<const std::byte> payload, int) {
         const std::string text(reinterpret_cast<const char*>(payload.data()), payload.size());
-        sent_.push_back(leaf == "state" ? text.substr(0, text.find(' ')) : std::string(leaf));
+        sent += ' ' + (leaf == "state" ? text.substr(0, text.find(' ')) : std::string(leaf));
       },
-      [](const std::string&) {}};
-};
-
-TEST_F(PublicationTest, BeginsAfterALookAndEndsClosed) {
-  After(10s);
-  EXPECT_FALSE(host_.Publishing()) << "not connected";
-  host_.OnConnected(now_);
-  Info(kOther, true);
-  State(false, kOther, true);
-  After(300ms);
-  EXPECT_THAT(Sent(), IsEmpty());
-  After(100ms);
-  EXPECT_THAT(Sent(), ElementsAre("info", "open"));
-  host_.SendScans({0, 1, {5}}, 0);
-  EXPECT_THAT(Sent(), ElementsAre("scan"));
-  After(999ms);
-  EXPECT_THAT(Sent(), IsEmpty());
-  After(1ms);
-  EXPECT_THAT(Sent(), ElementsAre("open")) << "a sign of life";
-  host_.Close();
-  State(false, kOwn);  // its own word comes back
-  After(5s);
-  EXPECT_THAT(Sent(), ElementsAre("closed"));
+      [](const std::string&) {});
+  Publication::Time now{};
+  std::istringstream words(script);
+  for (std::string word; words >> word;) {
+    const bool retained = word.ends_with('*');
+    if (retained) word.pop_back();
+    const std::uint64_t epoch = std::isupper(word[0]) ? 0xbbbb : 0xaaaa;
+    word[0] = static_cast<char>(std::tolower(word[0]));
+    const auto message = [&](const std::string& payload) {
+      host.OnMessage(word == "info" ? word : "state", std::as_bytes(std::span(payload)), retained,
+                     now);
+    };
+    if (word == "up") {
+      host.OnConnected(now);
+    } else if (word == "down") {
+      host.OnLost();
+    } else if (word == "end") {
+      host.Close();
+    } else if (word == "info") {
+      message(EncodeInfo(info_of(epoch)));
+    } else if (word == "open" || word == "closed") {
+      message(EncodeState({word == "open", epoch}));
+    } else if (word == "scan") {
+      host.OnMessage(word, EncodeScans({0, 1, {5}}, 1, epoch, 0), retained, now);
+    } else {
+      sent += " /";
+      host.OnTime(now += std::chrono::milliseconds(std::stoi(word)));
+    }
+  }
+  return sent;
 }
 
-TEST_F(PublicationTest, LeavesAHostAloneThatGivesASign) {
-  host_.OnConnected(now_);
-  State(true, kOther, true);
-  After(2s);
-  State(true, kOther);
-  EXPECT_TRUE(host_.Over());
-  After(5s);
-  EXPECT_THAT(Sent(), IsEmpty());
-}
-
-TEST_F(PublicationTest, AnInfoBeforeItsOwnWasEarlier) {
-  host_.OnConnected(now_);
-  After(400ms);
-  Info(kOther);
-  Info(kOwn);
-  EXPECT_TRUE(host_.Publishing());
-}
-
-TEST_F(PublicationTest, SaysOpenAgainOverAFarewell) {
-  host_.OnConnected(now_);
-  After(400ms);
-  Info(kOwn);  // comes back from the broker
-  Sent();
-  State(false, kOwn);  // the will of a connection that the broker thought dead
-  State(false, kOther);
-  EXPECT_THAT(Sent(), ElementsAre("open", "open"));
+TEST(Publication, HasItsRootToItself) {
+  struct Row {
+    const char* name;
+    const char* script;
+    const char* sent;
+  };
+  const Row rows[] = {
+      {"not connected", "5000 end", " /"},
+      {"a look, signs of life, closed", "up 399 1 999 1 end 5000",
+       " / / info open / / open closed /"},
+      {"what a former host left", "up Info* Closed* Scan* Closed 400", " / info open"},
+      {"what it left itself", "up open scan 400", " / info open"},
+      {"another is at work, by its state", "up Open 5000 end", " /"},
+      {"another is at work, by its scans", "up Scan 5000", " /"},
+      {"another crashed", "up Open* 300 Open* 3099 1", " / / / info open"},
+      {"another seemed to have crashed", "up Open* 3000 Open 5000 down up 5000", " / / /"},
+      {"another came earlier", "up 400 Info info 999 1", " / info open / / open"},
+      {"another came later", "up 400 info Info 5000 end", " / info open /"},
+      {"farewells over its own word", "up 400 info closed Closed open Open",
+       " / info open open open"},
+      {"connection lost", "up 400 info down 5000 up 400 Info 1000",
+       " / info open / / info open / open"},
+  };
+  for (const Row& row : rows) EXPECT_EQ(Play(row.script), row.sent) << row.name;
 }
 
 }  // namespace

@@ -1,0 +1,115 @@
+// An instrument of libsigrok: its text, and scans out of the packets that it sends.
+#include <gmock/gmock.h>
+
+#include "host/scan_assembly.h"
+#include "host/sigrok_device.h"
+#include "host/sigrok_words.h"
+#include "sources/channel_words.h"
+#include "tests/support/refusal.h"
+
+namespace vantoscope {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Each;
+using testing::ElementsAre;
+using Words = std::vector<std::int16_t>;
+
+TEST(SigrokSettings, TellOursFromThoseOfTheLibrary) {
+  SigrokSettings expected;
+  expected.driver = "some-dmm";
+  expected.rate = 0.01;
+  expected.range = Range{.low = -0.5, .high = 1e3};
+  expected.conn = "/dev/tty:1";
+  expected.serialcomm = "9600/8n1";
+  expected.instrument = {{"samplerate", "20k"}, {"averaging", ""}};
+  EXPECT_EQ(ParseSigrokSettings("sigrok:some-dmm:samplerate=20k:range=-0.5..1e3:rate=0.01:"
+                                "serialcomm=9600/8n1:conn=/dev/tty%3A1:averaging"),
+            expected);
+  EXPECT_EQ(ParseSigrokSettings("sigrok:demo:rate=1000000").rate, 1e6);
+  for (const char* wrong : {"rate=0.009", "rate=1000001", "range=5", "range=5..5"}) {
+    EXPECT_THROW(ParseSigrokSettings(std::string("sigrok:demo:") + wrong), SourceError) << wrong;
+  }
+}
+
+TEST(SigrokWords, AreStepsFromTheMiddleOfTheRangeAndBytesFromBit8) {
+  ChannelInfo channel;
+  SpreadAroundMiddle(channel, {.low = -1, .high = 3}, kSigrokSteps);
+  const std::vector<float> values{9, 3, 9, 1.75, 9, 1, 9, -1, 9, INFINITY, 9, -INFINITY, 9, NAN};
+  EXPECT_THAT(AnalogWords(values, 2, 1, channel),
+              ElementsAre(32767, 12288, 0, -32767, 32767, -32767, -32767));
+  const std::vector<std::uint8_t> samples{0x01, 0xff, 0x80, 0x12, 0x02};  // the last one is cut
+  EXPECT_THAT(LogicWords(samples, 2, 0), ElementsAre(0x0100, -0x8000, 0x0200));
+  EXPECT_THAT(LogicWords(samples, 2, 1), ElementsAre(-0x0100, 0x1200));
+}
+
+TEST(ScanAssembly, WaitsUntilEverySignalHasItsWord) {
+  const ScanAssembly::Time now{};
+  ScanAssembly scans(3, std::nullopt);
+  scans.Take(0, Words{1, 2, 3}, now);
+  scans.Take(1, Words{-9}, now);
+  scans.Take(2, {}, now);
+  EXPECT_FALSE(scans.AllSeen());
+  scans.Take(2, Words{10}, now);
+  EXPECT_TRUE(scans.AllSeen());
+  scans.Begin({2, 0}, now);
+  EXPECT_THAT(scans.Scans(now).Since(0, 9).words, ElementsAre(10, 1));
+  scans.Take(2, Words{20, 30, 40}, now);
+  scans.Take(1, Words{-8}, now);
+  EXPECT_THAT(scans.Scans(now).Since(0, 9).words, ElementsAre(10, 1, 20, 2, 30, 3));
+  scans.Take(0, Words{4}, now);
+  EXPECT_THAT(scans.Scans(now).Since(3, 9).words, ElementsAre(40, 4));
+}
+
+TEST(ScanAssembly, ASilentSignalStopsTheOthersFromTakingMemory) {
+  const ScanAssembly::Time now{};
+  ScanAssembly scans(2, std::nullopt);
+  scans.Begin({0, 1}, now);
+  for (const std::size_t signal : {0U, 0U, 0U, 1U, 1U, 1U}) {
+    scans.Take(signal, Words(ScanAssembly::kMostWaiting / 2), now);
+  }
+  EXPECT_EQ(scans.Scans(now).Next(), static_cast<std::int64_t>(ScanAssembly::kMostWaiting));
+}
+
+TEST(ScanAssembly, HoldsTheLastWordsForFiveSeconds) {
+  const ScanAssembly::Time begin{};
+  ScanAssembly scans(2, 10);
+  scans.Take(0, Words{1}, begin);
+  scans.Take(1, Words{0, 2}, begin);
+  scans.Begin({1, 0}, begin);
+  EXPECT_THAT(scans.Scans(begin).Since(0, 9).words, ElementsAre(2, 1)) << "scan 0 at once";
+  EXPECT_EQ(scans.Scans(begin + 199ms).Next(), 2);
+  scans.Take(0, Words{3}, begin + 199ms);
+  EXPECT_THAT(scans.Scans(begin + 201ms).Since(1, 9).words, ElementsAre(2, 1, 2, 3));
+  EXPECT_EQ(scans.Scans(begin + 5'199ms).Next(), 52);
+  EXPECT_EQ(scans.Scans(begin + 5'300ms).Next(), 52) << "silent for too long";
+}
+
+TEST(SigrokDevice, ReadsTheDemoInstrument) {
+  SigrokDevice device("sigrok:demo:rate=20000:range=-4..4");
+  EXPECT_EQ(device.SampleRate(), 20000);
+  std::vector<int> numbers;
+  for (const ChannelInfo& channel : device.Channels()) numbers.push_back(channel.number);
+  EXPECT_THAT(numbers, ElementsAre(1, 2, 3, 4, -1, 5));
+  EXPECT_EQ(device.Channels()[5].high, 4);
+  const auto too_late = std::chrono::steady_clock::now() + 5s;
+  while (!device.GetData(1000, kRawWords) && std::chrono::steady_clock::now() < too_late) {
+    std::this_thread::sleep_for(10ms);
+  }
+  const Block values = device.GetData(1000, kEngineeringUnits).value();
+  EXPECT_THAT(values.Channel(0), Each(testing::AnyOf(4, -4))) << "a square wave of 10 V, clipped";
+  EXPECT_THAT(values.Channel(4), testing::Contains(255));
+  EXPECT_THAT(values.Channel(4), Each(testing::Ge(0)));
+}
+
+TEST(SigrokDevice, SaysWhatTheLibraryDoesNotHave) {
+  const auto why = [](const std::string& text) {
+    return test::Refusal([&] { SigrokDevice device(text); });
+  };
+  EXPECT_EQ(why("sigrok:none"), "libsigrok has no driver 'none'.");
+  EXPECT_EQ(why("sigrok:demo:colour=red"), "libsigrok has no setting colour=red.");
+  EXPECT_EQ(why("sigrok:demo:samplerate=x"), "libsigrok has no setting samplerate=x.");
+}
+
+}  // namespace
+}  // namespace vantoscope
