@@ -20,6 +20,7 @@ std::unique_ptr<T, Free> Owned(T* reply) {
 // Fields of WM_NORMAL_HINTS, by the inter-client conventions.
 constexpr std::size_t kHintFlags = 0;
 constexpr std::size_t kHintGravity = 17;
+constexpr std::uint32_t kHasIncrement = 1U << 6;
 constexpr std::uint32_t kHasGravity = 1U << 9;
 constexpr std::uint32_t kHintLength = 18;
 
@@ -125,7 +126,19 @@ bool X11Window::PositionIsOuterCorner() {
          hints[kHintGravity] != XCB_GRAVITY_STATIC;
 }
 
+// Where the desktop is scaled the toolkit asks for sizes in steps of a whole logical pixel, and a
+// manager rounds to them.
+void X11Window::AllowEverySize() {
+  auto hints = Numbers(window_, "WM_NORMAL_HINTS", kHintLength);
+  if (hints.empty() || (hints[kHintFlags] & kHasIncrement) == 0) return;
+  hints[kHintFlags] &= ~kHasIncrement;
+  xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NORMAL_HINTS,
+                      XCB_ATOM_WM_SIZE_HINTS, 32, static_cast<std::uint32_t>(hints.size()),
+                      hints.data());
+}
+
 void X11Window::Place(const QRect& client, const QMargins& frame) {
+  AllowEverySize();
   const QPoint position = HasManager() && PositionIsOuterCorner()
                               ? client.topLeft() - QPoint(frame.left(), frame.top())
                               : client.topLeft();

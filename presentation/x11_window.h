@@ -43,6 +43,7 @@ class X11Window {
   /// `name` is a literal.
   xcb_atom_t Atom(std::string_view name);
   bool PositionIsOuterCorner();
+  void AllowEverySize();
 
   xcb_connection_t* connection_;
   xcb_window_t window_;
