@@ -111,15 +111,30 @@ bool X11Window::ButtonIsHeld() {
   return pointer && (pointer->mask & kAnyButton) != 0;
 }
 
-bool X11Window::PositionIsOuterCorner() {
+std::optional<xcb_size_hints_t> X11Window::SizeHints() {
   xcb_size_hints_t hints{};
   const auto cookie = xcb_icccm_get_wm_normal_hints(connection_, window_);
-  return xcb_icccm_get_wm_normal_hints_reply(connection_, cookie, &hints, nullptr) == 0 ||
-         (hints.flags & XCB_ICCCM_SIZE_HINT_P_WIN_GRAVITY) == 0 ||
-         hints.win_gravity != XCB_GRAVITY_STATIC;
+  if (xcb_icccm_get_wm_normal_hints_reply(connection_, cookie, &hints, nullptr) == 0) return {};
+  return hints;
+}
+
+bool X11Window::PositionIsOuterCorner() {
+  const auto hints = SizeHints();
+  return !hints || (hints->flags & XCB_ICCCM_SIZE_HINT_P_WIN_GRAVITY) == 0 ||
+         hints->win_gravity != XCB_GRAVITY_STATIC;
+}
+
+// Where the desktop is scaled the toolkit asks for sizes in steps of a whole logical pixel, and a
+// manager rounds to them.
+void X11Window::AllowEverySize() {
+  auto hints = SizeHints();
+  if (!hints || (hints->flags & XCB_ICCCM_SIZE_HINT_P_RESIZE_INC) == 0) return;
+  hints->flags &= ~static_cast<std::uint32_t>(XCB_ICCCM_SIZE_HINT_P_RESIZE_INC);
+  xcb_icccm_set_wm_normal_hints(connection_, window_, &*hints);
 }
 
 void X11Window::Place(const QRect& client, const QMargins& frame) {
+  AllowEverySize();
   const QPoint position = HasManager() && PositionIsOuterCorner()
                               ? client.topLeft() - QPoint(frame.left(), frame.top())
                               : client.topLeft();

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <xcb/xcb_ewmh.h>
+#include <xcb/xcb_icccm.h>
 
 #include <QMargins>
 #include <QRect>
@@ -41,7 +42,9 @@ class X11Window {
   X11Window(const xcb_ewmh_connection_t& ewmh, xcb_atom_t wm_state, xcb_window_t window);
   std::optional<xcb_window_t> ManagerNamedBy(xcb_window_t window);
   bool IsManaged();
+  std::optional<xcb_size_hints_t> SizeHints();
   bool PositionIsOuterCorner();
+  void AllowEverySize();
 
   xcb_ewmh_connection_t ewmh_;
   xcb_connection_t* connection_;

@@ -269,6 +269,11 @@ void Dialog::Wire() {
   connect(&Control<QPushButton>("Command5"), &QPushButton::clicked, this, &QDialog::reject);
   connect(&Control<QPushButton>("Command6"), &QPushButton::clicked, this,
           [] { OpenAddress(HelpPage()); });
+  for (const TextRow& row : kTexts) {
+    // A text that an assistive program puts in counts like one that is typed.
+    auto& text = Control<QLineEdit>(row.name);
+    connect(&text, &QLineEdit::textChanged, &text, [&text] { text.setModified(true); });
+  }
   for (const ColorRow& row : kColors) {
     connect(&Control<ColorButton>(row.button), &QPushButton::clicked, this,
             [this, &row] { PickColor(row.button, row.swatch, row.title); });
@@ -281,6 +286,7 @@ void Dialog::Fill(const DialogFields& fields) {
   for (const TextRow& row : kTexts) {
     auto& text = Control<QLineEdit>(row.name);
     text.setText(QString::fromStdString(fields.*row.field));
+    text.setModified(false);
     text.setCursorPosition(0);
   }
   for (const CheckRow& row : kChecks) Control<QCheckBox>(row.name).setChecked(fields.*row.field);

@@ -1,0 +1,66 @@
+"""A private broker on a loopback port and a Unix socket, with hosts that publish there and meters
+that show what they publish."""
+
+import contextlib
+import random
+import shutil
+import signal
+import socket
+
+from conftest import eventually, program
+
+ROOT = "lab/bench1"
+MOSQUITTO = shutil.which("mosquitto") or "/usr/sbin/mosquitto"
+
+
+class Network:
+    def __init__(self, desk, listener="allow_anonymous true", persistence="false"):
+        """`listener` is what the configuration says of the TCP listener."""
+        self.desk = desk
+        self.folder = desk.folder / f"broker{len(list(desk.folder.glob('broker*')))}"
+        self.folder.mkdir()
+        # Below those that the system hands out, so that no client can take it in a restart.
+        self._port = random.randrange(20000, 32000)
+        (self.folder / "mosquitto.conf").write_text(
+            f"per_listener_settings true\nuser root\npersistence {persistence}\n"
+            f"persistence_location {self.folder}/\nlistener {self._port} 127.0.0.1\n{listener}\n"
+            f"listener 0 {self.folder}/socket\nallow_anonymous true\n")
+        self.tcp = f"127.0.0.1:{self._port}/{ROOT}"
+        self.socket = f"{self.folder}/socket!{ROOT}"
+        self.start_broker()
+
+    def start_broker(self):
+        self._broker = self.desk.start(MOSQUITTO, "-c", self.folder / "mosquitto.conf")
+
+        def accepts():
+            assert self._broker.poll() is None, self._broker.said()
+            with contextlib.suppress(OSError), socket.create_connection(
+                    ("127.0.0.1", self._port)):
+                return True
+        eventually(accepts)
+
+    def stop_broker(self):
+        """As a service manager does."""
+        self._broker.send_signal(signal.SIGTERM)
+        self._broker.ends()
+
+    def host(self, source="SM64", to=None, **environment):
+        return self.desk.start(program("telvixd"), "--from", source, "--to", to or self.tcp,
+                               **environment)
+
+    def publishing_host(self, source="SM64", to=None, **environment):
+        host = self.host(source, to, **environment)
+
+        def publishes():
+            assert host.poll() is None, host.said()
+            return "publishing" in host.said()
+        eventually(publishes)
+        return host
+
+    def meter(self, name="Tank", index=0, options="", **environment):
+        return self.desk.meter(name, f"mqtt://{self.tcp}{options}", index, **environment)
+
+    def live_meter(self, *arguments, **environment):
+        meter = self.meter(*arguments, **environment)
+        self.desk.goes_on(meter)
+        return meter

@@ -1,0 +1,75 @@
+"""How meters end, and those that cannot begin."""
+
+import contextlib
+import signal
+import subprocess
+
+import pytest
+from conftest import DIALOG, MESSAGE, eventually, program, settles
+
+
+@pytest.mark.parametrize("how, under", [
+    ("button", ""), ("SIGTERM", ""), ("SIGINT", ""), ("SIGHUP", ""), ("host", ""),
+    ("SIGTERM", "dialog"), ("SIGTERM", "start box"), ("host", "start box")])
+def test_every_ending_saves(desk, how, under):
+    """Also below a modal box, where it can reach the meter there."""
+    screen = desk.screen
+    recording = desk.folder / "run.csv"
+    recording.write_text("Level\n1.5\n")
+    desk.configure("Tank1", Math="CH99" if under == "start box" else "CH1", AverageLength=7)
+    meter = desk.meter("Tank", f"{recording}?follow")
+    window = screen.window(meter, MESSAGE if under == "start box" else "Tank")
+    eventually(lambda: screen.has_keyboard(window))
+    if under == "dialog":
+        screen.key("comma", "Control_L")
+        eventually(lambda: screen.has_keyboard(screen.window(meter, DIALOG)))
+        screen.keys("Tab*7 '99'")  # a window of 99 scans, half-typed
+    if how == "button":
+        screen.close(window)
+    elif how == "host":
+        recording.unlink()
+    else:
+        meter.send_signal(signal.Signals[how])
+    assert meter.ends() == 0
+    assert meter.said() == ""
+    saved = desk.settings("Tank1")
+    assert len(saved) == 24 or under == "start box"  # when the window may have no place yet
+    assert saved["AverageLength"] == "7"
+
+
+def test_dead_display_saves_what_is_known(make_desk, own_screen):
+    desk = make_desk(own_screen)
+    desk.place("Tank1", 3000, 3000, 3000, 1500, border=0)
+    meter = desk.meter("Tank")
+    desk.settle(meter, (200, 200, 200, 100))
+    own_screen.server.end()
+    assert meter.ends() == 1
+    assert desk.number("Tank1", "Window Left") == 3000
+    assert desk.settings("Tank1")["Transparency"] == "100"
+
+
+@pytest.mark.parametrize("device, index, told", [
+    ("ZZ64", 0, "ZZ64"), ("/nowhere/run.csv", 0, "/nowhere/run.csv"),
+    ("sim", 99, "99"), ("sim", -7, "-7")])
+def test_start_errors_are_one_sentence(desk, device, index, told):
+    meter = desk.meter("Tank", device, index)
+    assert told in desk.says(meter, told, MESSAGE)
+    box = desk.screen.window(meter, MESSAGE)
+    eventually(lambda: desk.screen.has_keyboard(box))
+    desk.screen.key("Return")
+    assert meter.ends() == 1
+    said = meter.said()
+    assert said.startswith("vantoscope: ") and said.count("\n") == 1 and said.endswith("\n")
+    assert told in said
+    assert not desk.settings_file.exists()
+
+
+@pytest.mark.parametrize("words, display, code, told", [
+    ([], {}, 1, "display"), ([], {"DISPLAY": ":65000"}, 1, ":65000"),
+    (["--help"], {}, 0, "-iINDEX"), (["--version"], {}, 0, "vantoscope ")])
+def test_without_a_display(make_desk, words, display, code, told):
+    meter = make_desk(None).start(program("vantoscope"), *words, **display)
+    assert meter.ends() == code
+    said, other = [meter.printed(), meter.said()][::1 if code == 0 else -1]
+    assert told in said and not other
+    assert code == 0 or said.startswith("vantoscope: ") and said.count("\n") == 1
