@@ -302,6 +302,7 @@ TEST(Program, DeadDisplaySavesWhatIsKnown) {
   ASSERT_TRUE(desk.Settles(window, {200, 200, 200, 100}));
   desk.KillServer();
   EXPECT_EQ(meter->WaitForExit(), 1);
+  EXPECT_EQ(meter->Errors(), "");  // every meter of a group would say it
   EXPECT_EQ(desk.Settings("Tank1")["Window Left"], "3000");
   EXPECT_EQ(desk.Settings("Tank1")["Transparency"], "100");
 }
