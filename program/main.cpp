@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
-#include <optional>
 #include <string>
 
 #include "equation/muparser_evaluator.h"
@@ -69,6 +68,10 @@ void CloseOnRequest(Form0& form) {
   form.EndProcess();
 }
 
+void CloseBox() {
+  if (QWidget* box = QApplication::activeModalWidget()) box->close();
+}
+
 void ReportStartError(const SourceError& error, bool in_group) {
   std::cerr << "vantoscope: " << error.what() << std::endl;
   // One sentence per process would be a screen full of boxes in a group.
@@ -109,24 +112,19 @@ int Run(int count, char** arguments) {
   QTimer host_timer;
   QObject::connect(&host_timer, &QTimer::timeout, [&] { telvix.CheckHost(); });
   host_timer.start(kCheckHostMilliseconds);
-  std::optional<TerminationRequests> termination;
-  const auto watch_signals = [&] {
-    if (!termination) termination.emplace([&] { CloseOnRequest(form); });
-  };
-  QTimer first_event;
-  first_event.setSingleShot(true);
-  QObject::connect(&first_event, &QTimer::timeout, watch_signals);
-  first_event.start(0);
+  TerminationRequests termination;
+  termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
     StartUp(meter, CommandLine(count, arguments));
   } catch (const SourceError& error) {
     host_timer.stop();
-    first_event.stop();
+    termination.OnRequest = CloseBox;
+    termination.Watch();
     ReportStartError(error, in_group);
     return EXIT_FAILURE;
   }
-  watch_signals();
+  termination.Watch();
   const UnloadAtExit display_may_die(form);
   form.Open();
   return QApplication::exec();

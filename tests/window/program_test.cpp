@@ -324,12 +324,13 @@ struct StartErrorCase {
   const char* device;
   const char* index;
   const char* part_of_message;
+  int signal;  // that closes the box; 0 for the Return key
 };
 const StartErrorCase kStartErrors[] = {
-    {"UnknownKind", "ZZ64", "0", "ZZ64"},
-    {"MissingFile", "/nowhere/run.csv", "0", "/nowhere/run.csv"},
-    {"IndexNotInList", "sim", "99", "99"},
-    {"IndexBelowTheList", "sim", "-7", "-7"},
+    {"UnknownKind", "ZZ64", "0", "ZZ64", 0},
+    {"MissingFile", "/nowhere/run.csv", "0", "/nowhere/run.csv", SIGTERM},
+    {"IndexNotInList", "sim", "99", "99", SIGINT},
+    {"IndexBelowTheList", "sim", "-7", "-7", SIGHUP},
 };
 
 TEST(Program, StartErrorsAreOneSentence) {
@@ -342,7 +343,11 @@ TEST(Program, StartErrorsAreOneSentence) {
     const xcb_window_t box = desk.WaitForWindow(meter->Pid(), "Vanto Scope");
     ASSERT_NE(box, 0U);
     ASSERT_TRUE(WaitFor([&] { return desk.Focus() == box; }));
-    desk.Key(kReturnKey);
+    if (error.signal != 0) {
+      meter->Signal(error.signal);
+    } else {
+      desk.Key(kReturnKey);
+    }
     for (const auto* process : {&meter, &child}) {
       EXPECT_EQ((*process)->WaitForExit(), 1);
       const std::string message = (*process)->Errors();
