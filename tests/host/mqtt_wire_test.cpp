@@ -3,10 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <tuple>
 
 #include "sources/mqtt/mqtt_address.h"
+#include "tests/support/scratch_folder.h"
 
 namespace vantoscope {
 namespace {
@@ -121,33 +120,24 @@ TEST(MqttWire, ReadsStates) {
 }
 
 TEST(MqttAddress, ReadsTextsAndGivesThemInFull) {
-  struct Row {
-    const char* text;
-    const char* broker;
-    int port;
-    const char* root;
-    bool tls;
-    const char* full;
+  // Text, in full, whether it means TLS.
+  const std::tuple<const char*, const char*, bool> rows[] = {
+      {"MQ64:lab-pc/bench", "MQ64:lab-pc:1883/bench", false},
+      {"MQ64:h:8883/a", "MQ64:h:8883/a", true},
+      {"MQ64:h:9/a?tls&timeout=2.5&wait=5", "MQ64:h:9/a?tls&timeout=2.5", true},
+      {"MQ64:h/a?cafile=/etc/my%20ca.pem", "MQ64:h:8883/a?cafile=/etc/my%20ca.pem", true},
+      {"MQ64:[::1]:1885/a", "MQ64:[::1]:1885/a", false},
+      {"MQ64:/run/m%20b.sock!lab/b%201", "MQ64:/run/m%20b.sock!lab/b%201", false},
   };
-  const Row rows[] = {
-      {"MQ64:lab-pc/bench", "lab-pc", 1883, "bench", false, "MQ64:lab-pc:1883/bench"},
-      {"MQ64:h:8883/a", "h", 8883, "a", true, "MQ64:h:8883/a"},
-      {"MQ64:h:9/a?tls&timeout=2.5", "h", 9, "a", true, "MQ64:h:9/a?tls&timeout=2.5"},
-      {"MQ64:h/a?cafile=/etc/my%20ca.pem", "h", 8883, "a", true,
-       "MQ64:h:8883/a?cafile=/etc/my%20ca.pem"},
-      {"MQ64:[::1]:1885/a", "::1", 1885, "a", false, "MQ64:[::1]:1885/a"},
-      {"MQ64:/run/my%20broker.sock!lab/b%201", "/run/my broker.sock", 0, "lab/b 1", false,
-       "MQ64:/run/my%20broker.sock!lab/b%201"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.text);
-    const MqttAddress address = ParseMqttAddress(ParseDeviceText(row.text));
-    EXPECT_EQ(address.broker, row.broker);
-    EXPECT_EQ(address.port, row.port);
-    EXPECT_EQ(address.root, row.root);
-    EXPECT_EQ(address.tls, row.tls);
-    EXPECT_EQ(FullText(MqttDeviceText(64, address)), row.full);
+  for (const auto& [text, full, tls] : rows) {
+    const MqttAddress address = ParseMqttAddress(ParseDeviceText(text));
+    EXPECT_EQ(FullText(MqttDeviceText(64, address)), full);
+    EXPECT_EQ(address.tls, tls) << text;
   }
+  const MqttAddress socket = ParseMqttAddress(ParseDeviceText("MQ64:/run/m.sock!lab/b"));
+  EXPECT_EQ(socket.broker, "/run/m.sock");
+  EXPECT_EQ(socket.port, 0);
+  EXPECT_EQ(socket.root, "lab/b");
 }
 
 TEST(MqttAddress, RefusesWhatNamesNoHost) {
@@ -160,14 +150,14 @@ TEST(MqttAddress, RefusesWhatNamesNoHost) {
 }
 
 TEST(MqttAddress, ReadsCredentialsFromTheFileThatTheEnvironmentNames) {
-  const std::string path = testing::TempDir() + "credentials";
-  std::ofstream(path) << "meter\r\npass word \n";
+  const test::ScratchFolder folder;
+  const std::string path = folder / "credentials";
   setenv("VANTOSCOPE_MQTT_CREDENTIALS", path.c_str(), 1);
+  EXPECT_THROW(ReadMqttCredentials(), SourceError);
+  test::WriteBytes(path, "meter\r\npass word \n");
   EXPECT_EQ(ReadMqttCredentials()->user, "meter");
   EXPECT_EQ(ReadMqttCredentials()->password, "pass word ");
-  std::ofstream(path) << "\n";
-  EXPECT_THROW(ReadMqttCredentials(), SourceError);
-  std::remove(path.c_str());
+  test::WriteBytes(path, "\n");
   EXPECT_THROW(ReadMqttCredentials(), SourceError);
   unsetenv("VANTOSCOPE_MQTT_CREDENTIALS");
   EXPECT_FALSE(ReadMqttCredentials());
