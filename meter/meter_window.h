@@ -1,5 +1,5 @@
 // What a meter asks of its window Form0. It knows no toolkit; the real window is
-// presentation/form0.h, tests put a recording window in its place.
+// presentation/form0.h, tests put a spy in its place.
 #pragma once
 
 #include <cstdint>
