@@ -4,32 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QCheckBox>
 #include <QColorDialog>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
 #include <cmath>
 
+#include "settings/dialog_controls.h"
 #include "tests/dialog/example_fields.h"
 
 namespace vantoscope::test {
-namespace {
-
-std::string Name(const QWidget* widget) {
-  return widget ? widget->objectName().toStdString() : "nothing";
-}
-
-using Names = std::vector<std::string>;
-
-void PaintPlain(QWidget& widget) {
-  QPalette plain = widget.palette();
-  plain.setColor(QPalette::Window, Qt::white);
-  widget.setPalette(plain);
-}
 
 class DialogTest : public testing::Test {
  protected:
@@ -45,22 +31,13 @@ class DialogTest : public testing::Test {
   Widget& Get(const char* name) {
     return *dialog_.findChild<Widget*>(name);
   }
-  std::string Color(const char* name) {
-    return Get(name).palette().color(QPalette::WindowText).name().toStdString();
-  }
+  QString Color(const char* name) { return Get(name).palette().color(QPalette::WindowText).name(); }
   void Click(const char* name) {
     auto& widget = Get(name);
     QTest::mouseClick(&widget, Qt::LeftButton, {}, QPoint(8, widget.height() / 2));
   }
-  void Retype(const char* name, const char* text) {
-    Click(name);
-    QTest::keyClick(&Get(name), Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClick(&Get(name), Qt::Key_Delete);
-    QTest::keyClicks(&Get(name), text);
-  }
-  void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
-    QTest::keyClick(QApplication::focusWidget(), key, modifiers);
-  }
+  static void Key(Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); }
+  static QString Focus() { return QApplication::focusWidget()->objectName(); }
 
   QWidget form_;
   Dialog dialog_{&form_};
@@ -69,24 +46,22 @@ class DialogTest : public testing::Test {
 TEST_F(DialogTest, ShowsWhatItIsFilledWithAndGivesBackWhatTheUserDid) {
   EXPECT_EQ(dialog_.Fields(), kEveryField);
   DialogFields expected = kEveryField;
-  const std::tuple<const char*, std::string DialogFields::*, const char*> kTexts[] = {
-      {"WSText", &DialogFields::WSText, "1000"},
-      {"CalText", &DialogFields::CalText, "(CH1-CH2)/2"},
-      {"CalUnitText", &DialogFields::CalUnitText, "m"},
-      {"TransparencyText", &DialogFields::TransparencyText, ""},
-      {"HLText", &DialogFields::HLText, "250"},
-      {"LLText", &DialogFields::LLText, "-3.5e2"}};
-  for (const auto& [name, field, text] : kTexts) {
+  for (const auto& [name, field] : {std::pair("WSText", &DialogFields::WSText),
+                                    {"CalText", &DialogFields::CalText},
+                                    {"CalUnitText", &DialogFields::CalUnitText},
+                                    {"TransparencyText", &DialogFields::TransparencyText},
+                                    {"HLText", &DialogFields::HLText},
+                                    {"LLText", &DialogFields::LLText}}) {
     EXPECT_EQ(Get<QLineEdit>(name).text().toStdString(), kEveryField.*field) << name;
-    Retype(name, text);
-    expected.*field = text;
+    Click(name);
+    QTest::keyClick(&Get(name), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(&Get(name), name);
+    expected.*field = name;
   }
   EXPECT_EQ(Get<QLineEdit>("ChnIdxText").text(), "2");
   EXPECT_FALSE(Get("ChnIdxText").isEnabled());
-  EXPECT_TRUE(Get<QCheckBox>("EnableAlarmCheck").isChecked());
-  EXPECT_FALSE(Get<QCheckBox>("ShowUnitCheck").isChecked());
-  const Names colors{Color("FGLabel"), Color("BGLabel"), Color("HLLabel"), Color("LLLabel")};
-  EXPECT_EQ(colors, (Names{"#030201", "#0c0b0a", "#121110", "#222120"}));
+  EXPECT_EQ(Color("FGLabel") + Color("BGLabel") + Color("HLLabel") + Color("LLLabel"),
+            "#030201#0c0b0a#121110#222120");
   for (const char* name : {"RMSOption", "ShowUnitCheck", "EnableAlarmCheck"}) Click(name);
   expected.Option = kMethodRms;
   expected.ShowUnitCheck = true;
@@ -95,22 +70,15 @@ TEST_F(DialogTest, ShowsWhatItIsFilledWithAndGivesBackWhatTheUserDid) {
 }
 
 TEST_F(DialogTest, OneOptionIsSetOrNone) {
-  const std::pair<std::optional<std::int16_t>, const char*> kRows[] = {
-      {kMethodNone, "NoneOption"}, {kMethodMin, "MinOption"}, {kMethodMax, "MaxOption"},
-      {kMethodAve, "AveOption"},   {kMethodRms, "RMSOption"}, {kMethodAcRms, "ACRMSOption"},
-      {kMethodCalc, "CalOption"},  {std::nullopt, nullptr},
-  };
-  for (const auto& [option, name] : kRows) {
+  const char* const captions[] = {"None", "Min", "Max", "Ave", "RMS", "AC RMS", ""};
+  for (std::int16_t method = -1; method <= kMethodCalc; ++method) {
     Dialog dialog(&form_);
     DialogFields fields;
-    fields.Option = option;
+    if (method >= 0) fields.Option = method;
     dialog.Fill(fields);
-    Names set;
-    for (const auto* button : dialog.findChildren<QRadioButton*>()) {
-      if (button->isChecked()) set.push_back(Name(button));
-    }
-    EXPECT_EQ(set, name ? Names{name} : Names{});
-    EXPECT_EQ(dialog.Fields().Option, option);
+    EXPECT_EQ(dialog.Fields().Option, fields.Option);
+    for (const auto* option : dialog.findChildren<QRadioButton*>())
+      EXPECT_EQ(option->isChecked(), method >= 0 && option->text() == captions[method]) << method;
   }
 }
 
@@ -124,80 +92,51 @@ TEST_F(DialogTest, GivesBackUntouchedWhatNobodyTouched) {
   EXPECT_EQ(dialog_.Fields(), fields);
 }
 
-TEST_F(DialogTest, TheTabKeyWalksItsOrder) {
-  const Names expected{"Command1",    "Command2",      "Command3",         "Command4",
-                       "HLText",      "LLText",        "EnableAlarmCheck", "WSText",
-                       "AveOption",   "ShowUnitCheck", "TransparencyText", "CalText",
-                       "CalUnitText", "Command5",      "OKButton",         "Command6"};
-  Names walked;
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    walked.push_back(Name(QApplication::focusWidget()));
+TEST_F(DialogTest, TheTabKeyWalksItsOrderAndStopsOnceAtTheOptions) {
+  int stops = 0;
+  for (int last = -1;; ++stops) {
+    const auto* control = std::ranges::find_if(
+        kDialogControls, [](const DialogControl& c) { return c.name == Focus(); });
+    ASSERT_NE(control, kDialogControls.end());
+    if (control->tab <= last) break;  // round once
+    last = control->tab;
+    EXPECT_TRUE(control->kind != ControlKind::Option || Focus() == "AveOption");
     Key(Qt::Key_Tab);
   }
-  EXPECT_EQ(walked, expected);
-  EXPECT_EQ(Name(QApplication::focusWidget()), "Command1");
-  Key(Qt::Key_Backtab, Qt::ShiftModifier);
-  EXPECT_EQ(Name(QApplication::focusWidget()), "Command6");
-}
-
-TEST_F(DialogTest, ArrowsWalkTheOptions) {
+  EXPECT_EQ(stops, 16);
+  EXPECT_EQ(Focus(), "Command1");
   Click("MinOption");
-  const std::pair<Qt::Key, const char*> kSteps[] = {
-      {Qt::Key_Right, "AveOption"}, {Qt::Key_Right, "ACRMSOption"}, {Qt::Key_Down, "NoneOption"},
-      {Qt::Key_Left, "RMSOption"},  {Qt::Key_Left, "MaxOption"},    {Qt::Key_Down, "CalOption"},
-      {Qt::Key_Up, "MaxOption"},    {Qt::Key_Up, "MinOption"},
-  };
-  for (const auto& [key, name] : kSteps) {
-    Key(key);
-    EXPECT_TRUE(Get<QRadioButton>(name).isChecked()) << name;
-    EXPECT_EQ(Name(QApplication::focusWidget()), name);
-  }
+  for (const Qt::Key arrow : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Down, Qt::Key_Left}) Key(arrow);
+  EXPECT_EQ(Focus(), "RMSOption");
+  EXPECT_EQ(dialog_.Fields().Option, kMethodRms);
 }
 
 TEST_F(DialogTest, OnlySpaceAndTheButtonsActNotEnterOrEscape) {
   for (const char* name : {"OKButton", "Command5", "WSText", "AveOption", "EnableAlarmCheck"}) {
     Get(name).setFocus();
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) {
-      Key(key);
-      EXPECT_TRUE(dialog_.isVisible()) << name;
-    }
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) Key(key);
+    EXPECT_TRUE(dialog_.isVisible()) << name;
   }
   Key(Qt::Key_Space);
-  EXPECT_FALSE(Get<QCheckBox>("EnableAlarmCheck").isChecked());
+  EXPECT_FALSE(dialog_.Fields().EnableAlarmCheck);
   Get("OKButton").setFocus();
   Key(Qt::Key_Space);
   EXPECT_FALSE(dialog_.isVisible());
   EXPECT_EQ(dialog_.result(), QDialog::Accepted);
 }
 
-TEST_F(DialogTest, StandsAsDrawn) {
-  const std::pair<const char*, QRect> kRows[] = {
-      // pixels from the corner of the frame
-      {"Frame3", {8, 8, 225, 137}},     {"Frame2", {248, 120, 225, 113}},
-      {"Command6", {356, 240, 57, 25}}, {"ACRMSOption", {136, 56, 73, 17}},
-      {"CalText", {24, 104, 145, 19}},  {"LLLabel", {144, 64, 73, 17}},
-  };
-  EXPECT_EQ(dialog_.size(), QSize(481, 274));
-  for (const auto& [name, pixels] : kRows) EXPECT_EQ(Get(name).geometry(), pixels) << name;
-  QTest::mousePress(&dialog_, Qt::LeftButton, {}, QPoint(480, 273));
+TEST_F(DialogTest, StandsAsDrawnAndNoControlCoversAnother) {
+  EXPECT_EQ(Get("LLLabel").geometry(), QRect(144, 64, 73, 17));  // 15 twips to the pixel
   dialog_.resize(600, 600);
   EXPECT_EQ(dialog_.size(), QSize(481, 274));
-}
-
-TEST_F(DialogTest, NoControlLeavesItsFrameOrCoversAnother) {
-  for (auto* parent :
-       QList<QWidget*>{&dialog_, &Get("Frame1"), &Get("Frame2"), &Get("Frame3"), &Get("Frame4")}) {
-    const auto children =
-        parent->findChildren<QWidget*>(QRegularExpression("^[A-Z]"), Qt::FindDirectChildrenOnly);
-    EXPECT_GE(children.size(), 3);
-    for (int i = 0; i < children.size(); ++i) {
-      EXPECT_TRUE(parent->rect().contains(children[i]->geometry())) << Name(children[i]);
-      for (int j = 0; j < i; ++j) {
-        // CalText begins on the last pixel of CalOption, beside its circle.
-        const QRect drawn = children[i]->geometry().adjusted(1, 0, 0, 0);
-        EXPECT_FALSE(drawn.intersects(children[j]->geometry()))
-            << Name(children[i]) << " and " << Name(children[j]);
-      }
+  const auto controls = dialog_.findChildren<QWidget*>(QRegularExpression("^[A-Z]"));
+  for (const auto* one : controls) {
+    const std::string name = one->objectName().toStdString();
+    EXPECT_TRUE(one->parentWidget()->rect().contains(one->geometry())) << name;
+    for (const auto* other : controls) {
+      if (one == other || one->parent() != other->parent()) continue;
+      // CalText begins on the last pixel of CalOption, beside its circle.
+      EXPECT_FALSE(one->geometry().adjusted(1, 0, -1, 0).intersects(other->geometry())) << name;
     }
   }
 }
@@ -205,24 +144,25 @@ TEST_F(DialogTest, NoControlLeavesItsFrameOrCoversAnother) {
 // Run at every scale (see CMakeLists.txt): with more room a caption would not draw more than it
 // does now.
 TEST_F(DialogTest, EveryCaptionFits) {
-  int captions = 0;
-  for (auto* widget : dialog_.findChildren<QWidget*>(QRegularExpression("Option|Check|Label"))) {
+  const auto widgets = dialog_.findChildren<QWidget*>(QRegularExpression("Option|Check|Label"));
+  EXPECT_EQ(widgets.size(), 18);
+  for (auto* widget : widgets) {
+    const double scale = widget->devicePixelRatioF();
     const int width = widget->width();
-    PaintPlain(*widget);
+    QPalette plain = widget->palette();
+    plain.setColor(QPalette::Window, Qt::white);
+    widget->setPalette(plain);
     widget->resize(width + 80, widget->height());
-    QImage wide(widget->size() * widget->devicePixelRatioF(), QImage::Format_RGB32);
-    wide.setDevicePixelRatio(widget->devicePixelRatioF());
+    QImage wide(widget->size() * scale, QImage::Format_RGB32);
+    wide.setDevicePixelRatio(scale);
     wide.fill(Qt::white);
     widget->render(&wide, {}, {}, {});
-    for (int x = static_cast<int>(std::ceil(width * wide.devicePixelRatio())); x < wide.width();
-         ++x) {
-      for (int y = 0; y < wide.height(); ++y) {
-        ASSERT_EQ(wide.pixel(x, y), qRgb(255, 255, 255)) << Name(widget) << " at " << x;
-      }
-    }
-    ++captions;
+    const QImage beyond = wide.copy(static_cast<int>(std::ceil(width * scale)), 0,
+                                    static_cast<int>(79 * scale), wide.height());
+    QImage blank = beyond;
+    blank.fill(Qt::white);
+    EXPECT_EQ(beyond, blank) << widget->objectName().toStdString();
   }
-  EXPECT_EQ(captions, 18);
   EXPECT_GE(dialog_.font().pointSizeF(), 6.5) << "too small to read";
 }
 
@@ -233,91 +173,57 @@ TEST_F(DialogTest, ASampleIsLegibleInEveryColour) {
     dialog_.Fill(fields);
     const QImage image = Get("BGLabel").grab().toImage();
     bool exact = false;
-    for (int x = 0; x < image.width(); ++x) {
-      for (int y = 0; y < image.height(); ++y) exact |= image.pixel(x, y) == color.rgb();
-    }
+    for (int at = 0; at < image.width() * image.height(); ++at)
+      exact |= image.pixel(at % image.width(), at / image.width()) == color.rgb();
     EXPECT_TRUE(exact) << color.name().toStdString();
-    const QColor behind = image.pixelColor(2, image.height() / 2);
-    EXPECT_GT(std::abs(qGray(behind.rgb()) - qGray(color.rgb())), 70) << color.name().toStdString();
+    const QRgb behind = image.pixel(2, image.height() / 2);
+    EXPECT_GT(std::abs(qGray(behind) - qGray(color.rgb())), 70) << color.name().toStdString();
   }
 }
 
-// Opens the picker of a button and does `act` in it; the colour it began with.
-QColor InPicker(QWidget& button, const std::function<void(QColorDialog&)>& act) {
-  QColor first;
+// Opens the picker of a button and chooses or leaves there; the colour it began with.
+QString InPicker(QWidget& button, const char* chosen, bool accept) {
+  QString first;
   QTimer::singleShot(0, &button, [&] {
     auto* picker = qobject_cast<QColorDialog*>(QApplication::activeModalWidget());
     ASSERT_TRUE(picker);
-    first = picker->currentColor();
-    act(*picker);
+    first = picker->currentColor().name();
+    picker->setCurrentColor(QColor(chosen));
+    accept ? picker->accept() : QTest::keyClick(picker, Qt::Key_Escape);
   });
   QTest::mouseClick(&button, Qt::LeftButton);
   return first;
 }
 
 TEST_F(DialogTest, ThePickerStartsAtTheSampleAndOnlyOkChangesIt) {
-  EXPECT_EQ(InPicker(Get("Command2"),
-                     [](QColorDialog& picker) {
-                       picker.setCurrentColor(QColor("#102030"));
-                       picker.accept();
-                     })
-                .name(),
-            "#0c0b0a");
+  EXPECT_EQ(InPicker(Get("Command2"), "#102030", true), "#0c0b0a");
   EXPECT_EQ(Color("BGLabel"), "#102030");
   EXPECT_EQ(dialog_.palette(), QPalette(QApplication::palette()));
-
   // Not at the colour that another sample got last.
-  EXPECT_EQ(InPicker(Get("Command3"),
-                     [](QColorDialog& picker) {
-                       picker.setCurrentColor(QColor("#405060"));
-                       QTest::keyClick(&picker, Qt::Key_Escape);
-                     })
-                .name(),
-            "#121110");
+  EXPECT_EQ(InPicker(Get("Command3"), "#405060", false), "#121110");
   DialogFields expected = kEveryField;
   expected.BGLabel = 0x302010;
   EXPECT_EQ(dialog_.Fields(), expected);
   EXPECT_TRUE(dialog_.isVisible());
 }
 
-class ModalDialogTest : public testing::Test {
- protected:
-  // Shows the dialog as the meter does, and does `act` in it.
-  std::optional<DialogFields> Run(const std::function<void(QDialog&)>& act) {
-    QTimer::singleShot(0, &form_, [&] {
-      auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-      ASSERT_TRUE(dialog);
-      act(*dialog);
+TEST(ModalDialogTest, OkGivesTheFieldsCancelAndTheFrameGiveNothing) {
+  QWidget form;
+  const auto run = [&](const std::vector<const char*>& buttons) {
+    QTimer::singleShot(0, &form, [&] {
+      QWidget* dialog = QApplication::activeModalWidget();
+      for (const char* name : buttons)
+        QTest::mouseClick(dialog->findChild<QWidget*>(name), Qt::LeftButton, {}, QPoint(8, 8));
+      dialog->close();
     });
-    return ModalDialog(form_)(kEveryField);
-  }
-  static void Press(QDialog& dialog, const char* button) {
-    QTest::mouseClick(dialog.findChild<QPushButton*>(button), Qt::LeftButton);
-  }
-
-  QWidget form_;
-};
-
-TEST_F(ModalDialogTest, OkGivesTheFieldsCancelAndTheFrameGiveNothing) {
-  const auto edit = [](QDialog& dialog) {
-    QTest::mouseClick(dialog.findChild<QRadioButton*>("CalOption"), Qt::LeftButton);
+    return ModalDialog(form)(kEveryField);
   };
   DialogFields expected = kEveryField;
   expected.Option = kMethodCalc;
-  EXPECT_EQ(Run([&](QDialog& dialog) { edit(dialog), Press(dialog, "OKButton"); }), expected);
-  EXPECT_EQ(Run([&](QDialog& dialog) { edit(dialog), Press(dialog, "Command5"); }), std::nullopt);
-  EXPECT_EQ(Run([&](QDialog& dialog) { edit(dialog), dialog.close(); }), std::nullopt);
-  // A new opening starts afresh.
-  EXPECT_EQ(Run([&](QDialog& dialog) { Press(dialog, "OKButton"); }), kEveryField);
+  EXPECT_EQ(run({"CalOption", "OKButton"}), expected);
+  EXPECT_EQ(run({"CalOption", "Command5"}), std::nullopt);
+  EXPECT_EQ(run({"CalOption"}), std::nullopt);
+  EXPECT_EQ(run({"OKButton"}), kEveryField);  // a new opening starts afresh
 }
 
-}  // namespace
 }  // namespace vantoscope::test
-
-int main(int argc, char** argv) {
-  testing::InitGoogleTest(&argc, argv);
-  qputenv("QT_QPA_PLATFORM", "offscreen");
-  QGuiApplication::setDesktopSettingsAware(false);
-  QApplication application(argc, argv);
-  return RUN_ALL_TESTS();
-}

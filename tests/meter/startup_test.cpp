@@ -2,84 +2,62 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "tests/support/recording.h"
+#include "tests/support/spy.h"
 
 namespace vantoscope::test {
-namespace {
 
-std::size_t Place(const Log& log, const std::string& entry) {
-  const auto found = std::find(log.begin(), log.end(), entry);
-  EXPECT_NE(found, log.end()) << entry;
-  return static_cast<std::size_t>(found - log.begin());
-}
-
-TEST(StartUp, RunsInItsOrder) {
-  RecordingMeter m;
-  m.telvix.channels = {{1, -10, 10, "V", 0}, {2, 0, 500, "bar", 0}};
-  m.telvix.blocks.push_back(MakeBlock({{1}, {2}}));
-  m.profile.values["debug"] = "True";
+TEST(StartUpTest, RunsInItsOrder) {
+  SpyMeter m;
+  m.platform.DecimalSeparator = [] { return ","; };
+  m.channels = {{.number = 1}, {.number = 2, .low = -2000, .high = 500}};
+  m.scans = [](int) { return Scans{{1}, {2}}; };
+  m.stored["debug"] = "True";
   StartUp(m.meter, "-dSM64:rate=10 -nTank_Farm -i1");
+  EXPECT_EQ(m.log.Text({"SetDeviceName", "StartupToggle", "Start", "DeviceName", "MoveLabel",
+                        "?Caption", "Title", "?BorderStyle", "Command1", "ScaleHigh",
+                        "SetWindowPos", "Timer1", "Message", "Evaluate"}),
+            "SetDeviceName SM64:rate=10|StartupToggle -1|StartupToggle 0|Start|DeviceName|"
+            "MoveLabel 0 0 325.5 174|?Caption|Title Tank Farm Channel 2|?BorderStyle|"
+            "Title Tank Farm Channel 2|Command1 on|ScaleHigh 1|SetWindowPos -1|Timer1 on|Start|"
+            "Message information [Vantoscope] #0|Start|Start|Evaluate 1.|Timer1 on|");
+  EXPECT_EQ(m.places, std::set<std::string>{"Vantoscope.ini [Tank Farm2]"});
+  EXPECT_EQ(m.runtime.DecimalSep, ",");
+  EXPECT_EQ(m.runtime.DisplayFormat, "0.000");  // of the wider end, -2000
+  EXPECT_EQ(m.runtime.PreparedEquation, "#0");
+  EXPECT_EQ(m.label_text, "009000");
+}
 
-  const std::vector<std::string> order = {"SetDeviceName SM64:rate=10",
-                                          "StartupToggle -1",
-                                          "StartupToggle 0",
-                                          "Start",
-                                          "DeviceName",
-                                          "MoveLabel",
-                                          "Read Vantoscope.ini [Tank Farm2] Caption",
-                                          "Title Tank Farm Channel 2",
-                                          "Read Vantoscope.ini [Tank Farm2] BorderStyle",
-                                          "ScaleHigh 1",
-                                          "SetWindowPos -1",
-                                          "Timer1 on",
-                                          "Message information [Vantoscope] #0"};
-  for (std::size_t i = 1; i < order.size(); ++i) {
-    EXPECT_LT(Place(m.log, order[i - 1]), Place(m.log, order[i])) << order[i];
+TEST(StartUpTest, KnowsTheKindOfTheChannel) {
+  for (const auto& [number, special] : {std::pair(-3, kTrue), {-1, kTrue}, {999, kFalse}}) {
+    SpyMeter m;
+    m.SetNumbers({number});
+    StartUp(m.meter, "");
+    EXPECT_EQ(m.runtime.SpecialChannel, special) << number;
+    EXPECT_EQ(m.places, std::set<std::string>{"Vantoscope.ini [1]"});
   }
-  EXPECT_EQ(m.log.back(), "Timer1 on");
-  EXPECT_EQ(m.meter.runtime.DisplayFormat, "0.0000");
-  EXPECT_EQ(m.meter.runtime.PreparedEquation, "#0");
-  EXPECT_EQ(m.meter.runtime.SpecialChannel, kFalse);
-  EXPECT_EQ(m.form.label_text, "009000");
 }
 
-TEST(StartUp, WithoutCommandLineIsSection1) {
-  RecordingMeter m;
-  m.telvix.blocks.push_back(MakeBlock({{1}}));
-  StartUp(m.meter, "");
-  EXPECT_EQ(m.meter.runtime.SectionName, "1");
-  EXPECT_EQ(m.form.title, " Channel 1");
-}
-
-TEST(StartUp, RefusesAnIndexOutsideTheListBeforeAnySetting) {
+TEST(StartUpTest, RefusesAnIndexOutsideTheListBeforeAnySetting) {
   for (const char* line : {"-dSM64 -nA -i1", "-dSM64 -nA -i-2", "-dSM64 -nA -i99999"}) {
-    RecordingMeter m;
+    SpyMeter m;
     EXPECT_THROW(StartUp(m.meter, line), SourceError) << line;
-    EXPECT_EQ(std::count_if(m.log.begin(), m.log.end(),
-                            [](const std::string& e) { return e.starts_with("Write"); }),
-              0);
+    EXPECT_TRUE(m.places.empty());
   }
 }
 
-TEST(StartUp, ABadEquationStopsEvenAMeterThatUsesNone) {
-  RecordingMeter m;
-  m.profile.values["Math"] = "#99";
+TEST(StartUpTest, ABadEquationStopsEvenAMeterThatUsesNone) {
+  SpyMeter m;
+  m.stored["Math"] = "#99";
   StartUp(m.meter, "-dSM64 -nA -i0");
-  EXPECT_FALSE(m.form.timer1);
-  EXPECT_EQ(m.form.label_text, "009000");
-  EXPECT_EQ(m.log.back(), "Timer1 off");
+  EXPECT_FALSE(m.timer1);
+  EXPECT_EQ(m.label_text, "009000");
 }
 
-TEST(StartUp, BankSizeByModel) {
-  const std::vector<std::pair<const char*, int>> rows = {
-      {"SM64", 32}, {"SM32", 16}, {"SM35:rate=1", 16}, {"SM36", 16}, {"SM37", 16},
-      {"SM34", 32}, {"SM3x", 32}, {"SM", 32},          {"", 32},     {"S", 32}};
-  for (const auto& [device, channels] : rows) {
-    EXPECT_EQ(ChannelsPerBankOf(device), channels) << device;
-  }
+TEST(StartUpTest, BankSizeByModel) {
+  for (const char* device : {"SM32", "SM35:rate=1", "SM36", "SM37", "\u00fcM32"})
+    EXPECT_EQ(ChannelsPerBankOf(device), 16) << device;
+  for (const char* device : {"SM64", "SM33", "SM34", "SM38", "SM3x", "SM", "", "S", "32"})
+    EXPECT_EQ(ChannelsPerBankOf(device), 32) << device;
 }
 
-}  // namespace
 }  // namespace vantoscope::test

@@ -3,85 +3,66 @@
 #include <gtest/gtest.h>
 
 #include "program/ending.h"
-#include "tests/support/recording.h"
+#include "tests/support/spy.h"
 
 namespace vantoscope::test {
-namespace {
 
-TEST(WindowBehaviour, LabelFillsTheClientAndItsFontTheLabel) {
-  RecordingMeter m;
-  m.form.client_height = {40};
-  LayoutLabel(m.form);
-  EXPECT_EQ(m.form.label_font, Points{40});
-  m.form.client_height = {0};
-  LayoutLabel(m.form);
-  EXPECT_EQ(m.form.label_font, Points{1});
-}
-
-TEST(WindowBehaviour, OnlyAFramedSizeIsKept) {
-  RecordingMeter m;
-  m.form.width = {3600.5};
-  m.form.height = {1500};
+TEST(WindowBehaviourTest, TheLabelFillsTheClientAndOnlyAFramedSizeIsKept) {
+  SpyMeter m;
+  m.width = {3600.5};
+  m.height = {1500};
+  m.client_height = {40};
   ResizeRule(m.meter);
-  EXPECT_EQ(m.meter.config.WindowWidth, 3600);
-  EXPECT_EQ(m.meter.config.WindowHeight, 1500);
-  m.form.border_style = kBare;
-  m.form.height = {900};
-  m.form.client_height = {60};
+  m.border_style = kBare;
+  m.width = m.height = {900};
+  m.client_height = {0};
   ResizeRule(m.meter);
-  EXPECT_EQ(m.meter.config.WindowHeight, 1500);
-  EXPECT_EQ(m.form.label_font, Points{60});
+  EXPECT_EQ(m.config.WindowWidth, 3600);
+  EXPECT_EQ(m.config.WindowHeight, 1500);
+  EXPECT_EQ(m.log.Text(),
+            "MoveLabel 0 0 325.5 40|LabelFontSize 40|MoveLabel 0 0 325.5 0|"
+            "LabelFontSize 1|");
 }
 
-TEST(WindowBehaviour, SwapGoesThereAndBack) {
-  RecordingMeter m;
-  m.meter.config.Transparency = 100;
+TEST(WindowBehaviourTest, TheSwapGoesThereAndBackEvenWithoutAlpha) {
+  SpyMeter m;
+  m.config.Transparency = 100;
   SwapLook(m.meter);
-  EXPECT_EQ(m.log, (Log{"BorderStyle 0", "Title Form1", "Alpha 100", "Command1 off"}));
-  m.log.clear();
   SwapLook(m.meter);
-  EXPECT_EQ(m.log, (Log{"BorderStyle 5", "Title Form1", "Alpha 255", "Command1 on"}));
+  m.alpha_refused = true;
+  SwapLook(m.meter);
+  EXPECT_EQ(
+      m.log.Text(),
+      "BorderStyle 0|Title Form1|Alpha 100|Command1 off|BorderStyle 5|Title Form1|"
+      "Alpha 255|Command1 on|BorderStyle 0|Title Form1|Message plain [] No alpha Source : display|"
+      "Command1 off|");
 }
 
-TEST(WindowBehaviour, HoverStripIs52PixelsFromTheLeftEdge) {
-  RecordingMeter m;
-  m.form.left = {1500};  // pixel 100
-  for (const auto& [x, shown] : std::vector<std::pair<double, bool>>{
-           {99, false}, {99.6, true}, {100, true}, {151, true}, {152, false}, {-500, false}}) {
-    m.form.cursor_x = x;
-    HoverRule(m.form);
-    EXPECT_EQ(m.form.command1, shown) << x;
+TEST(WindowBehaviourTest, TheHoverStripIs52PixelsFromTheLeftEdge) {
+  SpyMeter m;
+  m.left = {1500};  // pixel 100
+  for (const double x : {99.4, 99.5, 151.4, 152.0, -500.0}) {
+    m.cursor_x = x;
+    HoverRule(m);
   }
-  m.form.border_style = kBare;
-  m.form.cursor_x = 120;
-  HoverRule(m.form);
-  EXPECT_FALSE(m.form.command1) << "bare";
+  EXPECT_EQ(m.log.Text(), "Command1 off|Command1 on|Command1 on|Command1 off|Command1 off|");
+  m.border_style = kBare;
+  HoverRule(m);
+  EXPECT_EQ(m.log.size(), 5U);
 }
 
-TEST(WindowBehaviour, RefusedAlphaIsOneBoxAndTheSwapGoesOn) {
-  RecordingMeter m;
-  m.form.alpha_refused = true;
-  SwapLook(m.meter);
-  EXPECT_EQ(m.log, (Log{"BorderStyle 0", "Title Form1",
-                        "Message none [] No layered windows Source : display", "Command1 off"}));
+TEST(EndingTest, ClosingStopsAndSavesTheHostsEndOnlySaves) {
+  for (const char* failing : {"", "Stop"}) {
+    SpyMeter m;
+    m.failing = {failing};
+    UnloadMeter(m.meter);
+    EXPECT_EQ(m.log.front(), "Stop");
+    EXPECT_EQ(m.log.size(), 1 + 24U);
+  }
+  SpyMeter m;
+  EndByHost(m.meter);
+  EXPECT_EQ(m.log.back(), "EndProcess");
+  EXPECT_EQ(m.log.size(), 24 + 1U);
 }
 
-TEST(Ending, ClosingStopsAndSavesTheHostsEndOnlySaves) {
-  RecordingMeter closed;
-  UnloadMeter(closed.meter);
-  EXPECT_EQ(closed.log.front(), "Stop");
-  EXPECT_EQ(closed.log.size(), 1 + 24U);
-
-  RecordingMeter broken;
-  broken.telvix.failing["Stop"] = true;
-  UnloadMeter(broken.meter);
-  EXPECT_EQ(broken.log.size(), 1 + 24U) << "a source that cannot stop costs no setting";
-
-  RecordingMeter host;
-  EndByHost(host.meter);
-  EXPECT_EQ(host.log.size(), 24 + 1U);
-  EXPECT_EQ(host.log.back(), "EndProcess");
-}
-
-}  // namespace
 }  // namespace vantoscope::test
