@@ -32,6 +32,11 @@ void PaintDots(QPainter& painter, const QRectF& band) {
   const double breadth = band.height();
   painter.setBrush(kInk);
   for (double x = band.left() + breadth; x < band.right(); x += 2 * breadth) {
+    if (breadth < kRimmed) {  // a circle so small is a grey smear
+      painter.fillRect(QRectF(std::floor(x), std::floor(band.top()), breadth - 1, breadth - 1),
+                       kInk);
+      continue;
+    }
     painter.drawEllipse(QPointF(x, band.center().y()), 0.38 * breadth, 0.38 * breadth);
   }
 }

@@ -81,7 +81,10 @@ class Program(subprocess.Popen):
         return os.pread(self._out.fileno(), 1 << 20, 0).decode()
 
     def said(self):
-        return os.pread(self._err.fileno(), 1 << 20, 0).decode()
+        """Without what depends on the fonts and frames at hand: whether a reading fits its window."""
+        lines = os.pread(self._err.fileno(), 1 << 20, 0).decode().splitlines(keepends=True)
+        fits = ("The window is too narrow for the whole reading.\n", "The reading is whole again.\n")
+        return "".join(line for line in lines if not line.endswith(fits))
 
     def ends(self, limit=LIMIT):
         """Its exit code, or minus the signal."""

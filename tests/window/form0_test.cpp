@@ -17,6 +17,7 @@ class Form0Test : public testing::Test {
     form.OnResize = [this] { ++resizes, LayoutLabel(form); };
     form.OnTimer1 = form.OnTimer2 = [] {};
     form.SetLabelBackColor(0xffffff);
+    form.SetDoubt(ReadingState::Live, "");
   }
   void Resize(int width, int height) {
     form.SetHeight(TwipsFromPixels(height));
@@ -62,6 +63,66 @@ TEST_F(Form0Test, TooWideReadingLosesItsEnd) {
   const QImage wide = Drawn("1234567.891 mbar");
   EXPECT_EQ(wide, Drawn("1234567"));
   EXPECT_NE(wide, Drawn("1334567"));
+}
+
+// The last column with ink is the edge: one pixel less, and the reading says so.
+TEST_F(Form0Test, ACutReadingSaysSoFromTheFirstPixel) {
+  form.SetBorderStyle(kBare);
+  Resize(600, 50);
+  const QImage whole = Drawn("12345678");
+  int last = whole.width() - 1;
+  const auto has_ink = [&whole](int x) {
+    for (int y = 0; y < whole.height(); ++y) {
+      if (whole.pixelColor(x, y).lightness() < 250) return true;
+    }
+    return false;
+  };
+  while (!has_ink(last)) --last;
+  EXPECT_EQ(form.ReadingIsCut(), false);
+  Resize(last + 2, 50);
+  EXPECT_FALSE(form.ReadingIsCut());
+  EXPECT_EQ(Drawn("12345678"), whole.copy(0, 0, last + 2, 50));
+  Resize(last, 50);
+  EXPECT_TRUE(form.ReadingIsCut());
+  const QImage cut = Drawn("12345678");
+  EXPECT_NE(cut, whole.copy(0, 0, last, 50));
+  EXPECT_EQ(cut.copy(0, 0, last - 8, 50), whole.copy(0, 0, last - 8, 50)) << "only at the edge";
+}
+
+TEST_F(Form0Test, EachStateHasAMarkOfItsOwnBelowTheDigitsOnAnyBackground) {
+  form.SetBorderStyle(kBare);
+  constexpr ReadingState kDoubts[] = {ReadingState::Waiting, ReadingState::Old,
+                                      ReadingState::Stopped, ReadingState::Simulated};
+  for (const auto& [width, height] : {std::pair(60, 16), std::pair(200, 46), std::pair(1600, 900)}) {
+    for (const int back : {0xffffff, 0x000000, 0x808080}) {
+      SCOPED_TRACE(std::to_string(height) + " " + std::to_string(back));
+      Resize(width, height);
+      form.SetLabelBackColor(back);
+      form.SetLabelForeColor(0x0000ff);
+      form.SetDoubt(ReadingState::Live, "");
+      const QImage live = Drawn("8.8");
+      std::vector<QImage> marked;
+      for (const ReadingState state : kDoubts) {
+        form.SetDoubt(state, "why");
+        const QImage image = label.grab().toImage();
+        EXPECT_EQ(label.accessibleDescription(), "why");
+        const int digits_end = height * 83 / 100;
+        EXPECT_EQ(image.copy(0, 0, width, digits_end), live.copy(0, 0, width, digits_end));
+        int dark = 0;
+        int light = 0;
+        for (int x = 0; x < width; ++x) {
+          for (int y = digits_end; y < height; ++y) {
+            dark += image.pixelColor(x, y).lightness() < 0x40 ? 1 : 0;
+            light += image.pixelColor(x, y).lightness() > 0xc0 ? 1 : 0;
+          }
+        }
+        EXPECT_GT(dark, width / 4);
+        EXPECT_GT(light, width / 4);
+        for (const QImage& other : marked) EXPECT_NE(image, other);
+        marked.push_back(image);
+      }
+    }
+  }
 }
 
 // The feet of letters reach 0.21 of the font's size below the digits.
