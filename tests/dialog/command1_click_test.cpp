@@ -27,18 +27,6 @@ TEST(DialogFieldsTest, ValuesWithoutAShape) {
   }
 }
 
-TEST(DialogFieldsTest, ADecimalCommaIsShownAndEndsTheNumber) {
-  SpyMeter m;
-  m.runtime.DecimalSep = ",";
-  m.config.HighLimit = 12.5F;
-  DialogFields fields = FillDialogFields(m.meter);
-  EXPECT_EQ(fields.HLText, "12,5");
-  fields.LLText = "1e2 bar";  // above the high limit, and taken all the same
-  ApplyDialogFields(fields, m.meter);
-  EXPECT_EQ(m.config.HighLimit, 12);
-  EXPECT_EQ(m.config.LowLimit, 100);
-}
-
 TEST(DialogFieldsTest, OkBringsNumbersIntoTheirRange) {
   const std::tuple<const char*, int, int, int> rows[] = {
       {"", 0, 0, 1},      {"-5", 0, 0, 1},       {"0.5", 0, 0, 1},

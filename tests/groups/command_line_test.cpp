@@ -6,20 +6,15 @@
 
 namespace vantoscope::test {
 
+// Two blanks make the word between them an empty one.
 TEST(CommandLineTest, IsReadByPosition) {
   const std::tuple<const char*, const char*, const char*, int> rows[] = {
-      {"-dX -nTank_Farm -i2", "X", "Tank Farm", 2},
-      {"-DX -NTank -I2", "X", "Tank", 2},
-      {"-dX", "X", "", 0},
-      {"-d -n -i", "", "", 0},
-      {"-nTank -dX -i2", "SM64", "Form1", 2},
-      {"-dX -i2 -nTank", "X", "Form1", 0},
-      {"-dX  -nTank -i2", "X", "Form1", 0},  // two blanks: an empty second word
-      {"-dX -nT -i2.5rest", "X", "T", 2},
-      {"-dX -nT -i3.5", "X", "T", 4},
-      {"-dX -nT -iabc", "X", "T", 0},
-      {"-dX -nT -i-1.5", "X", "T", -2},
-      {"-dX -nT -i1 -i2", "X", "T", 1},
+      {"-dX -nA_B -i2", "X", "A B", 2},       {"-DX -NTank -I2", "X", "Tank", 2},
+      {"-dDevice42", "Device42", "", 0},      {"-d -n -i ignored", "", "", 0},
+      {"-nTank -dX -i2", "SM64", "Form1", 2}, {"-dX -i2 -nTank", "X", "Form1", 0},
+      {"-dX  -nTank -i2", "X", "Form1", 0},   {"-dX -nT -i2.5rest", "X", "T", 2},
+      {"-dX -nT -i3.5", "X", "T", 4},         {"-dX -nT -iabc", "X", "T", 0},
+      {"-dX -nT -i-1.5", "X", "T", -2},       {"-dX -nT -i1 -i2", "X", "T", 1},
       {"- - -", "SM64", "Form1", 0}};
   for (const auto& [line, device, name, index] : rows) {
     SpyMeter m;

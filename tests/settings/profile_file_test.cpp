@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -85,27 +84,19 @@ TEST(ProfileFileTest, KeepsThePermissionsAndAFileThatNeedsNoWrite) {
   }
 }
 
-/// What the disk still takes.
-void LimitFileSize(rlim_t bytes) {
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  limit.rlim_cur = std::min(bytes, limit.rlim_max);
-  setrlimit(RLIMIT_FSIZE, &limit);
-}
-
 TEST(ProfileFileTest, ARefusalIsOneLineAndLosesNothing) {
-  // Part of the line on standard error, and what happens to the file, in its folder.
+  // Part of the line on standard error, and what happens to the file $F, in its folder. In the end
+  // the disk is full.
   const std::pair<std::string, std::string> rows[] = {
       {"Not a directory", "rm -r ../folder; echo not a folder > ../folder"},
-      {"Is a directory", "rm Vantoscope.ini; mkdir -p Vantoscope.ini/x"},
-      {"Invalid argument", "rm Vantoscope.ini; mkfifo Vantoscope.ini"},
-      {"Too many levels of symbolic links",
-       "rm Vantoscope.ini; ln -s Vantoscope.ini Vantoscope.ini"},
-      {"Is a directory", "mkdir Vantoscope.ini.lock"},
-      {"Is a directory", "mkdir -p Vantoscope.ini.new/x"},
-      {"File too large", "truncate -s 65M Vantoscope.ini"},
-      {"another program holds", "touch Vantoscope.ini.lock"},
-      {"File too large", "true"}};  // the disk is full
+      {"Is a directory", "rm $F; mkdir -p $F/x"},
+      {"Invalid argument", "rm $F; mkfifo $F"},
+      {"Too many levels of symbolic links", "rm $F; ln -s $F $F"},
+      {"Is a directory", "mkdir $F.lock"},
+      {"Is a directory", "mkdir -p $F.new/x"},
+      {"File too large", "truncate -s 65M $F"},
+      {"another program holds", "touch $F.lock"},
+      {"File too large", "prlimit --pid $PPID --fsize=50000:"}};
   std::signal(SIGXFSZ, SIG_IGN);
   const std::string original = "; mine\n[Tank3]\nMath=1\n" + std::string(100'000, 'x');
   for (const auto& [reason, command] : rows) {
@@ -114,7 +105,8 @@ TEST(ProfileFileTest, ARefusalIsOneLineAndLosesNothing) {
     const std::string ini = scratch / "folder/Vantoscope.ini";
     fs::create_directory(scratch / "folder");
     WriteBytes(ini, original);
-    ASSERT_EQ(std::system(("cd " + scratch / "folder" + " && " + command).c_str()), 0);
+    const std::string there = "F=Vantoscope.ini; cd " + scratch / "folder" + " && " + command;
+    ASSERT_EQ(std::system(there.c_str()), 0);
     std::error_code none;
     const auto bytes = [&] {
       return fs::is_regular_file(ini, none) ? FileBytes(ini) : std::string();
@@ -122,15 +114,12 @@ TEST(ProfileFileTest, ARefusalIsOneLineAndLosesNothing) {
     const std::string before = bytes();
     const int lock = open((ini + ".lock").c_str(), O_RDWR | O_CLOEXEC);
     flock(lock, LOCK_EX);
-    if (command == "true") LimitFileSize(50'000);
-
     ProfileFile profile(scratch / "folder", std::chrono::milliseconds(30));
     testing::internal::CaptureStderr();
     for (const char* value : {"2", "3"}) SetMath(profile, value);
     const std::string said = testing::internal::GetCapturedStderr();
-    LimitFileSize(RLIM_INFINITY);
+    ASSERT_EQ(std::system("prlimit --pid $PPID --fsize=unlimited:"), 0);
     close(lock);
-
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
     EXPECT_NE(said.find(ini + ": "), std::string::npos) << said;
     EXPECT_NE(said.find(reason), std::string::npos) << said;

@@ -56,15 +56,15 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
   using View = std::string_view;
 
   Log log;
-  std::set<std::string> failing;  ///< operations of the source that throw
+  std::set<std::string> failing;  ///< operations of the source, or "Evaluate", that throw
   std::string device = "SM64";
   std::vector<SpyChannel> channels{SpyChannel{}};
   double rate = 1000;
   std::function<Scans(int count)> scans = [](int) { return Scans{}; };
-  std::optional<double> answer = 0;  ///< of the evaluator; nothing: it refuses
+  double answer = 0;  ///< of the evaluator
 
   std::string title = "Form1", label_text = "009000";
-  Twips left{0}, top{0}, width{6600}, height{3900};
+  Twips left{300}, top{450}, width{6600}, height{3900};
   Points client_height{174}, label_height{0};
   std::int16_t border_style = kFramed;
   bool timer1 = false, alpha_refused = false;
@@ -79,7 +79,7 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
     explicit SpyEvaluator(SpyMeter& spy_meter) : spy(spy_meter) {}
     double Evaluate(View text) override {
       spy.log.Add("Evaluate", text);
-      return spy.answer ? *spy.answer : throw EvaluationError("refused");
+      return spy.failing.contains("Evaluate") ? throw EvaluationError("refused") : spy.answer;
     }
     SpyMeter& spy;
   };
