@@ -165,15 +165,26 @@ void ReplaceFile(const std::string& path, std::string_view text, const struct st
   }
 }
 
-void WriteKey(const std::string& file, std::string_view section, std::string_view key,
-              std::string_view value, std::chrono::milliseconds patience) {
+/// Nothing where every key holds its value already.
+std::optional<std::string> WithProfileKeys(std::string_view text, std::string_view section,
+                                           std::span<const ProfileKey> keys) {
+  std::optional<std::string> changed;
+  for (const ProfileKey& key : keys) {
+    auto next = WithProfileValue(changed ? *changed : text, section, key.name, key.value);
+    if (next) changed = std::move(next);
+  }
+  return changed;
+}
+
+void WriteKeys(const std::string& file, std::string_view section, std::span<const ProfileKey> keys,
+               std::chrono::milliseconds patience) {
   const std::string path = BehindLinks(file);
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
   if (error) throw std::system_error(error);
   const Descriptor lock = Lock(path + ".lock", patience);
   const std::optional<FileContent> old = ReadFile(path);
-  const auto changed = WithProfileValue(old ? old->text : "", section, key, value);
+  const auto changed = WithProfileKeys(old ? old->text : "", section, keys);
   if (changed) ReplaceFile(path, *changed, old ? &old->status : nullptr);
 }
 
@@ -211,12 +222,13 @@ std::string ProfileFile::GetPrivateProfileString(std::string_view section, std::
   return std::string(fallback);
 }
 
-void ProfileFile::WritePrivateProfileString(std::string_view section, std::string_view key,
-                                            std::string_view value, const std::string& file) {
+void ProfileFile::WritePrivateProfileKeys(std::string_view section,
+                                          std::span<const ProfileKey> keys,
+                                          const std::string& file) {
   const std::string path = PathOf(file);
   const bool failed_before = failed_.count(path) != 0;
   try {
-    WriteKey(path, section, key, value, failed_before ? std::chrono::milliseconds(0) : patience_);
+    WriteKeys(path, section, keys, failed_before ? std::chrono::milliseconds(0) : patience_);
   } catch (const std::exception& error) {
     if (!failed_before) {
       std::fprintf(stderr, "vantoscope: cannot save settings in %s: %s\n", path.c_str(),

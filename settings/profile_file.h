@@ -37,8 +37,8 @@ class ProfileFile final : public ProfileOperations {
                                       std::string_view fallback, const std::string& file) override;
   /// Makes the folder where it is missing. A file that is a symbolic link stays one. A file that
   /// is there and cannot be read is not replaced.
-  void WritePrivateProfileString(std::string_view section, std::string_view key,
-                                 std::string_view value, const std::string& file) override;
+  void WritePrivateProfileKeys(std::string_view section, std::span<const ProfileKey> keys,
+                               const std::string& file) override;
 
  private:
   [[nodiscard]] std::string PathOf(const std::string& file) const;

@@ -212,11 +212,13 @@ class RecordingProfile : public ProfileOperations {
     const auto found = values.find(std::string(key));
     return found == values.end() ? std::string(fallback) : found->second;
   }
-  void WritePrivateProfileString(std::string_view section, std::string_view key,
-                                 std::string_view value, const std::string& file) override {
-    log_.push_back("Write " + file + " [" + std::string(section) + "] " + std::string(key) + "=" +
-                   std::string(value));
-    values[std::string(key)] = value;
+  void WritePrivateProfileKeys(std::string_view section, std::span<const ProfileKey> keys,
+                               const std::string& file) override {
+    for (const auto& [name, value] : keys) {
+      log_.push_back("Write " + file + " [" + std::string(section) + "] " + std::string(name) +
+                     "=" + value);
+      values[std::string(name)] = value;
+    }
   }
 
  private:
