@@ -156,13 +156,21 @@ void ReplaceFile(const std::string& path, std::string_view text, const struct st
   try {
     if (old != nullptr) KeepOwnerAndMode(file, *old);
     WriteAll(file, text);
-    sync_file_range(file.Get(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    if (fsync(file.Get()) != 0) Fail();
     file.Close();
     if (rename(new_path.c_str(), path.c_str()) != 0) Fail();
   } catch (...) {
     unlink(new_path.c_str());
     throw;
   }
+}
+
+/// Brings the rename to disk. The file stands already, so a file system that cannot do it has no
+/// failed write to tell of.
+void SyncFolderOf(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path();
+  const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.Get() >= 0) fsync(opened.Get());
 }
 
 /// Nothing where every key holds its value already.
@@ -182,10 +190,14 @@ void WriteKeys(const std::string& file, std::string_view section, std::span<cons
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
   if (error) throw std::system_error(error);
-  const Descriptor lock = Lock(path + ".lock", patience);
-  const std::optional<FileContent> old = ReadFile(path);
-  const auto changed = WithProfileKeys(old ? old->text : "", section, keys);
-  if (changed) ReplaceFile(path, *changed, old ? &old->status : nullptr);
+  {
+    const Descriptor lock = Lock(path + ".lock", patience);
+    const std::optional<FileContent> old = ReadFile(path);
+    const auto changed = WithProfileKeys(old ? old->text : "", section, keys);
+    if (!changed) return;
+    ReplaceFile(path, *changed, old ? &old->status : nullptr);
+  }
+  SyncFolderOf(path);  // others need not wait for it
 }
 
 std::string ConfigurationFolder() {

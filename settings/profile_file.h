@@ -1,15 +1,15 @@
 // The profile operations on real files. Many processes may write one file at the same moment; none
 // loses a key, and a reader never sees half a file.
 //
-// Every write takes a lock, reads the newest content, writes a new file beside the old one and
-// renames it over it. The lock is an flock on "NAME.lock" in the same folder: it ends with the
-// process that holds it, however that ends, and the empty lock file is left in place, since taking
-// it away would let two processes hold locks on two files of that name. The new file is always
-// "NAME.new", so that what killed writers leave behind never adds up: the next writer replaces it.
+// Every write takes a lock, reads the newest content, writes a new file beside the old one, brings
+// it to disk and renames it over the old one, so that a power failure leaves the one or the other.
+// The lock is an flock on "NAME.lock" in the same folder: it ends with the process that holds it,
+// however that ends, and the empty lock file is left in place, since taking it away would let two
+// processes hold locks on two files of that name. The new file is always "NAME.new", so that what
+// killed writers leave behind never adds up: the next writer replaces it.
 //
-// Nothing is synced to disk by force: a sync per key, under a lock that a whole group of meters
-// waits for, would take a group seconds to end. The write-back of the new file is started before
-// the rename instead; a power failure in the seconds after may bring back the older settings.
+// The disk takes some milliseconds for it, and a whole group of meters that ends waits for the one
+// lock: keys that belong together are to be written together.
 #pragma once
 
 #include <chrono>
