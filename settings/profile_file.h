@@ -36,7 +36,8 @@ class ProfileFile final : public ProfileOperations {
   std::string GetPrivateProfileString(std::string_view section, std::string_view key,
                                       std::string_view fallback, const std::string& file) override;
   /// Makes the folder where it is missing. A file that is a symbolic link stays one. A file that
-  /// is there and cannot be read is not replaced.
+  /// is there is replaced only where it can be read, where its user may write it (root too only
+  /// where anybody may) and where the new one can have its owner, group, mode and access list.
   void WritePrivateProfileKeys(std::string_view section, std::span<const ProfileKey> keys,
                                const std::string& file) override;
 
