@@ -60,6 +60,14 @@ struct FileContent {
   struct stat status {};
 };
 
+/// Keys would stand as bytes among 16-bit characters, and nobody could read the file any more.
+void RequireBytesAsText(std::string_view text) {
+  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF") ||
+      text.find('\0') != std::string_view::npos) {
+    throw std::runtime_error("the file is UTF-16 or holds zero bytes; it has to be UTF-8");
+  }
+}
+
 /// Nothing where there is no file.
 std::optional<FileContent> ReadFile(const std::string& path) {
   // O_NONBLOCK: a pipe of that name must not hold the meter up.
@@ -84,6 +92,7 @@ std::optional<FileContent> ReadFile(const std::string& path) {
     if (got > 0) length += static_cast<std::size_t>(got);
   }
   content.text.resize(length);
+  RequireBytesAsText(content.text);
   return content;
 }
 

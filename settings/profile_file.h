@@ -31,8 +31,8 @@ class ProfileFile final : public ProfileOperations {
   explicit ProfileFile(std::string folder,
                        std::chrono::milliseconds patience = std::chrono::seconds(30));
 
-  /// A file that cannot be read, that is no regular file or that is larger than 64 MiB counts as
-  /// missing.
+  /// A file that cannot be read, that is no regular file, that is larger than 64 MiB, that is
+  /// UTF-16 or that holds zero bytes counts as missing; a write to it fails.
   std::string GetPrivateProfileString(std::string_view section, std::string_view key,
                                       std::string_view fallback, const std::string& file) override;
   /// Makes the folder where it is missing. A file that is a symbolic link stays one. A file that

@@ -103,7 +103,7 @@ TEST(ProfileFile, LargeFilesWithLongLines) {
   std::string foreign;
   while (foreign.size() < 10'000'000) {
     foreign += "[S" + std::to_string(foreign.size()) + "]\r\nkey=" + std::string(100'000, 'x') +
-               std::string(1, '\0') + "\xFF\r\n";
+               "\xFF\r\n";
   }
   WriteBytes(scratch / kIni, foreign + "[Tank3]\r\nMath=1\r\n");
   ProfileFile profile(scratch.Path());
