@@ -51,6 +51,13 @@ void PaintChequers(QPainter& painter, const QRectF& band) {
 
 void PaintWave(QPainter& painter, const QRectF& band) {
   const double breadth = band.height();
+  if (breadth < kRimmed) {  // steps in place of a line that would be a grey smear
+    bool upper = true;
+    for (double x = band.left(); x < band.right(); x += 4, upper = !upper) {
+      painter.fillRect(QRectF(x, upper ? band.top() : band.bottom() - 1, 4, 1), kInk);
+    }
+    return;
+  }
   QPainterPath wave;
   const auto height = [&](double x) {
     return band.center().y() -

@@ -176,11 +176,13 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
     log.push_back("?" + std::string(key));
     return stored.contains(std::string(key)) ? stored[std::string(key)] : std::string(fallback);
   }
-  void WritePrivateProfileString(View section, View key, View value,
-                                 const std::string& file) override {
+  void WritePrivateProfileKeys(View section, std::span<const ProfileKey> keys,
+                               const std::string& file) override {
     places.insert(file + " [" + std::string(section) + "]");
-    log.push_back("!" + std::string(key) + "=" + std::string(value));
-    stored[std::string(key)] = value;
+    for (const auto& [key, value] : keys) {
+      log.push_back("!" + std::string(key) + "=" + value);
+      stored[std::string(key)] = value;
+    }
   }
 
   void Start(const std::string& command, int style) override { log.Add("Process", style, command); }
