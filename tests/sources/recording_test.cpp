@@ -37,7 +37,7 @@ class Recording : public testing::Test {
 };
 
 TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
-  Write("a.csv", "Time [s],Level [m],Flow\n0,1.5,10\n0.5,2.5,20\n1,,30\n1.5,4.5,40\n");
+  Write("a.csv", "Time [ms],Level [m],Flow\n0,1.5,10\n500,2.5,20\n1000,,30\n1500,4.5,40\n");
   RunningDevice device(Text("a.csv"));
   EXPECT_EQ(device->SampleRate(), 2);
   ASSERT_EQ(device->Channels().size(), 2U);
@@ -101,15 +101,11 @@ TEST_F(Recording, WordsSpreadOverTheRange) {
 }
 
 TEST_F(Recording, KeepsEveryDoubleOfATextFile) {
-  const std::pair<const char*, std::vector<double>> columns[] = {
-      {"0.1\n-0.145\n2.675\n", {0.1, -0.145, 2.675}},
-      {"123456.789\n-0.001\n1e-3\n", {123456.789, -0.001, 0.001}},
-      {"1.2345678901234567\n1e-300\n-1e300\n", {1.2345678901234567, 1e-300, -1e300}},
-  };
-  for (const auto& [text, values] : columns) {
-    Write("a.csv", text);
-    EXPECT_EQ(RunningDevice(Text("a.csv", "?start=0"), 2 * kSecond).Values(0, 3), values) << text;
-  }
+  Write("a.csv", "0.1,123456.789,1.2345678901234567\n-0.145,-0.001,1e-300\n");
+  const RunningDevice device(Text("a.csv", "?start=0"), kSecond);
+  EXPECT_THAT(device.Values(0, 2), ElementsAre(0.1, -0.145));
+  EXPECT_THAT(device.Values(1, 2), ElementsAre(123456.789, -0.001));
+  EXPECT_THAT(device.Values(2, 2), ElementsAre(1.2345678901234567, 1e-300));
 }
 
 TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
@@ -118,6 +114,7 @@ TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
   EXPECT_EQ(name(folder_ / "run 1.csv" + "?loop"), Text("run%201.csv", "?loop"));
   EXPECT_EQ(name(folder_ / "run%201.csv" + "?loop"), Text("run%201.csv", "?loop"));
   EXPECT_EQ(name(folder_ / "100%.csv" + "?loop"), Text("100%25.csv", "?loop"));
+  EXPECT_EQ(name(folder_ / "what?.csv" + "?loop"), Text("what%3F.csv", "?loop"));
   EXPECT_THAT(name(folder_ / "what?.csv"), HasSubstr("/what%3F.csv?start="));
   const auto here = std::filesystem::relative(folder_ / "run 1.csv").string();
   EXPECT_THAT(name(here), testing::StartsWith("FI64:/"));
@@ -182,17 +179,18 @@ TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
 }
 
 TEST_F(Recording, FollowReadsAndKeepsOnlyTheEndOfALongFile) {
-  std::string lines = "N,Text\n";
-  const std::string filler(30, 'x');
-  for (int i = 100'000; i < 400'000; ++i) lines += std::to_string(i) + "," + filler + "\n";
+  std::string lines = "N\n";
+  for (int i = 100'000; i < 400'000; ++i)
+    lines += std::to_string(i) + "." + std::string(30, '0') + "\n";
   Write("a.csv", lines);
-  const RunningDevice device(Text("a.csv", "?follow&rate=1"));
-  Append("400000,\n");
+  const RunningDevice device(Text("a.csv", "?follow&range=300000..300001"));
+  Append("400000\n");
   std::vector<double> expected(32767);
   std::iota(expected.begin(), expected.end(), 400'000 - 32766);
   EXPECT_EQ(device.Values(0, 32767), expected);
   EXPECT_LT(device->ScansSince(-1, 1).first, 200'000);  // counted from the first line that was read
   EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);
+  EXPECT_GT(device->Channels()[0].low, 200'000) << "the line that the reader fell into is torn";
 }
 
 TEST_F(Recording, EndsWhenTheFileIsNoLongerTheSame) {
@@ -219,7 +217,7 @@ TEST_F(Recording, EndsWhenTheFileIsNoLongerTheSame) {
 }
 
 /// `bytes` bytes of each number, the lowest first.
-std::string LittleEndian(std::size_t bytes, const std::vector<std::uint32_t>& numbers) {
+std::string Le(std::size_t bytes, const std::vector<std::uint32_t>& numbers) {
   std::string text;
   for (const std::uint32_t number : numbers) {
     for (std::size_t i = 0; i < bytes; ++i) text += static_cast<char>(number >> (8 * i));
@@ -231,11 +229,11 @@ std::string LittleEndian(std::size_t bytes, const std::vector<std::uint32_t>& nu
 /// more than there are.
 std::string Wave(std::uint32_t format, std::uint32_t channels, std::uint32_t bytes,
                  const std::vector<std::uint32_t>& samples) {
-  const std::string data = LittleEndian(bytes, samples);
+  const std::string data = Le(bytes, samples);
   const auto size = static_cast<std::uint32_t>(data.size() + 100);
-  return "RIFF" + LittleEndian(4, {size + 36}) + "WAVEfmt " + LittleEndian(4, {16}) +
-         LittleEndian(2, {format, channels}) + LittleEndian(4, {4, 4 * channels * bytes}) +
-         LittleEndian(2, {channels * bytes, 8 * bytes}) + "data" + LittleEndian(4, {size}) + data;
+  return "RIFF" + Le(4, {size + 36}) + "WAVEfmt " + Le(4, {16}) + Le(2, {format, channels}) +
+         Le(4, {4, 4 * channels * bytes}) + Le(2, {channels * bytes, 8 * bytes}) + "data" +
+         Le(4, {size}) + data;
 }
 
 TEST_F(Recording, ReplaysSoundOfEveryDepth) {
@@ -244,11 +242,11 @@ TEST_F(Recording, ReplaysSoundOfEveryDepth) {
   EXPECT_EQ(two->SampleRate(), 4);
   EXPECT_THAT(two.Values(1, 2), ElementsAre(0x1234 / 32768.0, -1));
   EXPECT_THAT(two.Values(1, 2, kRawWords), ElementsAre(0x1234, -32768));
-
+  Write("two.wav", "");
+  EXPECT_TRUE(two->HostGone());
   Write("wide.wav", Wave(1, 1, 3, {0x400000, 0x800000, 1}));
   const RunningDevice wide(Text("wide.wav", "?start=0"), kSecond / 2);
   EXPECT_THAT(wide.Values(0, 3), ElementsAre(0.5, -1, 0x1p-23));
-
   // The range is full scale; floats go beyond it, and what is no number repeats.
   const auto bits = [](float number) { return std::bit_cast<std::uint32_t>(number); };
   Write("float.wav", Wave(3, 1, 4, {bits(0.5F), bits(-2), bits(NAN)}));
