@@ -25,10 +25,7 @@ class MqttFeedTest : public testing::Test {
     feed_->FixChannels();
   }
   static HostInfo MakeInfo(std::uint64_t epoch) {
-    return {.epoch = epoch,
-            .device = "SM64",
-            .rate = 100,
-            .channels = {{1, "A", "m", 0, 10, 0.5, 0}, {2, "B", "V", -1, 1, 1, 0}}};
+    return {epoch, "SM64", 100, {{1, "A", "m", 0, 10, 0.5, 0}, {2, "B", "V", -1, 1, 1, 0}}};
   }
   void Text(const char* leaf, const std::string& text, bool retained) {
     feed_->OnMessage(leaf, std::as_bytes(std::span(text)), retained, now_);

@@ -82,16 +82,14 @@ TEST(TimeSteps, GiveTheRateInSpiteOfPausesAndFewDigits) {
 }
 
 /// The lines of `text`, handed over in pieces of that size.
-std::vector<std::vector<double>> Lines(const std::string& text, std::size_t piece, bool finish) {
+std::vector<std::vector<double>> Lines(std::string_view text, std::size_t piece, bool finish) {
   CsvLayout layout;
   layout.lines_to_skip = 1;
   layout.columns = {{0, "A", ""}, {2, "B", ""}};
   std::vector<std::vector<double>> lines;
   CsvRows rows(
       layout, [&](const CsvRow& row) { lines.emplace_back(row.values.begin(), row.values.end()); });
-  for (std::size_t i = 0; i < text.size(); i += piece) {
-    rows.Feed(std::string_view(text).substr(i, piece));
-  }
+  for (std::size_t i = 0; i < text.size(); i += piece) rows.Feed(text.substr(i, piece));
   if (finish) rows.Finish();
   return lines;
 }
