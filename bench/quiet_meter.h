@@ -53,8 +53,8 @@ class EmptyProfile : public ProfileOperations {
                                       const std::string&) override {
     return std::string(fallback);
   }
-  void WritePrivateProfileString(std::string_view, std::string_view, std::string_view,
-                                 const std::string&) override {}
+  void WritePrivateProfileKeys(std::string_view, std::span<const ProfileKey>,
+                               const std::string&) override {}
 };
 
 class NoProcesses : public ProcessStart {

@@ -4,8 +4,8 @@
 
 #include "settings/profile_file.h"
 #include "settings/settings.h"
-#include "tests/support/recording.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/spy.h"
 
 namespace vantoscope {
 namespace {
@@ -14,9 +14,9 @@ namespace {
 struct Bench {
   test::ScratchFolder scratch;
   ProfileFile profile{scratch.Path()};
-  test::RecordingMeter seams;
-  Platform platform{nullptr, nullptr, profile, seams.processes};
-  Meter meter{seams.telvix, seams.form, platform};
+  test::SpyMeter seams;
+  Platform platform{nullptr, nullptr, profile, seams};
+  Meter meter{seams, seams, platform};
 
   Bench() {
     meter.runtime.DecimalSep = ".";
@@ -42,13 +42,13 @@ struct Bench {
     for (std::string* text : {&c.CaptionText, &c.MathText, &c.MathUnit, &c.UserFormat}) {
       *text = *text == "a" ? "b" : "a";
     }
-    for (std::int16_t* number : {&c.DataMethod, &c.AlwaysOnTop, &c.Transparency, &c.BorderWidth,
-                                 &seams.form.border_style}) {
+    for (std::int16_t* number :
+         {&c.DataMethod, &c.AlwaysOnTop, &c.Transparency, &c.BorderWidth, &seams.border_style}) {
       *number ^= 1;
     }
     for (std::int32_t* number : {&c.WindowSize, &c.WindowWidth, &c.WindowHeight}) *number ^= 1;
-    seams.form.top.value = -15 - seams.form.top.value;
-    seams.form.left.value = -15 - seams.form.left.value;
+    seams.top.value = -15 - seams.top.value;
+    seams.left.value = -15 - seams.left.value;
   }
 };
 

@@ -11,7 +11,7 @@
 #include "equation/muparser_evaluator.h"
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
-#include "tests/support/recording.h"
+#include "tests/support/spy.h"
 
 namespace vantoscope {
 namespace {
@@ -33,23 +33,6 @@ void CheckEvaluator(Evaluator& evaluator, const std::string& text) {
   if (once && *once != *again && !(std::isnan(*once) && std::isnan(*again))) std::abort();
 }
 
-/// Every fetch finds other numbers.
-class ChangingTelvix : public test::RecordingTelvix {
- public:
-  using RecordingTelvix::RecordingTelvix;
-  std::optional<Block> GetData(std::int16_t count, std::int32_t) override {
-    constexpr double kValues[] = {1.5, -3, 0, 12, -.125, 1e-9, 1e300, NAN, INFINITY, -2.5, 100, 7};
-    Block block(channels.size(), static_cast<std::size_t>(count));
-    for (std::size_t c = 0; c < block.Channels(); ++c) {
-      for (double& x : block.Channel(c)) x = kValues[next_++ % std::size(kValues)];
-    }
-    return block;
-  }
-
- private:
-  std::size_t next_ = 0;
-};
-
 }  // namespace
 }  // namespace vantoscope
 
@@ -60,19 +43,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(reinterpret_cast<const char*>(data) + 3, size - 3);
   CheckEvaluator(*evaluator, text);
 
-  test::RecordingMeter rig;
-  ChangingTelvix telvix(rig.log);
-  Meter meter{telvix, rig.form, rig.platform};
-  meter.runtime.StatisticNames = rig.meter.runtime.StatisticNames;
+  test::SpyMeter spy;
+  Meter& meter = spy.meter;
   meter.runtime.ChannelsPerBank = data[0] % 2 == 0 ? 16 : 32;
   meter.runtime.EquationEngine = CreateMuParserEvaluator();
   meter.config.WindowSize = data[0] % 5;
-  telvix.channels.clear();
+  spy.channels.clear();
   for (int j = 0; j < data[1] % 64; ++j) {
-    telvix.channels.push_back({.number = static_cast<std::int16_t>(1 + j * (1 + data[2] % 19))});
+    spy.channels.push_back({.number = static_cast<std::int16_t>(1 + j * (1 + data[2] % 19))});
   }
+  spy.Hold([next = std::size_t{0}](int, int) mutable {  // every fetch finds other numbers
+    constexpr double kValues[] = {1.5, -3, 0, 12, -.125, 1e-9, 1e300, NAN, INFINITY, -2.5, 100, 7};
+    return kValues[next++ % std::size(kValues)];
+  });
   meter.runtime.PreparedEquation = NormaliseEquation(meter, text);
-  if (PrepareEquation(meter, meter.runtime.PreparedEquation) != rig.form.timer1) std::abort();
+  if (PrepareEquation(meter, meter.runtime.PreparedEquation) != spy.timer1) std::abort();
   EquationTick(meter);
   EquationTick(meter);
   return 0;

@@ -31,12 +31,12 @@ std::string_view TakeField(std::string_view& input) {
   return field;
 }
 
-/// What a reader may expect of a written value: breaks became blanks, blanks around it count for
-/// nothing.
+/// What a reader may expect of a written value: breaks and zero bytes became blanks, blanks around
+/// it count for nothing.
 std::string AsRead(std::string_view value) {
   std::string text(value);
   for (char& c : text) {
-    if (c == '\n' || c == '\r') c = ' ';
+    if (c == '\n' || c == '\r' || c == '\0') c = ' ';
   }
   const std::size_t first = text.find_first_not_of(" \t");
   if (first == std::string::npos) return "";
@@ -70,6 +70,8 @@ void CheckProfile(std::string_view file, std::string_view section, std::string_v
   }
   Require(FindProfileValue(*written, section, key) == AsRead(value));
   Require(!WithProfileValue(*written, section, key, value));
+  Require(std::count(written->begin(), written->end(), '\0') <=
+          std::count(file.begin(), file.end(), '\0'));
 
   if (old_value) {  // the file with the one value replaced, where that value stands
     const auto at = static_cast<std::size_t>(old_value->data() - file.data());

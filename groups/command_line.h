@@ -1,7 +1,6 @@
 // The command line of a meter, and the launch of a group: one process for every channel.
 #pragma once
 
-#include <string>
 #include <string_view>
 
 #include "meter/meter.h"

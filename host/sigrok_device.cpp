@@ -21,7 +21,7 @@ constexpr std::chrono::seconds kFirstValues{4};
 std::string UnitOf(const sr_datafeed_analog& analog) {
   char* unit = nullptr;
   if (sr_analog_unit_to_string(&analog, &unit) != SR_OK) return {};
-  std::string text = LibraryText(unit).get();
+  std::string text = GlibText(unit).get();
   return text.erase(0, text.find_first_not_of(' '));
 }
 

@@ -19,12 +19,12 @@ struct GiveBack {
 };
 
 using SigrokContext = std::unique_ptr<sr_context, GiveBack<sr_exit>>;
-using OpenedInstrument = std::unique_ptr<sr_dev_inst, GiveBack<sr_dev_close>>;
-using SessionHandle = std::unique_ptr<sr_session, GiveBack<sr_session_destroy>>;
-using Variant = std::unique_ptr<GVariant, GiveBack<g_variant_unref>>;
-using List = std::unique_ptr<GSList, GiveBack<g_slist_free>>;  // not what it points to
-using MainContext = std::unique_ptr<GMainContext, GiveBack<g_main_context_unref>>;
-using LibraryText = std::unique_ptr<char, GiveBack<g_free>>;
+using OpenInstrument = std::unique_ptr<sr_dev_inst, GiveBack<sr_dev_close>>;
+using OpenSession = std::unique_ptr<sr_session, GiveBack<sr_session_destroy>>;
+using GlibVariant = std::unique_ptr<GVariant, GiveBack<g_variant_unref>>;
+using GlibList = std::unique_ptr<GSList, GiveBack<g_slist_free>>;  // not what it points to
+using GlibMainContext = std::unique_ptr<GMainContext, GiveBack<g_main_context_unref>>;
+using GlibText = std::unique_ptr<char, GiveBack<g_free>>;
 
 /// Throws SourceError unless the library did it. `what` completes "libsigrok cannot ...".
 inline void CheckSigrok(int code, const std::string& what) {

@@ -28,20 +28,20 @@ sr_dev_driver* StartDriver(sr_context* context, const std::string& name) {
   throw SourceError("libsigrok has no driver '" + name + "'.");
 }
 
-Variant TextVariant(const std::string& text) {
-  return Variant(g_variant_ref_sink(g_variant_new_string(text.c_str())));
+GlibVariant TextVariant(const std::string& text) {
+  return GlibVariant(g_variant_ref_sink(g_variant_new_string(text.c_str())));
 }
 
 /// The first instrument that the driver finds where the settings say.
 sr_dev_inst* Scan(sr_dev_driver* driver, const SigrokSettings& settings) {
-  const Variant conn = TextVariant(settings.conn.value_or(""));
-  const Variant serialcomm = TextVariant(settings.serialcomm.value_or(""));
+  const GlibVariant conn = TextVariant(settings.conn.value_or(""));
+  const GlibVariant serialcomm = TextVariant(settings.serialcomm.value_or(""));
   sr_config at_conn{SR_CONF_CONN, conn.get()};
   sr_config with_serialcomm{SR_CONF_SERIALCOMM, serialcomm.get()};
-  List where;
+  GlibList where;
   if (settings.conn) where.reset(g_slist_append(where.release(), &at_conn));
   if (settings.serialcomm) where.reset(g_slist_append(where.release(), &with_serialcomm));
-  const List found(sr_driver_scan(driver, where.get()));
+  const GlibList found(sr_driver_scan(driver, where.get()));
   if (found) return static_cast<sr_dev_inst*>(found->data);
   throw SourceError("libsigrok finds no instrument with the driver " + settings.driver + ".");
 }
@@ -133,7 +133,7 @@ std::optional<double> SigrokInstrument::Config(const sr_channel_group* group, ui
   if (sr_config_get(sr_dev_inst_driver_get(Handle()), Handle(), group, key, &value) != SR_OK) {
     return std::nullopt;
   }
-  return AsDouble(Variant(value).get());
+  return AsDouble(GlibVariant(value).get());
 }
 
 std::vector<const sr_channel*> SigrokInstrument::Enabled(int type) const {

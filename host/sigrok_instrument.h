@@ -37,7 +37,7 @@ class SigrokInstrument {
   [[nodiscard]] std::vector<const sr_channel*> Enabled(int type) const;
 
   SigrokContext context_;
-  OpenedInstrument opened_;
+  OpenInstrument opened_;
   std::optional<double> sample_rate_;
 };
 

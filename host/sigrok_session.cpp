@@ -7,10 +7,10 @@
 namespace vantoscope {
 namespace {
 
-SessionHandle NewSession(sr_context* context) {
+OpenSession NewSession(sr_context* context) {
   sr_session* session = nullptr;
   CheckSigrok(sr_session_new(context, &session), "begin a session");
-  return SessionHandle(session);
+  return OpenSession(session);
 }
 
 }  // namespace
@@ -36,7 +36,7 @@ SigrokSession::~SigrokSession() { sr_session_stop(session_.get()); }
 
 void SigrokSession::Run(std::promise<int> started) {
   // The library attaches the instrument to the main context of the thread that starts it.
-  const MainContext loop(g_main_context_new());
+  const GlibMainContext loop(g_main_context_new());
   g_main_context_push_thread_default(loop.get());
   const int code = sr_session_start(session_.get());
   started.set_value(code);

@@ -28,7 +28,7 @@ class SigrokSession {
   void Run(std::promise<int> started);
 
   const Events events_;
-  SessionHandle session_;
+  OpenSession session_;
   std::jthread thread_;  // last: ends before what it uses
 };
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "sources/device_text.h"
-
 namespace vantoscope {
 
 SigrokSettings ParseSigrokSettings(std::string_view text) {

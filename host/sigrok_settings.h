@@ -2,9 +2,10 @@
 //
 //   sigrok:DRIVER[:OPTION=VALUE...]
 //
-//   rate=HZ           scans per second, 0.01 to 1000000; see SigrokDevice
-//   range=LO..HI      of every analog channel, in its unit
-//   conn=, serialcomm=  where the instrument is, for the driver to look there
+//   rate=HZ        scans per second, 0.01 to 1000000
+//   range=LO..HI   of every analog channel, in its unit
+//   conn=          where the instrument is, and
+//   serialcomm=    how its serial port is set, both in libsigrok's own form
 //
 // Every other option is a setting of the instrument under libsigrok's own name for it, as in
 // `sigrok:demo:samplerate=2000`. Whether there is such a setting, only the library knows.
@@ -13,9 +14,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
+#include "sources/device_text.h"
 #include "sources/range.h"
 
 namespace vantoscope {
@@ -29,7 +29,7 @@ struct SigrokSettings {
   std::optional<Range> range;
   std::optional<std::string> conn;
   std::optional<std::string> serialcomm;
-  std::vector<std::pair<std::string, std::string>> instrument;  ///< name and value, as written
+  DeviceOptions instrument;  ///< its own settings
 
   bool operator==(const SigrokSettings&) const = default;
 };

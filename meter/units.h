@@ -16,6 +16,7 @@ struct Points {
   auto operator<=>(const Points&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
+inline constexpr double kTwipsPerInch = 1440;
 inline constexpr double kTwipsPerPixel = 15;
 inline constexpr double kTwipsPerPoint = 20;
 

@@ -32,6 +32,11 @@ void PaintDots(QPainter& painter, const QRectF& band) {
   const double breadth = band.height();
   painter.setBrush(kInk);
   for (double x = band.left() + breadth; x < band.right(); x += 2 * breadth) {
+    if (breadth < kRimmed) {  // a circle so small is a grey smear
+      painter.fillRect(QRectF(std::floor(x), std::floor(band.top()), breadth - 1, breadth - 1),
+                       kInk);
+      continue;
+    }
     painter.drawEllipse(QPointF(x, band.center().y()), 0.38 * breadth, 0.38 * breadth);
   }
 }
@@ -46,6 +51,13 @@ void PaintChequers(QPainter& painter, const QRectF& band) {
 
 void PaintWave(QPainter& painter, const QRectF& band) {
   const double breadth = band.height();
+  if (breadth < kRimmed) {  // steps in place of a line that would be a grey smear
+    bool upper = true;
+    for (double x = band.left(); x < band.right(); x += 4, upper = !upper) {
+      painter.fillRect(QRectF(x, upper ? band.top() : band.bottom() - 1, 4, 1), kInk);
+    }
+    return;
+  }
   QPainterPath wave;
   const auto height = [&](double x) {
     return band.center().y() -

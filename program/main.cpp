@@ -4,9 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
-#include <optional>
 #include <string>
-#include <string_view>
 
 #include "equation/muparser_evaluator.h"
 #include "groups/posix_process_start.h"
@@ -19,6 +17,7 @@
 #include "program/ending.h"
 #include "program/meter_watch.h"
 #include "program/termination.h"
+#include "program/usage.h"
 #include "settings/command1_click.h"
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
@@ -28,26 +27,6 @@ namespace vantoscope {
 namespace {
 
 constexpr int kCheckHostMilliseconds = 250;
-
-constexpr const char* kHelp =
-    R"(Usage: vantoscope [-dDEVICE [-nNAME [-iINDEX]]]
-
-Shows one channel of a data acquisition host as one big number that stays on top.
-
-  -dDEVICE  where the data comes from; the built-in simulator if left out
-              sim                      the simulator
-              /path/to/recording.csv   a recording, as CSV or as a sound file
-              mqtt://host:port/root    a host in the network, published by telvixd
-  -nNAME    name of the meter, "_" stands for a space; each name and channel has
-            settings of its own
-  -iINDEX   channel, counted from 0; -1 opens a meter for every channel
-
-Arguments have this order and none may hold a space. The settings are kept in
-$XDG_CONFIG_HOME/vantoscope/Vantoscope.ini (~/.config if that is not set).
-
-  --help     this text
-  --version  the version
-)";
 
 /// The arguments as one text, parted by single spaces.
 std::string CommandLine(int count, char** arguments) {
@@ -98,6 +77,10 @@ void CloseOnRequest(Form0& form) {
   form.EndProcess();
 }
 
+void CloseBox() {
+  if (QWidget* box = QApplication::activeModalWidget()) box->close();
+}
+
 void ReportStartError(const SourceError& error, bool in_group) {
   std::cerr << "vantoscope: " << error.what() << std::endl;
   // One sentence per process would be a screen full of boxes in a group.
@@ -139,24 +122,19 @@ int Run(int count, char** arguments) {
   QTimer host_timer;
   QObject::connect(&host_timer, &QTimer::timeout, [&] { telvix.CheckHost(); });
   host_timer.start(kCheckHostMilliseconds);
-  std::optional<TerminationRequests> termination;
-  const auto watch_signals = [&] {
-    if (!termination) termination.emplace([&] { CloseOnRequest(form); });
-  };
-  QTimer first_event;
-  first_event.setSingleShot(true);
-  QObject::connect(&first_event, &QTimer::timeout, watch_signals);
-  first_event.start(0);
+  TerminationRequests termination;
+  termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
     StartUp(meter, CommandLine(count, arguments));
   } catch (const SourceError& error) {
     host_timer.stop();
-    first_event.stop();
+    termination.OnRequest = CloseBox;
+    termination.Watch();
     ReportStartError(error, in_group);
     return EXIT_FAILURE;
   }
-  watch_signals();
+  termination.Watch();
   const UnloadAtExit display_may_die(form);
   QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
   form.Open();
@@ -167,13 +145,11 @@ int Run(int count, char** arguments) {
 }  // namespace vantoscope
 
 int main(int argc, char** argv) {
-  if (argc == 2 && std::string_view(argv[1]) == "--help") {
-    std::cout << vantoscope::kHelp;
-    return EXIT_SUCCESS;
-  }
-  if (argc == 2 && std::string_view(argv[1]) == "--version") {
-    std::cout << "vantoscope " VANTOSCOPE_VERSION "\n";
-    return EXIT_SUCCESS;
+  if (argc == 2) {
+    if (const auto text = vantoscope::PrintedFor(argv[1])) {
+      std::cout << *text;
+      return EXIT_SUCCESS;
+    }
   }
   return vantoscope::Run(argc, argv);
 }

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <csignal>
 #include <system_error>
-#include <utility>
 
 namespace vantoscope {
 namespace {
@@ -45,20 +44,28 @@ void Handle(void (*handler)(int)) {
 
 }  // namespace
 
-TerminationRequests::TerminationRequests(std::function<void()> on_request)
-    : notifier_(OpenPipe(), QSocketNotifier::Read) {
-  QObject::connect(&notifier_, &QSocketNotifier::activated, [request = std::move(on_request)] {
+TerminationRequests::TerminationRequests() {
+  first_event_.setSingleShot(true);
+  QObject::connect(&first_event_, &QTimer::timeout, [this] { Watch(); });
+  first_event_.start(0);
+}
+
+void TerminationRequests::Watch() {
+  if (notifier_) return;
+  notifier_.emplace(OpenPipe(), QSocketNotifier::Read);
+  QObject::connect(&*notifier_, &QSocketNotifier::activated, [this] {
     std::array<char, 16> bytes{};
     while (read(pipe_ends[0], bytes.data(), bytes.size()) > 0) {
     }
-    request();
+    OnRequest();
   });
   Handle(Report);
 }
 
 TerminationRequests::~TerminationRequests() {
+  if (!notifier_) return;
   Handle(SIG_DFL);
-  notifier_.setEnabled(false);
+  notifier_.reset();
   close(pipe_ends[0]);
   close(pipe_ends[1]);
 }

@@ -2,21 +2,30 @@
 #pragma once
 
 #include <QSocketNotifier>
+#include <QTimer>
 #include <functional>
+#include <optional>
 
 namespace vantoscope {
 
-/// While it lives, SIGTERM, SIGINT and SIGHUP call `on_request` from the event loop. A signal that
-/// the process was started to ignore stays ignored. One object at a time.
+/// From Watch on, SIGTERM, SIGINT and SIGHUP call OnRequest from the event loop. The first event of
+/// the program calls Watch at the latest: until then nobody would hear them, so they end the
+/// process as ever. A signal that the process was started to ignore stays ignored. One object at a
+/// time.
 class TerminationRequests {
  public:
-  explicit TerminationRequests(std::function<void()> on_request);
+  TerminationRequests();
   ~TerminationRequests();
   TerminationRequests(const TerminationRequests&) = delete;
   TerminationRequests& operator=(const TerminationRequests&) = delete;
 
+  void Watch();
+
+  std::function<void()> OnRequest;
+
  private:
-  QSocketNotifier notifier_;
+  QTimer first_event_;
+  std::optional<QSocketNotifier> notifier_;
 };
 
 }  // namespace vantoscope

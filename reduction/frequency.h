@@ -1,7 +1,6 @@
 // The frequency of a repeating signal by its threshold crossings in one block.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <span>
 

@@ -226,7 +226,7 @@ void Dialog::FitFont() {
   constexpr double kLargestSize = 8.25;  // points at 72 to the inch
   constexpr double kSmallestSize = 5;
   constexpr double kStep = 0.25;
-  const double device_points = logicalDpiY() * kTwipsPerPixel / 1440;
+  const double device_points = logicalDpiY() * kTwipsPerPixel / kTwipsPerInch;
   QFont base("Arial");
   base.setStyleHint(QFont::SansSerif);
   const auto fits = [&](double size) {

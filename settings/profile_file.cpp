@@ -1,9 +1,11 @@
 #include "settings/profile_file.h"
 
 #include <fcntl.h>
+#include <linux/limits.h>
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,6 +28,10 @@ constexpr std::size_t kLargestFile = std::size_t{64} << 20U;
 
 [[noreturn]] void Fail(int error = errno) {
   throw std::system_error(error, std::generic_category());
+}
+
+[[noreturn]] void Fail(const char* what, int error = errno) {
+  throw std::system_error(error, std::generic_category(), what);
 }
 
 class Descriptor {
@@ -54,6 +60,14 @@ struct FileContent {
   struct stat status {};
 };
 
+/// Keys would stand as bytes among 16-bit characters, and nobody could read the file any more.
+void RequireBytesAsText(std::string_view text) {
+  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF") ||
+      text.find('\0') != std::string_view::npos) {
+    throw std::runtime_error("the file is UTF-16 or holds zero bytes; it has to be UTF-8");
+  }
+}
+
 /// Nothing where there is no file.
 std::optional<FileContent> ReadFile(const std::string& path) {
   // O_NONBLOCK: a pipe of that name must not hold the meter up.
@@ -78,6 +92,7 @@ std::optional<FileContent> ReadFile(const std::string& path) {
     if (got > 0) length += static_cast<std::size_t>(got);
   }
   content.text.resize(length);
+  RequireBytesAsText(content.text);
   return content;
 }
 
@@ -100,14 +115,14 @@ bool IsAt(const std::string& path, const Descriptor& file) {
 }
 
 Descriptor OpenLock(const std::string& path) {
-  // First as a file that is there: a creating open would wait for everybody else in the folder.
-  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOCTTY;
-  Descriptor file(open(path.c_str(), kFlags));
-  if (file.Get() >= 0) return file;
-  if (errno != ENOENT) Fail();
-  Descriptor made(open(path.c_str(), kFlags | O_CREAT, 0666));
-  if (made.Get() < 0) Fail();
-  return made;
+  constexpr int kFlags = O_CLOEXEC | O_NOCTTY;
+  int fd = open(path.c_str(), O_RDWR | kFlags);
+  // Somebody else's: only network file systems lock no file that is open for reading.
+  if (fd < 0 && errno == EACCES) fd = open(path.c_str(), O_RDONLY | kFlags);
+  // Last, as a creating open would wait for everybody else in the folder.
+  if (fd < 0 && errno == ENOENT) fd = open(path.c_str(), O_RDWR | O_CREAT | kFlags, 0666);
+  if (fd < 0) Fail();
+  return Descriptor(fd);
 }
 
 /// The lock beside the file, held until the result is closed.
@@ -138,25 +153,52 @@ void WriteAll(const Descriptor& file, std::string_view text) {
   }
 }
 
-/// Gives the new file the owner and the permissions of the old one, as far as we may.
-void KeepOwnerAndMode(const Descriptor& file, const struct stat& old) {
-  if (fchown(file.Get(), static_cast<uid_t>(-1), old.st_gid) != 0 ||
-      fchown(file.Get(), old.st_uid, static_cast<gid_t>(-1)) != 0) {
-    errno = 0;  // only root may give a file away
+/// A rename asks for no permission of the file that it replaces.
+void RequireWritable(const std::string& path, const struct stat& status) {
+  constexpr const char* kProtected = "the file is write-protected";
+  constexpr mode_t kAnybody = S_IWUSR | S_IWGRP | S_IWOTH;
+  if ((status.st_mode & kAnybody) == 0) Fail(kProtected, EACCES);  // root may do everything
+  if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) Fail(kProtected);
+}
+
+/// Gives the new file the access list of the old one; the group's bits of the mode mean less in a
+/// file that has one.
+void KeepAccessList(const Descriptor& file, const std::string& old_path) {
+  constexpr const char* kName = "system.posix_acl_access";
+  std::string list(XATTR_SIZE_MAX, '\0');
+  const ssize_t length = getxattr(old_path.c_str(), kName, list.data(), list.size());
+  if (length >= 0) {
+    if (fsetxattr(file.Get(), kName, list.data(), static_cast<std::size_t>(length), 0) != 0) Fail();
+  } else if (errno != ENODATA && errno != ENOTSUP) {
+    Fail();
+  } else {
+    fremovexattr(file.Get(), kName);  // which the folder may have given it
   }
+}
+
+void KeepOwnerAndMode(const Descriptor& file, const std::string& old_path, const struct stat& old) {
+  struct stat made {};
+  if (fstat(file.Get(), &made) != 0) Fail();
+  if ((made.st_uid != old.st_uid || made.st_gid != old.st_gid) &&
+      fchown(file.Get(), old.st_uid, old.st_gid) != 0) {
+    Fail("the file would change its owner");
+  }
+  KeepAccessList(file, old_path);
   if (fchmod(file.Get(), old.st_mode & 07777U) != 0) Fail();
 }
 
 /// Puts a new file in the place of the old one; on failure the old one stands. Under the lock.
 void ReplaceFile(const std::string& path, std::string_view text, const struct stat* old) {
+  if (old != nullptr) RequireWritable(path, *old);
   const std::string new_path = path + ".new";
   if (unlink(new_path.c_str()) != 0 && errno != ENOENT) Fail();  // of a killed writer
-  Descriptor file(open(new_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  const mode_t mode = old != nullptr ? 0600 : 0666;
+  Descriptor file(open(new_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (file.Get() < 0) Fail();
   try {
-    if (old != nullptr) KeepOwnerAndMode(file, *old);
+    if (old != nullptr) KeepOwnerAndMode(file, path, *old);
     WriteAll(file, text);
-    sync_file_range(file.Get(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    if (fsync(file.Get()) != 0) Fail();
     file.Close();
     if (rename(new_path.c_str(), path.c_str()) != 0) Fail();
   } catch (...) {
@@ -165,16 +207,39 @@ void ReplaceFile(const std::string& path, std::string_view text, const struct st
   }
 }
 
-void WriteKey(const std::string& file, std::string_view section, std::string_view key,
-              std::string_view value, std::chrono::milliseconds patience) {
+/// Brings the rename to disk. The file stands already, so a file system that cannot do it has no
+/// failed write to tell of.
+void SyncFolderOf(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path();
+  const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.Get() >= 0) fsync(opened.Get());
+}
+
+/// Nothing where every key holds its value already.
+std::optional<std::string> WithProfileKeys(std::string_view text, std::string_view section,
+                                           std::span<const ProfileKey> keys) {
+  std::optional<std::string> changed;
+  for (const ProfileKey& key : keys) {
+    auto next = WithProfileValue(changed ? *changed : text, section, key.name, key.value);
+    if (next) changed = std::move(next);
+  }
+  return changed;
+}
+
+void WriteKeys(const std::string& file, std::string_view section, std::span<const ProfileKey> keys,
+               std::chrono::milliseconds patience) {
   const std::string path = BehindLinks(file);
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
   if (error) throw std::system_error(error);
-  const Descriptor lock = Lock(path + ".lock", patience);
-  const std::optional<FileContent> old = ReadFile(path);
-  const auto changed = WithProfileValue(old ? old->text : "", section, key, value);
-  if (changed) ReplaceFile(path, *changed, old ? &old->status : nullptr);
+  {
+    const Descriptor lock = Lock(path + ".lock", patience);
+    const std::optional<FileContent> old = ReadFile(path);
+    const auto changed = WithProfileKeys(old ? old->text : "", section, keys);
+    if (!changed) return;
+    ReplaceFile(path, *changed, old ? &old->status : nullptr);
+  }
+  SyncFolderOf(path);  // others need not wait for it
 }
 
 std::string ConfigurationFolder() {
@@ -211,12 +276,13 @@ std::string ProfileFile::GetPrivateProfileString(std::string_view section, std::
   return std::string(fallback);
 }
 
-void ProfileFile::WritePrivateProfileString(std::string_view section, std::string_view key,
-                                            std::string_view value, const std::string& file) {
+void ProfileFile::WritePrivateProfileKeys(std::string_view section,
+                                          std::span<const ProfileKey> keys,
+                                          const std::string& file) {
   const std::string path = PathOf(file);
   const bool failed_before = failed_.count(path) != 0;
   try {
-    WriteKey(path, section, key, value, failed_before ? std::chrono::milliseconds(0) : patience_);
+    WriteKeys(path, section, keys, failed_before ? std::chrono::milliseconds(0) : patience_);
   } catch (const std::exception& error) {
     if (!failed_before) {
       std::fprintf(stderr, "vantoscope: cannot save settings in %s: %s\n", path.c_str(),

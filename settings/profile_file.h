@@ -1,15 +1,15 @@
 // The profile operations on real files. Many processes may write one file at the same moment; none
 // loses a key, and a reader never sees half a file.
 //
-// Every write takes a lock, reads the newest content, writes a new file beside the old one and
-// renames it over it. The lock is an flock on "NAME.lock" in the same folder: it ends with the
-// process that holds it, however that ends, and the empty lock file is left in place, since taking
-// it away would let two processes hold locks on two files of that name. The new file is always
-// "NAME.new", so that what killed writers leave behind never adds up: the next writer replaces it.
+// Every write takes a lock, reads the newest content, writes a new file beside the old one, brings
+// it to disk and renames it over the old one, so that a power failure leaves the one or the other.
+// The lock is an flock on "NAME.lock" in the same folder: it ends with the process that holds it,
+// however that ends, and the empty lock file is left in place, since taking it away would let two
+// processes hold locks on two files of that name. The new file is always "NAME.new", so that what
+// killed writers leave behind never adds up: the next writer replaces it.
 //
-// Nothing is synced to disk by force: a sync per key, under a lock that a whole group of meters
-// waits for, would take a group seconds to end. The write-back of the new file is started before
-// the rename instead; a power failure in the seconds after may bring back the older settings.
+// The disk takes some milliseconds for it, and a whole group of meters that ends waits for the one
+// lock: keys that belong together are to be written together.
 #pragma once
 
 #include <chrono>
@@ -31,14 +31,15 @@ class ProfileFile final : public ProfileOperations {
   explicit ProfileFile(std::string folder,
                        std::chrono::milliseconds patience = std::chrono::seconds(30));
 
-  /// A file that cannot be read, that is no regular file or that is larger than 64 MiB counts as
-  /// missing.
+  /// A file that cannot be read, that is no regular file, that is larger than 64 MiB, that is
+  /// UTF-16 or that holds zero bytes counts as missing; a write to it fails.
   std::string GetPrivateProfileString(std::string_view section, std::string_view key,
                                       std::string_view fallback, const std::string& file) override;
   /// Makes the folder where it is missing. A file that is a symbolic link stays one. A file that
-  /// is there and cannot be read is not replaced.
-  void WritePrivateProfileString(std::string_view section, std::string_view key,
-                                 std::string_view value, const std::string& file) override;
+  /// is there is replaced only where it can be read, where its user may write it (root too only
+  /// where anybody may) and where the new one can have its owner, group, mode and access list.
+  void WritePrivateProfileKeys(std::string_view section, std::span<const ProfileKey> keys,
+                               const std::string& file) override;
 
  private:
   [[nodiscard]] std::string PathOf(const std::string& file) const;

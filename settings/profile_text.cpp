@@ -22,7 +22,7 @@ std::string_view Trimmed(std::string_view text) {
 std::string OneLine(std::string_view text) {
   std::string line(text);
   std::replace_if(
-      line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+      line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r' || c == '\0'; }, ' ');
   return std::string(Trimmed(line));
 }
 
@@ -113,7 +113,8 @@ std::optional<std::string> WithProfileValue(std::string_view text, std::string_v
   const std::string section_name = OneLine(section);
   const std::string new_value = OneLine(value);
   key = Trimmed(key);
-  if (key.empty() || key.find_first_of("=\r\n") != std::string_view::npos ||
+  constexpr std::string_view kNotInKeys("=\r\n\0", 4);
+  if (key.empty() || key.find_first_of(kNotInKeys) != std::string_view::npos ||
       key.find_first_of("[;#") == 0) {
     throw std::invalid_argument("no name for a key: \"" + std::string(key) + "\"");
   }

@@ -5,7 +5,7 @@
 // key, the value is taken whole. Lines that open with ";" or "#" are comments. Blanks and tabs
 // around names and values count for nothing, the case of the letters A to Z in names neither.
 // Where a section or a key stands twice, the first key counts. Every other line is foreign, and so
-// is every byte: zero bytes and text that is no UTF-8 are nothing special.
+// is every byte: text that is no UTF-8 is nothing special. Of zero bytes none is ever added.
 #pragma once
 
 #include <optional>
@@ -22,9 +22,9 @@ std::optional<std::string_view> FindProfileValue(std::string_view text, std::str
 /// The text with one value replaced; or with the key added behind the last key of its section; or
 /// with section and key added at the end. Nothing else changes, but that a last line without a
 /// line end gets one where a line follows it. Line breaks in section or value become blanks, so
-/// that they can open no line of their own. Nothing where the key holds the value already.
-/// Throws std::invalid_argument for a key that could not be found again: an empty one, or one that
-/// holds "=", a line break, or "[", ";" or "#" at its front.
+/// that they can open no line of their own, and so do zero bytes. Nothing where the key holds the
+/// value already. Throws std::invalid_argument for a key that could not be found again: an empty
+/// one, or one that holds "=", a line break, a zero byte, or "[", ";" or "#" at its front.
 std::optional<std::string> WithProfileValue(std::string_view text, std::string_view section,
                                             std::string_view key, std::string_view value);
 

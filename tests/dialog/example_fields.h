@@ -4,7 +4,7 @@
 
 namespace vantoscope::test {
 
-/// Every field differs from its default and from every other field.
+/// Every field but two check boxes differs from its default and from every other field.
 inline const DialogFields kEveryField{
     .Check4 = true,
     .FGLabel = 0x010203,
@@ -18,8 +18,6 @@ inline const DialogFields kEveryField{
     .CalText = " CH1*2 ",
     .CalUnitText = "µm/m",
     .WSText = "1234",
-    .TBCheck = false,
-    .ShowUnitCheck = false,
     .CaptionCheck = true,
     .BorderWidthText = "9",
     .TransparencyText = "77",

@@ -1,216 +1,244 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
-#include <vector>
+#include <cmath>
+#include <random>
 
 #include "equation/equation_tick.h"
+#include "equation/muparser_evaluator.h"
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
-#include "tests/support/recording.h"
+#include "sources/device_control.h"
+#include "tests/support/spy.h"
+#include "text/picture.h"
 
-namespace vantoscope {
-namespace {
+namespace vantoscope::test {
 
-using test::Log;
-using test::MakeBlock;
-using test::RecordingMeter;
-using testing::ElementsAre;
-
-void SetNumbers(RecordingMeter& rig, const std::vector<std::int16_t>& numbers) {
-  rig.telvix.channels.clear();
-  for (const std::int16_t number : numbers) rig.telvix.channels.push_back({.number = number});
-}
-
-// Labels 1, 2, 3, 12, A1, A2, B1 at list indices 0 to 6.
-const std::vector<std::int16_t> kSevenChannels = {1, 2, 3, 12, 17, 18, 33};
-
-using Pairs = std::vector<std::pair<std::string, std::string>>;
-
-/// Runs texts and their normal forms through a meter with these channels.
-void ExpectNormalised(const std::vector<std::int16_t>& numbers, std::int16_t per_bank,
-                      const Pairs& rows) {
-  RecordingMeter rig;
-  SetNumbers(rig, numbers);
-  rig.meter.runtime.ChannelsPerBank = per_bank;
-  for (const auto& [text, normalised] : rows) {
-    EXPECT_EQ(NormaliseEquation(rig.meter, text), normalised) << text;
-  }
-}
-
+// Blanks part the texts; no replacement reaches over one.
 TEST(NormaliserTest, TurnsReferencesIntoTokens) {
-  const Pairs plain = {{"CH12-CH1", "#3-#0"},
-                       {"CH[T-26]A1", "#Z4"},
-                       {"CH[T-0]1", "#@0"},
-                       {"CHA1ACRMS+CHB1RMS", "#acrms4+#rms6"},
-                       {"sin(CH1)*2+CH2AVE", "sin(#0)*2+#ave1"},
-                       {"(CH3-CH[T-1]3)*RATE", "(#2-#A2)*#@"},
-                       {"", ""},
-                       {"#0+#B2", "#0+#B2"}};
-  ExpectNormalised(kSevenChannels, 16, plain);
-  const Pairs quirks = {{"CH3FREQ", "#2FREQ"},     {"ch2", "#2"},
-                        {"CH3min", "#2min"},       {"CH[T-1]3MIN", "#A2MIN"},
-                        {"CH3MINMAX", "#min2MAX"}, {"CH99", "#99"},
-                        {"CH[T-1]5", "#A5"},       {"CH13", "#03"},
-                        {"CHZ1", "#Z1"},           {"CH[T-27]1", "#[T-27]0"},
-                        {"CH[T-05]1", "#[T-05]0"}, {"RATE2", "#@2"},
-                        {"touch}", "tou#]"},       {"STRATEGY", "ST#@GY"},
-                        {"CH[T-18]ATE", "##@"}};
-  ExpectNormalised(kSevenChannels, 16, quirks);
-  ExpectNormalised({1, 9, 3}, 16, {{"CH9", "#9"}, {"CH3", "#2"}});      // Top is 3
-  ExpectNormalised({1, 2, 3, -1}, 16, {{"CH1", "#0"}, {"CH2", "#2"}});  // Top is 1
-  ExpectNormalised({4, 7, 7}, 16, {{"CH7", "#2"}});                     // the higher index
-  ExpectNormalised({}, 16, {{"CH1+RATE", "#1+#@"}});
-  // The letters of the banks leave out I and O and go on behind Z.
-  ExpectNormalised({144, 145, 225, 400}, 16, {{"CHH16+CHJ1+CHP1+CHZ16", "#0+#1+#2+#3"}});
-  ExpectNormalised({32, 300, 999}, 32, {{"CH32+CHJ12+CHa7", "#0+#1+#2"}});
-}
-
-/// Seven channels; channel j holds 10j + k, k scans before the newest, over `scans` scans.
-RecordingMeter& WithBlocks(RecordingMeter& rig, int scans) {
-  SetNumbers(rig, kSevenChannels);
-  std::vector<std::vector<double>> values(7);
-  for (int j = 0; j < 7; ++j) {
-    for (int k = scans - 1; k >= 0; --k) values[static_cast<std::size_t>(j)].push_back(10 * j + k);
-  }
-  rig.telvix.blocks.clear();
-  rig.telvix.blocks.push_back(MakeBlock(values));
-  rig.log.clear();
-  return rig;
-}
-
-constexpr const char* kNotFound = "Message critical [] Channel(s) not found in Telvix (";
-constexpr const char* kFailed =
-    "Message critical [] Failed to evaluate the equation. Please fix the error and start again";
-
-TEST(PreparationTest, StartsChecksStartsAndEvaluates) {
-  RecordingMeter rig;
-  WithBlocks(rig, 5);
-  rig.meter.runtime.Reading = 77;
-  EXPECT_TRUE(PrepareEquation(rig.meter, "#B1+#D2+#1*#max3/#@"));
-  EXPECT_THAT(rig.log, ElementsAre("Start", "ChannelCount", "Start", "GetData 5 1", "SampleRate",
-                                   "ChannelCount", "Evaluate 12.+24.+14.*34./1000.", "Timer1 on"));
-  EXPECT_EQ(rig.meter.runtime.HistoryDepth, 4);
-  EXPECT_EQ(rig.meter.runtime.NeedsStatistics, 1);
-  EXPECT_EQ(rig.meter.runtime.Reading, 77);
-}
-
-TEST(PreparationTest, ShowsWhatIsWrongAndThenStops) {
-  RecordingMeter rig;
-  WithBlocks(rig, 1);
-  EXPECT_FALSE(PrepareEquation(rig.meter, "#99+1"));
-  EXPECT_THAT(rig.log, ElementsAre("Start", "ChannelCount", kNotFound + std::string("#99+1)"),
-                                   "Stop", "Timer1 off"));
-  WithBlocks(rig, 1);
-  rig.evaluator_failing = true;
-  EXPECT_FALSE(PrepareEquation(rig.meter, "#2FREQ"));
-  EXPECT_THAT(rig.log,
-              ElementsAre("Start", "ChannelCount", "Start", "GetData 1 1", "SampleRate",
-                          "ChannelCount", "Evaluate 20.FREQ", kFailed, "Stop", "Timer1 off"));
-}
-
-TEST(PreparationTest, ProvesTheGrammarWithoutABlock) {
-  for (const bool failing : {false, true}) {
-    RecordingMeter rig;
-    SetNumbers(rig, kSevenChannels);
-    rig.meter.runtime.DataBlock = MakeBlock({{5}, {5}, {5}, {5}, {5}, {5}, {5}});
-    rig.telvix.failing["GetData"] = failing;
-    EXPECT_TRUE(PrepareEquation(rig.meter, "#0+#A1*#ave2/#@"));
-    EXPECT_THAT(rig.log, testing::Contains("Evaluate .+.*./1000."));
-    EXPECT_TRUE(rig.form.timer1);
+  const std::vector<int> seven = {1, 2, 3, 12, 17, 18, 33};  // 1, 2, 3, 12, A1, A2, B1
+  const std::tuple<std::vector<int>, std::int16_t, const char*, const char*> rows[] = {
+      {seven, 16, "CH12-CH1 CH[T-26]A1 CH[T-0]1 CHA1ACRMS+CHB1RMS (CH3-CH[T-1]3)*RATE",
+       "#3-#0 #Z4 #@0 #acrms4+#rms6 (#2-#A2)*#@"},
+      {seven, 16, "sin(CH1)*2+CH2AVE-CH2MAX #0+#B2-#freq2*#@",
+       "sin(#0)*2+#ave1-#max1 #0+#B2-#freq2*#@"},
+      {seven, 16, "CH3FREQ ch2 CH3min CH[T-1]3MIN CH3MINMAX touch} STRATEGY RATE2",
+       "#2FREQ #2 #2min #A2MIN #min2MAX tou#] ST#@GY #@2"},
+      {seven, 16, "CH99 CH[T-1]5 CH13 CHZ1 CH[T-27]1 CH[T-05]1 CH[T-18]ATE",
+       "#99 #A5 #03 #Z1 #[T-27]0 #[T-05]0 ##@"},
+      {{1, 9, 3}, 16, "CH9 CH3", "#9 #2"},  // no label above the first and the last number
+      {{1, 2, 3, -1}, 16, "CH1 CH2", "#0 #2"},
+      {{4, 7, 7}, 16, "CH7", "#2"},  // of equal numbers the higher index
+      {{}, 16, "CH1+RATE", "#1+#@"},
+      // The letters of the banks leave out I and O and go on behind Z.
+      {{144, 145, 224, 225, 400}, 16, "CHH16+CHJ1+CHN16+CHP1+CHZ16", "#0+#1+#2+#3+#4"},
+      {{32, 33, 300, 999}, 32, "CH32+CHA1+CHJ12+CHa7", "#0+#1+#2+#3"}};
+  for (const auto& [numbers, per_bank, text, tokens] : rows) {
+    SpyMeter m;
+    m.SetNumbers(numbers);
+    m.runtime.ChannelsPerBank = per_bank;
+    EXPECT_EQ(NormaliseEquation(m.meter, text), tokens);
   }
 }
 
-/// A meter whose tick is due for `equation`.
-void Prepare(RecordingMeter& rig, const std::string& equation, std::int16_t depth,
-             std::int16_t statistics) {
-  rig.meter.runtime.PreparedEquation = equation;
-  rig.meter.runtime.HistoryDepth = depth;
-  rig.meter.runtime.NeedsStatistics = statistics;
-  rig.log.clear();
+/// Channel j holds 10j + k, k scans before the newest. Channels 5, 12 and 15 hold 2.5, 6 holds -3
+/// and 4 holds 0.1. A statistic covers 40 scans.
+struct EquationMeter : SpyMeter {
+  explicit EquationMeter(std::size_t count = 7) {
+    Resize(count);
+    runtime.DecimalSep = ",";
+    runtime.Reading = 77;
+    config.WindowSize = 40;
+    Hold([](int j, int k) {
+      const bool steady = j == 5 || j == 12 || j == 15;
+      return steady ? 2.5 : j == 6 ? -3 : j == 4 ? 0.1 : 10 * j + k;
+    });
+  }
+  void Resize(std::size_t count) { channels.assign(count, {.high = 100}); }
+  bool Tick(const std::string& equation) {
+    runtime.PreparedEquation = equation;
+    log.clear();
+    return EquationTick(meter);
+  }
+};
+
+TEST(EquationTest, AsksInItsOrderAndComputesWhatIsNamedOnce) {
+  EquationMeter m;
+  m.answer = 250;
+  EXPECT_TRUE(PrepareEquation(m.meter, "#B1*#max3*#max3/#@"));
+  EXPECT_EQ(m.log.Text(),
+            "Start|ChannelCount|Start|GetData 3 1|SampleRate|ChannelCount|"
+            "Evaluate 12.*32.*32./1000.|Timer1 on|");
+  EXPECT_EQ(m.runtime.Reading, 77);
+  EXPECT_TRUE(m.Tick("#B1*#max3*#max3/#@"));
+  EXPECT_EQ(m.log.Text(),
+            "GetData 40 1|GetData 3 1|SampleRate|ChannelCount|ScaleLow 3|"
+            "Evaluate 12.*69.*69./1000.|");
+  EXPECT_EQ(m.runtime.Reading, 250);
 }
 
-TEST(EquationTickTest, FetchesSubstitutesAndEvaluates) {
-  RecordingMeter rig;
-  WithBlocks(rig, 2);
-  rig.evaluator_value = 250;
-  Prepare(rig, "(#2-#A2)*#@", 1, 0);
-  EXPECT_TRUE(EquationTick(rig.meter));
-  EXPECT_THAT(rig.log,
-              ElementsAre("GetData 2 1", "SampleRate", "ChannelCount", "Evaluate (20.-21.)*1000."));
-  EXPECT_EQ(rig.meter.runtime.Reading, 250);
+// At first a plain token and a statistic are the oldest sample of the block, and history goes
+// before the statistics; in the tick they are the newest and the real one, and statistics go first.
+// `#A12` is index 1 and a 2; so are `#257` beyond what is marked and `#@2` without an index 2. From
+// `#1#15` on a number lengthens the token before it, to one that the text did not hold, but for
+// `#A1#5`, where the turn of 12 is over.
+TEST(EquationTest, WritesNumbersIntoTheTextTokenByToken) {
+  const std::tuple<std::size_t, const char*, int, int, std::string, std::string> rows[] = {
+      {7, "200+20", 0, 0, "200+20", "200+20"},     {7, "2#1-#6", 0, 0, "210.--3.", "210.--3."},
+      {7, "#4", 0, 0, ".10000000000000001", ".1"}, {7, "#0+#@0", 0, 0, ".+.", ".+."},
+      {7, "#1-#A1", 1, 0, "11.-11.", "10.-11."},   {7, "#B1+#D2", 4, 0, "12.+24.", "12.+24."},
+      {7, "#Z0+#A0", 26, 0, "26.+1.", "26.+1."},   {7, "#min1#max2", 0, 1, "10.20.", "10.59."},
+      {7, "#freq2+#2", 0, 1, "20.+20.", ".+20."},  {7, "#2FREQ", 0, 0, "20.FREQ", "20.FREQ"},
+      {7, "#A12", 1, 0, "11.2", "11.2"},           {30, "#257", 0, 0, "250.7", "250.7"},
+      {7, "#@2#@", 0, 0, "20.1000.", "20.1000."},  {2, "#@2", 0, 0, "1000.2", "1000.2"},
+      {16, "#1#15", 0, 0, "2.5.5", "2.5.5"},       {16, "#A1#5", 1, 0, "11.2.5", "11.2.5"},
+      {16, "#@#1", 0, 0, "10.0.", "10.0."},        {16, "#A1#min12", 1, 1, "11.2.5", "2.5.5"},
+      {16, "#min1#A12", 1, 1, "2.5.5", "10.2.5"}};
+  for (const auto& [channels, equation, depth, statistics, first, tick] : rows) {
+    EquationMeter m(channels);
+    EXPECT_TRUE(PrepareEquation(m.meter, equation)) << equation;
+    EXPECT_EQ(m.runtime.HistoryDepth, depth) << equation;
+    EXPECT_EQ(m.runtime.NeedsStatistics, statistics) << equation;
+    EXPECT_EQ(m.log.Text({"Evaluate"}), "Evaluate " + first + "|");
+    EXPECT_TRUE(m.Tick(equation));
+    EXPECT_EQ(m.log.Text({"Evaluate"}), "Evaluate " + tick + "|");
+  }
 }
 
-// The block of statistics is fetched first; a statistic is computed once, and only if named.
-TEST(EquationTickTest, ComputesNamedStatisticsOnce) {
-  RecordingMeter rig;
-  SetNumbers(rig, {1, 2});
-  rig.meter.config.WindowSize = 2;
-  rig.telvix.blocks.push_back(MakeBlock({{-12, 3}, {40, 14}}));
-  rig.telvix.blocks.push_back(MakeBlock({{8}, {9}}));
-  Prepare(rig, "#min0+#min0*#max1-#0", 0, 1);
-  EXPECT_TRUE(EquationTick(rig.meter));
-  EXPECT_THAT(rig.log, ElementsAre("GetData 2 1", "GetData 1 1", "SampleRate", "ChannelCount",
-                                   "ScaleLow 1", "ScaleHigh 0", "Evaluate -12.+-12.*40.-8."));
+TEST(EquationTest, RefusesATokenThatNamesNothing) {
+  const std::pair<std::size_t, std::string> rows[] = {
+      {7, "#99+1"}, {7, "#7"},    {7, "#12"}, {7, "#256"},  {30, "#256"},
+      {7, "#A7"},   {7, "#min7"}, {7, "#A"},  {7, "#mi#1"}, {7, "#[T-27]0"}};
+  for (const auto& [channels, equation] : rows) {
+    EquationMeter m(channels);
+    EXPECT_FALSE(PrepareEquation(m.meter, equation));
+    EXPECT_EQ(m.log.Text(),
+              "Start|ChannelCount|Message critical [] Channel(s) not found in Telvix (" + equation +
+                  ")|Stop|Timer1 off|");
+  }
 }
 
-// In the last one the value of #15 lengthens the index before it to 12.
-TEST(EquationTickTest, WritesValuesWithNothingAround) {
-  const Pairs rows = {{"#0-#1", "1.5--3."},        {"2#0", "21.5"},
-                      {"#0#1", "1.5-3."},          {"#2", "."},
-                      {"#3", ".3333333333333333"}, {"#0+#@0+#@", "1.5+1.5+1000."},
-                      {"#1#15", "99..5"}};
-  RecordingMeter rig;
-  rig.meter.runtime.DecimalSep = ",";
-  SetNumbers(rig, std::vector<std::int16_t>(16, 1));
-  std::vector<std::vector<double>> newest(16, {0.0});
-  newest[0] = {1.5}, newest[1] = {-3}, newest[3] = {1.0 / 3};
-  newest[15] = {2.5}, newest[12] = {99};
-  rig.telvix.blocks.push_back(MakeBlock(newest));
-  for (const auto& [equation, evaluated] : rows) {
-    Prepare(rig, equation, 0, 0);
-    EXPECT_TRUE(EquationTick(rig.meter));
-    EXPECT_EQ(rig.log.back(), "Evaluate " + evaluated);
+TEST(EquationTest, RefusesWhatTheEvaluatorRefuses) {
+  EquationMeter m;
+  m.failing = {"Evaluate"};
+  EXPECT_FALSE(PrepareEquation(m.meter, "#2FREQ"));
+  EXPECT_EQ(m.log.Text({"Evaluate", "Message", "Stop", "Timer1"}),
+            "Evaluate 20.FREQ|Message critical [] Failed to evaluate the equation. Please fix the "
+            "error and start again|Stop|Timer1 off|");
+}
+
+TEST(EquationTest, ProvesTheGrammarWithoutABlock) {
+  for (const char* failing : {"", "GetData"}) {
+    EquationMeter m;
+    m.runtime.DataBlock = MakeBlock(m.scans(2));
+    m.scans = [](int) { return Scans{}; };
+    m.failing = {failing};
+    EXPECT_TRUE(PrepareEquation(m.meter, "#1+#A1*#ave2/#@"));
+    EXPECT_EQ(m.log.Text({"Evaluate", "Timer1"}), "Evaluate .+.*./1000.|Timer1 on|");
   }
 }
 
 // With three channels `#12` is index 1 and a 2.
-TEST(EquationTickTest, NoticesAnotherChannelList) {
-  RecordingMeter rig;
-  Prepare(rig, "#12", 0, 0);
-  for (const auto& [channels, evaluated] :
-       std::vector<std::pair<std::size_t, std::string>>{{3, "5.2"}, {13, "5."}, {3, "5.2"}}) {
-    SetNumbers(rig, std::vector<std::int16_t>(channels, 1));
-    rig.telvix.blocks.clear();
-    rig.telvix.blocks.push_back(MakeBlock({channels, std::vector<double>{5}}));
-    EXPECT_TRUE(EquationTick(rig.meter));
-    EXPECT_EQ(rig.log.back(), "Evaluate " + evaluated);
+TEST(EquationTest, TheTickNoticesAnotherChannelList) {
+  EquationMeter m;
+  for (const auto& [channels, evaluated] : {std::pair(3U, "10.2"), {13U, "2.5"}, {3U, "10.2"}}) {
+    m.Resize(channels);
+    EXPECT_TRUE(m.Tick("#12"));
+    EXPECT_EQ(m.log.back(), std::string("Evaluate ") + evaluated);
   }
 }
 
-TEST(EquationTickTest, EndsSilentlyAndKeepsTheReading) {
-  const auto tick = [](auto spoil) {
-    RecordingMeter rig;
-    WithBlocks(rig, 3);
-    rig.meter.config.WindowSize = 3;
-    rig.evaluator_value = 5;
-    rig.meter.runtime.Reading = 42;
-    Prepare(rig, "#ave0", 0, 1);
-    spoil(rig);
-    EXPECT_FALSE(EquationTick(rig.meter));
-    EXPECT_EQ(rig.meter.runtime.Reading, 42);
-    return rig.log;
-  };
-  EXPECT_THAT(tick([](RecordingMeter& rig) { rig.telvix.failing["GetData"] = true; }),
-              ElementsAre("GetData 3 1"));
-  EXPECT_THAT(tick([](RecordingMeter& rig) { rig.meter.config.WindowSize = 40000; }),
-              testing::IsEmpty());
-  EXPECT_THAT(tick([](RecordingMeter& rig) { rig.telvix.blocks.clear(); }),
-              ElementsAre("GetData 3 1", "GetData 1 1"));
-  tick([](RecordingMeter& rig) { rig.telvix.channels.resize(8); });  // the block knows 7
-  tick([](RecordingMeter& rig) { rig.evaluator_failing = true; });
+constexpr double kValues[] = {1.5, -3,      0,   2,    12.25, 0.1, 55,   -0.125,    101, 2.5,
+                              7,   1.0 / 3, -20, 1e20, 33.75, 25,  1e-5, 123456.75, 0.5, 10};
+
+double ValueOf(int j, int k) {
+  return kValues[static_cast<std::size_t>(j * 3 + k * 11) % std::size(kValues)];
 }
 
-}  // namespace
-}  // namespace vantoscope
+/// Every token that there is, replaced one after the other; a statistic is of one sample.
+std::string Replaced(std::string text, int channels, const MeterRuntime& needs, bool first) {
+  const auto put = [&](const std::string& token, double value) {
+    const std::string number =
+        FormatPicture(value, first ? "#.#################" : "#.################", ".");
+    for (std::size_t at = 0; (at = text.find(token, at)) != std::string::npos; at += number.size())
+      text.replace(at, token.size(), number);
+  };
+  for (int j = channels - 1; j >= 0; --j) {
+    const double x = ValueOf(j, first ? needs.HistoryDepth : 0);
+    const double statistics[] = {x, x, x, std::abs(x), 0, 0};
+    const auto history = [&] {
+      for (int k = needs.HistoryDepth; k >= 0; --k)
+        put(std::string{'#', static_cast<char>('@' + k)} + std::to_string(j), ValueOf(j, k));
+    };
+    put("#" + std::to_string(j), x);
+    if (first) history();
+    for (std::size_t s = 0; s < 6 && needs.NeedsStatistics > 0; ++s)
+      put("#" + needs.StatisticNames[s] + std::to_string(j), first ? x : statistics[s]);
+    if (!first) history();
+  }
+  put("#@", 1000);
+  return text;
+}
+
+// The code leaves out the tokens that cannot occur, and keeps the others from tick to tick.
+TEST(EquationTest, LeavesOutNoTokenThatOccurs) {
+  std::mt19937 random(20261122);
+  const auto pick = [&](std::size_t below) { return random() % below; };
+  const std::string soup = "0123456789#@ABZminavers+-.";
+  SpyMeter m;
+  m.config.WindowSize = 1;
+  m.Hold(ValueOf);
+  int passed = 0;
+  for (int round = 0; round < 4000; ++round) {
+    const std::size_t channels = pick(40) + 1;
+    m.channels.assign(channels, {.low = -1e300, .high = 1e300});
+    std::string text;
+    for (std::size_t parts = pick(8) + 1; parts > 0; --parts) {
+      const std::string heads[] = {
+          "#", {'#', "@ABDZ"[pick(5)]}, "#" + m.runtime.StatisticNames[pick(6)]};
+      text += heads[pick(3)] + std::to_string(pick(channels));
+      if (pick(4) == 0) text += "#@";
+      if (pick(2) == 0) text += soup[pick(soup.size())];
+    }
+    m.log.clear();
+    if (!PrepareEquation(m.meter, text)) continue;
+    m.runtime.PreparedEquation = text;
+    const auto expected = [&](bool first) {
+      return "Evaluate " + Replaced(text, static_cast<int>(channels), m.runtime, first);
+    };
+    ASSERT_EQ(m.log[m.log.size() - 2], expected(true)) << text << " over " << channels;
+    for (int tick = 0; tick < 2; ++tick) {
+      ASSERT_TRUE(EquationTick(m.meter));
+      ASSERT_EQ(m.log.back(), expected(false)) << text << " over " << channels;
+    }
+    ++passed;
+  }
+  EXPECT_GT(passed, 500);
+}
+
+// The worked examples of the help page, on the simulator at a moment that stands still, with the
+// real evaluator. What the signals are stands in sources/simulator.cpp; the results are by hand.
+TEST(WorkedExamplesTest, ReadWhatTheSignalsAre) {
+  DeviceControl telvix([] { return std::int64_t{1'000'000'012'345'000'000}; });
+  telvix.SetDeviceName("sim");
+  telvix.Start();
+  const std::tuple<const char*, int, double, double> rows[] = {
+      {"CH4RMS*CH5RMS", 200, 2300, 0.5},                    // 230 V times 10 A
+      {"max(CH4MAX,-CH4MIN)/CH4RMS", 200, 1.4055, 0.0088},  // a peak met within 9 degrees
+      {"(CH7-CH[T-20]7)*RATE/20", 3, 1, 0.08},  // 1 mm/s; a step of the converter is 0.08 mm/s
+      {"100*CH8ACRMS/CH8AVE", 1000, 100, 0.3},  // a square from 0 to 5 V
+      {"#freq3", 2000, 50, 50.0 / 1900},        // one sample in what lies between the crossings
+      {"#freq7*60", 5000, 60, 0.1},             // the square as a pulse: one a second
+      {"CH1>0 ? RATE : 0", 3, 1000, 0}};
+  SpyMeter spy;
+  Meter meter{telvix, spy, spy.platform, {}, std::move(spy.runtime)};
+  meter.runtime.EquationEngine = CreateMuParserEvaluator();
+  for (const auto& [equation, window, value, within] : rows) {
+    meter.config.WindowSize = window;
+    meter.runtime.PreparedEquation = NormaliseEquation(meter, equation);
+    ASSERT_TRUE(PrepareEquation(meter, meter.runtime.PreparedEquation)) << equation;
+    ASSERT_TRUE(EquationTick(meter));
+    EXPECT_NEAR(meter.runtime.Reading, value, within) << equation;
+  }
+}
+
+}  // namespace vantoscope::test

@@ -1,16 +1,21 @@
 """A private broker on a loopback port and a Unix socket, with hosts that publish there and meters
 that show what they publish."""
 
-import contextlib
 import random
 import shutil
 import signal
 import socket
 
-from conftest import eventually, program
+from conftest import answers, eventually, program
 
 ROOT = "lab/bench1"
 MOSQUITTO = shutil.which("mosquitto") or "/usr/sbin/mosquitto"
+
+
+def _free_port():
+    """Below those that the system hands out, so that no client can take it in a restart."""
+    port = random.randrange(20000, 32000)
+    return not answers(socket.AF_INET, ("127.0.0.1", port)) and port
 
 
 class Network:
@@ -19,8 +24,7 @@ class Network:
         self.desk = desk
         self.folder = desk.folder / f"broker{len(list(desk.folder.glob('broker*')))}"
         self.folder.mkdir()
-        # Below those that the system hands out, so that no client can take it in a restart.
-        self._port = random.randrange(20000, 32000)
+        self._port = eventually(_free_port)
         (self.folder / "mosquitto.conf").write_text(
             f"per_listener_settings true\nuser root\npersistence {persistence}\n"
             f"persistence_location {self.folder}/\nlistener {self._port} 127.0.0.1\n{listener}\n"
@@ -34,9 +38,7 @@ class Network:
 
         def accepts():
             assert self.broker.poll() is None, self.broker.said()
-            with contextlib.suppress(OSError), socket.create_connection(
-                    ("127.0.0.1", self._port)):
-                return True
+            return answers(socket.AF_INET, ("127.0.0.1", self._port))
         eventually(accepts)
 
     def stop_broker(self):

@@ -31,7 +31,7 @@ def test_a_meter_is_set_up_closed_and_comes_back(desk):
     # Return nor Escape closes, and OK does.
     screen.keys("Tab*4 '220.5' Tab '-3' Tab space Tab '1000' Tab Left Tab space Tab '60'")
     screen.keys("Return Escape Tab*4")
-    assert screen.mapped(dialog)
+    eventually(lambda: desk.button_is(meter, "FOCUSED", "OK"))
     screen.keys("space")
     eventually(lambda: not screen.mapped(dialog))
     screen.swap_look(window, bare=True)

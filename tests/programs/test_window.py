@@ -31,8 +31,11 @@ def test_restarted_meters_do_not_wander(each_desk):
         desk.place(f"{name}1", *place)
     saved = []
     for how in ("at once", "patiently", "by signal"):
-        meters = {name: desk.meter(name, QT_SCALE_FACTOR=scale)
-                  for name, (scale, _, _) in RESTARTS.items()}
+        meters = {}
+        for name, (scale, _, _) in RESTARTS.items():
+            meters[name] = desk.meter(name, QT_SCALE_FACTOR=scale)
+            if how == "patiently":  # one by one, so that none waits long for its place
+                screen.window(meters[name])
         windows = {name: screen.window(meter) for name, meter in meters.items()}
         if how == "patiently":
             wanted = {name: outer for name, (_, _, outer) in RESTARTS.items()}
@@ -58,8 +61,11 @@ def test_first_place_is_kept(each_desk):
     for _ in range(2):
         meter = each_desk.meter("New")
         window = each_desk.screen.window(meter)
-        place = at_rest(lambda w=window: each_desk.screen.outer(w))
-        assert place[2:] == (200, 67)
+
+        def rests_framed():
+            place = at_rest(lambda w=window: each_desk.screen.outer(w))
+            return place[2:] == (200, 67) and place
+        place = eventually(rests_framed)
         each_desk.screen.close(window)
         assert meter.ends() == 0
         assert each_desk.number("New1", "Window Left") == place[0] * TWIPS_PER_PIXEL
@@ -134,7 +140,7 @@ def test_settings_button_comes_with_the_pointer(desk):
     window = desk.settle(meter, (400, 400, 200, 100))
 
     def button():
-        return desk.is_shown(meter, "button", "Settings")
+        return desk.button_is(meter, "SHOWING", "Settings")
 
     for x, y, shown in [(400, 450, True), (399, 450, False), (451, 450, True), (452, 450, False),
                         (451, 5, True), (452, 955, False), (400, 955, True)]:

@@ -1,210 +1,140 @@
 #include "settings/settings.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <map>
-#include <sstream>
-#include <string>
-
 #include "presentation/window_behaviour.h"
-#include "tests/support/recording.h"
+#include "tests/dialog/example_fields.h"
+#include "tests/support/spy.h"
+#include "text/words.h"
 
-namespace vantoscope {
-namespace {
-
-using test::Log;
-using ::testing::Contains;
-using ::testing::IsSupersetOf;
-using ::testing::Not;
+namespace vantoscope::test {
 
 /// Meter Tank on list index 2, whose channel is number 3.
-struct Tank : test::RecordingMeter {
-  Tank() {
-    telvix.channels.resize(3);
-    telvix.channels[2].number = 3;
-    meter.runtime.MeterName = "Tank";
-    meter.runtime.ChannelIndex = 2;
-    meter.runtime.SectionName = "Tank3";
-    meter.runtime.IniFile = "Vantoscope.ini";
-    form.resized = [this] { ResizeRule(meter); };
-  }
-  /// The log without the resize rule's entries; a read is `?` and its key, a write `!` and its
-  /// line.
-  Log Orders() {
-    const std::string place = " Vantoscope.ini [Tank3] ";
-    Log orders;
-    for (const std::string& entry : log) {
-      if (entry == "MoveLabel" || entry.starts_with("LabelFontSize")) continue;
-      const std::size_t at = entry.find(place);
-      orders.push_back(at == std::string::npos ? entry
-                                               : (entry.starts_with("Read") ? "?" : "!") +
-                                                     entry.substr(at + place.size()));
-    }
-    return orders;
+struct Tank : SpyMeter {
+  explicit Tank(std::map<std::string, std::string> values = {}) {
+    SetNumbers({1, 2, 3});
+    stored = std::move(values);
+    runtime.MeterName = "Tank";
+    runtime.ChannelIndex = 2;
+    runtime.SectionName = "Tank3";
+    runtime.IniFile = "Vantoscope.ini";
   }
 };
 
-/// The entries of a log that is written with a bar behind each.
-Log Entries(const std::string& text) {
-  Log entries;
-  std::istringstream stream(text);
-  for (std::string entry; std::getline(stream, entry, '|');) entries.push_back(entry);
-  return entries;
-}
-
-TEST(LoadSettings, FirstStartTakesTheDefaultsInOrder) {
+TEST(SettingsTest, AFirstStartTakesTheDefaultsInOrderAndSavesThem) {
   Tank tank;
   LoadSettings(tank.meter);
-  EXPECT_EQ(
-      tank.Orders(),
-      Entries("ChannelNumber 2|?Caption|Title Tank Channel 3|?debug|?Foreground Color|"
-              "?Background Color|BackColor 16777215|LabelBackColor 16777215|?High Limit Color|"
-              "?Low Limit Color|?High Limit Value|?Low Limit Value|?Alarm Enabled|?AverageLength|"
-              "?AverageMode|?ShowUnit|?ShowCaption|?Window Height|Height 1000|?Window Width|"
-              "Width 3000|?Window Top|?Window Left|?Always On Top|?Transparency|?BorderWidth|?Math|"
-              "?UserFormat|?MathUnit|?BorderStyle|BorderStyle 5|Title Tank Channel 3|Alpha 255|"
-              "Command1 on|"));
+  EXPECT_EQ(tank.log.Text(),
+            "ChannelNumber 2|?Caption|Title Tank Channel 3|?debug|?Foreground Color|"
+            "?Background Color|BackColor 16777215|LabelBackColor 16777215|?High Limit Color|"
+            "?Low Limit Color|?High Limit Value|?Low Limit Value|?Alarm Enabled|?AverageLength|"
+            "?AverageMode|?ShowUnit|?ShowCaption|?Window Height|Height 1000|?Window Width|"
+            "Width 3000|?Window Top|?Window Left|?Always On Top|?Transparency|?BorderWidth|?Math|"
+            "?UserFormat|?MathUnit|?BorderStyle|BorderStyle 5|Title Tank Channel 3|Alpha 255|"
+            "Command1 on|");
   tank.log.clear();
   SaveSettings(tank.meter);
-  EXPECT_EQ(
-      tank.Orders(),
-      Entries("!UserFormat=|!Math=#0|!MathUnit=Unit|!Caption=Channel 3|!Foreground Color=0|"
-              "!Background Color=16777215|!High Limit Color=255|!Low Limit Color=16711680|"
-              "!High Limit Value=1000|!Low Limit Value=-1000|!Alarm Enabled=False|"
-              "!Window Height=1000|!Window Width=3000|!Window Top=0|!Window Left=0|"
-              "!Always On Top=-1|!ShowUnit=False|!ShowCaption=True|!AverageLength=3|"
-              "!AverageMode=0|!debug=False|!Transparency=100|!BorderWidth=0|!BorderStyle=5|"));
+  EXPECT_EQ(tank.log.Text(),
+            "!UserFormat=|!Math=#0|!MathUnit=Unit|!Caption=Channel 3|!Foreground Color=0|"
+            "!Background Color=16777215|!High Limit Color=255|!Low Limit Color=16711680|"
+            "!High Limit Value=1000|!Low Limit Value=-1000|!Alarm Enabled=False|"
+            "!Window Height=1000|!Window Width=3000|!Window Top=450|!Window Left=300|"
+            "!Always On Top=-1|!ShowUnit=False|!ShowCaption=True|!AverageLength=3|"
+            "!AverageMode=0|!debug=False|!Transparency=100|!BorderWidth=0|!BorderStyle=5|");
+  EXPECT_EQ(tank.places, std::set<std::string>{"Vantoscope.ini [Tank3]"});
 }
 
-/// What the file says, and what the next save says after it.
-TEST(LoadSettings, BringsEveryValueIntoItsRange) {
-  const std::map<std::string, std::map<std::string, std::string>> rows = {
-      {"AverageMode", {{"9", "6"}, {"2.5", "2"}, {"-1", "-1"}, {"-1e9", "-32768"}}},
-      {"AverageLength",
-       {{"2.5", "2"},
-        {"3.5", "4"},
-        {"-20", "-20"},
-        {"1e12", "2147483647"},
-        {"16777217", "16777216"}}},  // by way of a 32-bit float
-      {"Transparency", {{"0", "1"}, {"300", "255"}, {"abc", "1"}, {"100000", "255"}}},
-      {"BorderWidth", {{"100", "64"}, {"-3", "0"}}},
-      {"Always On Top", {{"7", "7"}}},
-      {"High Limit Value", {{"", "0"}, {"-1.25E-2 m", "-0.0125"}}},
-      {"Foreground Color", {{"&HFF00&", "65280"}, {"99999999999", "2147483647"}}},
-      {"Alarm Enabled", {{"1", "True"}, {"perhaps", "False"}}},
-      {"ShowCaption", {{"", "True"}, {"0", "False"}}},
-      {"Window Height", {{"1500", "1500"}, {"0", "3900"}}},  // no size: the design size stays
-      {"Window Width", {{"-3000", "6600"}}},
-  };
-  for (const auto& [key, texts] : rows) {
-    for (const auto& [text, saved] : texts) {
-      Tank tank;
-      tank.profile.values[key] = text;
+// All that the dialog can change, and all that it cannot. The window is bare: the framed size
+// stays.
+TEST(SettingsTest, EverythingSurvivesARestart) {
+  Tank tank;
+  ApplyDialogFields(kEveryField, tank.meter);
+  EXPECT_EQ(FillDialogFields(tank.meter), kEveryField);
+  tank.config.CaptionText = "Level";
+  tank.config.UserFormat = "0.0";
+  tank.config.DebugMode = kTrue;
+  tank.config.WindowWidth = 3600;
+  tank.config.WindowHeight = 1500;
+  tank.top = {1200};
+  tank.left = {-2400};
+  tank.border_style = kBare;
+  SaveSettings(tank.meter);
+  EXPECT_EQ(
+      tank.log.Text(),
+      "!UserFormat=0.0|!Math= CH1*2 |!MathUnit=\u00B5m/m|!Caption=Level|!Foreground Color=66051|"
+      "!Background Color=658188|!High Limit Color=1052946|!Low Limit Color=2105634|"
+      "!High Limit Value=12.5|!Low Limit Value=-1E+10|!Alarm Enabled=True|"
+      "!Window Height=1500|!Window Width=3600|!Window Top=1200|!Window Left=-2400|"
+      "!Always On Top=-1|!ShowUnit=False|!ShowCaption=True|!AverageLength=1234|"
+      "!AverageMode=3|!debug=True|!Transparency=77|!BorderWidth=9|!BorderStyle=0|");
+  Tank next(tank.stored);
+  next.resized = [&] { ResizeRule(next.meter); };
+  LoadSettings(next.meter);
+  EXPECT_EQ(next.log.Text({"Left", "Top", "Height", "Width", "BorderStyle", "Alpha", "Command1"}),
+            "Height 1500|Width 3600|Top 1200|Left -2400|BorderStyle 0|BorderStyle 0|Alpha "
+            "77|Command1 off|");
+  EXPECT_EQ(FillDialogFields(next.meter), kEveryField);
+  SaveSettings(next.meter);
+  EXPECT_EQ(next.stored, tank.stored);
+}
+
+// What the file says, word by word, and what the next save says after it. A length goes by way of a
+// 32-bit float; X and a size below 1 keep what the window has.
+TEST(SettingsTest, ALoadBringsEveryValueIntoItsRange) {
+  const std::tuple<const char*, const char*, std::string> rows[] = {
+      {"AverageMode", "9 6.4 2.5 -1 -1e9", "6 6 2 -1 -32768 "},
+      {"AverageLength", "2.5 3.5 -20 1e12 16777217", "2 4 -20 2147483647 16777216 "},
+      {"Transparency", "0 300 abc 1e5 254.5", "1 255 1 255 254 "},
+      {"BorderWidth", "100 -3 64", "64 0 64 "},
+      {"Always On Top", "7 -2", "7 -2 "},
+      {"High Limit Value", " -1.25E-2m 1e39", "0 -0.0125 3.402823E+38 "},
+      {"Foreground Color", "&HFF00& 99999999999 &HFFFF", "65280 2147483647 -1 "},
+      {"Alarm Enabled", "1 perhaps TRUE", "True False True "},
+      {"ShowCaption", " 0", "True False "},
+      {"Math", "", " "},
+      {"Caption", "", " "},
+      {"Window Top", "X x -150.4 0.5", "450 0 -150 0 "},
+      {"Window Left", "X 100", "300 100 "},
+      {"Window Height", "1500.5 0", "1500 3900 "},
+      {"Window Width", "-3000 1", "6600 1 "},
+      {"BorderStyle", "5.9 4.9 6 -0.5 1e9", "5 0 0 0 0 "}};
+  for (const auto& [key, texts, expected] : rows) {
+    std::string saved;
+    for (const std::string_view text : CutAtBlanks(texts)) {
+      Tank tank({{key, std::string(text)}});
+      tank.resized = [&] { ResizeRule(tank.meter); };
       LoadSettings(tank.meter);
       SaveSettings(tank.meter);
-      EXPECT_EQ(tank.profile.values[key], saved) << key << "=" << text;
+      saved += tank.stored[key] + " ";
     }
+    EXPECT_EQ(saved, expected) << key;
   }
 }
 
-TEST(LoadSettings, PositionIsJudgedKeyByKey) {
-  Tank tank;
-  tank.profile.values = {{"Window Top", "X"}, {"Window Left", "300"}};
-  LoadSettings(tank.meter);
-  EXPECT_THAT(tank.log, Contains("Left 300"));
-  EXPECT_THAT(tank.log, Not(Contains(::testing::StartsWith("Top "))));
-
-  Tank small_x;
-  small_x.profile.values = {{"Window Top", "x"}, {"Window Left", "-150.4"}};
-  LoadSettings(small_x.meter);
-  EXPECT_THAT(small_x.log, IsSupersetOf({"Top 0", "Left -150"}));
-}
-
-TEST(LoadSettings, OnlyAStyleOfFiveIsFramed) {
-  for (const std::string style : {"5", "5.9", "0", "4.9", "-0.5", "abc", "1e9"}) {
+TEST(SettingsTest, TheCaptionNamesTheKindOfChannel) {
+  const std::pair<std::int16_t, std::string> rows[] = {
+      {-1, "DigIn"}, {-2, "Cntr"}, {-3, "RCntr"}, {999, "999"}, {-4, "-4"}};
+  for (const auto& [number, kind] : rows) {
     Tank tank;
-    tank.profile.values = {{"BorderStyle", style}, {"Transparency", "200"}};
+    tank.channels[2].number = number;
     LoadSettings(tank.meter);
-    const bool framed = style.starts_with('5');
-    EXPECT_EQ(tank.form.border_style, framed ? kFramed : kBare) << style;
-    EXPECT_EQ(tank.form.alpha, framed ? 255 : 200) << style;
-    EXPECT_EQ(tank.form.command1, framed) << style;
+    EXPECT_EQ(tank.title, "Tank Channel " + kind);
   }
 }
 
-TEST(LoadSettings, CaptionNamesTheKindOfChannel) {
-  const std::map<std::int16_t, std::string> titles = {
-      {-1, "Tank Channel DigIn"}, {-2, "Tank Channel Cntr"}, {-3, "Tank Channel RCntr"},
-      {999, "Tank Channel 999"},  {-4, "Tank Channel -4"},
-  };
-  for (const auto& [number, title] : titles) {
-    Tank tank;
-    tank.telvix.channels[2].number = number;
-    LoadSettings(tank.meter);
-    EXPECT_EQ(tank.form.title, title);
-  }
-  Tank empty;
-  empty.profile.values["Caption"] = "";
-  LoadSettings(empty.meter);
-  EXPECT_EQ(empty.form.title, "Tank ");
-}
-
-TEST(SaveSettings, WritesAllKeysInOrder) {
+// A coordinate is a 32-bit float. A comma is written, and ends a number that is read.
+TEST(SettingsTest, NumbersAreWrittenWithTheLocalesSeparator) {
   Tank tank;
-  tank.meter.config = {.ForeColor = 0,
-                       .BackColor = 16777215,
-                       .HighLimitColor = 255,
-                       .LowLimitColor = -1,
-                       .HighLimit = 250,
-                       .LowLimit = -12.5F,
-                       .AlarmEnabled = 1,
-                       .ShowUnit = kFalse,
-                       .ShowCaption = kTrue,
-                       .CaptionText = "Channel 3",
-                       .DataMethod = -1,
-                       .WindowSize = 1234567936,
-                       .MathText = "(CH3-CH[T-1]3)*RATE",
-                       .MathUnit = "m\xC2\xB3",
-                       .UserFormat = "",
-                       .WindowWidth = 3600,
-                       .WindowHeight = 1500,
-                       .AlwaysOnTop = -2,
-                       .Transparency = 100,
-                       .BorderWidth = 0,
-                       .DebugMode = kFalse};
-  tank.form.top = {1200};
-  tank.form.left = {-2400};
-  tank.form.width = {9999};  // bare: the framed size is in the fields
-  tank.form.border_style = kBare;
+  tank.runtime.DecimalSep = ",";
+  tank.config.HighLimit = 12.5F;
+  tank.top = {7.5};
+  tank.left = {16777217};
   SaveSettings(tank.meter);
-
-  EXPECT_EQ(tank.Orders(),
-            Entries("!UserFormat=|!Math=(CH3-CH[T-1]3)*RATE|!MathUnit=m\xC2\xB3|!Caption=Channel 3|"
-                    "!Foreground Color=0|!Background Color=16777215|!High Limit Color=255|"
-                    "!Low Limit Color=-1|!High Limit Value=250|!Low Limit Value=-12.5|"
-                    "!Alarm Enabled=True|!Window Height=1500|!Window Width=3600|!Window Top=1200|"
-                    "!Window Left=-2400|!Always On Top=-2|!ShowUnit=False|!ShowCaption=True|"
-                    "!AverageLength=1234567936|!AverageMode=-1|!debug=False|!Transparency=100|"
-                    "!BorderWidth=0|!BorderStyle=0|"));
-
-  // The next start saves the same again.
-  Tank next;
-  next.profile.values = tank.profile.values;
-  LoadSettings(next.meter);
-  SaveSettings(next.meter);
-  EXPECT_EQ(next.profile.values, tank.profile.values);
+  EXPECT_EQ(tank.stored["High Limit Value"], "12,5");
+  EXPECT_EQ(tank.stored["Window Top"], "7,5");
+  EXPECT_EQ(tank.stored["Window Left"], "16777216");
+  ApplyDialogFields(FillDialogFields(tank.meter), tank.meter);
+  EXPECT_EQ(tank.config.HighLimit, 12);
 }
 
-TEST(SaveSettings, NumbersCarryTheLocalesSeparator) {
-  Tank tank;
-  tank.meter.runtime.DecimalSep = ",";
-  tank.meter.config.HighLimit = 12.5F;
-  tank.form.top = {7.5};
-  SaveSettings(tank.meter);
-  EXPECT_EQ(tank.profile.values["High Limit Value"], "12,5");
-  EXPECT_EQ(tank.profile.values["Window Top"], "7,5");
-}
-
-}  // namespace
-}  // namespace vantoscope
+}  // namespace vantoscope::test

@@ -21,7 +21,7 @@ std::string Described(const CsvLayout& layout) {
 
 TEST(CsvLayout, FindsHeaderUnitsTimesAndNumbers) {
   const std::tuple<const char*, const char*, const char*> rows[] = {
-      {"plain", "1,2\n3,4\n", "0 | |"},
+      {"of two widths the greater", "Recorder\n1,2\n", "1 | |"},
       {"units in the header, and carriage returns",
        "Time [min],Level [m],Flow (l/min)\r\n0,1,2\r\n1,2,3\r\n", "1 60s Level|m Flow|l/min"},
       {"minimum is no time", "Min,Flow\n1,2\n2,3\n3,4\n", "1 Min| Flow|"},
@@ -36,8 +36,7 @@ TEST(CsvLayout, FindsHeaderUnitsTimesAndNumbers) {
       {"preamble", "Recorder X\nRate,100\n\nA,B,C\n1,2,3\n1,2,3\n1,2,3\n", "3 A| B| C|"},
       {"commented header", "# t,Level\n0,1\n1,2\n2,3\n", "1 1s Level|"},
       {"a bad field does not lose a column", "A,B\n1,2\nERR,3\n2,4\n", "1 A| B|"},
-      {"quotes", "\"Level, upper [m]\",\"B\"\n\"1.5\",2\n", "1 Level, upper|m B|"},
-      {"Latin-1, and temperature is no time", "T [\xB0],p\n1,2\n2,3\n3,4\n", "1 T|\xC2\xB0 p|"},
+      {"Latin-1, and temperature is no time", "T,p [\xB0]\n1,2\n2,3\n3,4\n", "1 T| p|\xC2\xB0"},
   };
   for (const auto& [name, text, found] : rows) {
     EXPECT_EQ(Described(FindCsvLayout(text)), found) << name;
@@ -49,9 +48,8 @@ TEST(CsvFields, AreNumbersAndTimes) {
       {"00:01:02.25", 62.25},
       {"12:00:01,5", 43201.5},
       {"23:59", 86340},
-      {"2024-02-29 12:00:00", 1709208000},  // date -u -d '2024-02-29 12:00' +%s
-      {"2000-03-01T00:00:00.500Z", 951868800.5},
-      {"2024-02-29T12:00:00+01:00", 1709208000},  // zones are left alone, steps do not change
+      {"2024-02-29 12:00:00", 1709208000},             // date -u -d '2024-02-29 12:00' +%s
+      {"1999-12-31T00:00:00.500+01:00", 946598400.5},  // zones are left alone
       {"2024-13-01", std::nullopt},
       {"12:xx", std::nullopt},
   };
@@ -73,25 +71,25 @@ TEST(TimeSteps, GiveTheRateInSpiteOfPausesAndFewDigits) {
   EXPECT_EQ(RateOf({0, 1, 2, 5}), 0.6) << "three steps at once are no pause yet";
   EXPECT_EQ(RateOf({0, 0.1, 0.2, 900, 900.1, 3, 3.1}), 10);
   std::vector<double> milliseconds;
-  for (int i = 0; i < 36000; ++i) milliseconds.push_back(std::round(i / 0.36) / 1000);
-  EXPECT_EQ(RateOf(milliseconds), 360);
   std::vector<double> odd;
-  for (int i = 0; i < 3000; ++i) odd.push_back(i / 359.5);
+  for (int i = 0; i < 36000; ++i) {
+    milliseconds.push_back(std::round(i / 0.36) / 1000);
+    odd.push_back(i / 359.5);
+  }
+  EXPECT_EQ(RateOf(milliseconds), 360);
   odd.insert(odd.end(), {900, 3, 3, 900});  // long after the usual step is known
   EXPECT_NEAR(RateOf(odd), 359.5, 1e-6);
 }
 
 /// The lines of `text`, handed over in pieces of that size.
-std::vector<std::vector<double>> Lines(const std::string& text, std::size_t piece, bool finish) {
+std::vector<std::vector<double>> Lines(std::string_view text, std::size_t piece, bool finish) {
   CsvLayout layout;
   layout.lines_to_skip = 1;
   layout.columns = {{0, "A", ""}, {2, "B", ""}};
   std::vector<std::vector<double>> lines;
   CsvRows rows(
       layout, [&](const CsvRow& row) { lines.emplace_back(row.values.begin(), row.values.end()); });
-  for (std::size_t i = 0; i < text.size(); i += piece) {
-    rows.Feed(std::string_view(text).substr(i, piece));
-  }
+  for (std::size_t i = 0; i < text.size(); i += piece) rows.Feed(text.substr(i, piece));
   if (finish) rows.Finish();
   return lines;
 }

@@ -14,10 +14,8 @@ using testing::HasSubstr;
 TEST(DeviceText, RoundTripsThroughItsParts) {
   const std::pair<const char*, DeviceText> rows[] = {
       {"FI64:/data/run%201.csv?follow", {"FI", 64, "/data/run 1.csv", {{"follow", ""}}}},
-      {"FI32:/a%3Fb%25.wav?range=-1..1&loop",
-       {"FI", 32, "/a?b%.wav", {{"range", "-1..1"}, {"loop", ""}}}},
-      {"FI64:/d/Messung_\xC3\xBC\"$(x);`%26%7F.csv",
-       {"FI", 64, "/d/Messung_\xC3\xBC\"$(x);`&\x7F.csv", {}}},
+      {"FI32:/M_\xC3\xBC\"$(x);`%26%7F%3F%25.csv?range=-1..1&loop",
+       {"FI", 32, "/M_\xC3\xBC\"$(x);`&\x7F?%.csv", {{"range", "-1..1"}, {"loop", ""}}}},
       {"XY07", {"XY", 7, "", {}}},
   };
   for (const auto& [text, parts] : rows) {
@@ -33,7 +31,6 @@ TEST(DeviceText, TakesFriendlyForms) {
   const std::pair<const char*, const char*> rows[] = {
       {"sim", "SM64"},
       {"sm32", "SM32"},
-      {"sim:rate=500", "SM64:rate=500"},
       {"SM64?channels=2&close=5", "SM64:channels=2,close=5"},
       {"sim:rate=500,channels=2?close=5", "SM64:rate=500,channels=2,close=5"},
   };
@@ -52,7 +49,6 @@ TEST(DeviceControl, RefusesWithWhatAndWhy) {
       {"SM64:rate=nan", "rate=nan is not a number"},
       {"SM64:channels=1.5", "channels=1.5 is not a whole number"},
       {"SM64:chanels=3", "no option 'chanels'; it knows rate, channels,"},
-      {"SM64:%", "'%' holds a %"},
       {"", "empty; SM64 is the simulator"},
   };
   for (const auto& [text, part] : rows) {
@@ -66,7 +62,6 @@ TEST(DeviceControl, HandsOnWhatExistsAndRefusesTheRest) {
   control.Start();
   EXPECT_EQ(control.ChannelCount(), 3);
   EXPECT_EQ(control.SampleRate(), 50);
-  EXPECT_EQ(control.EngUnit(2), "bar");
   const std::pair<std::function<double(std::int16_t)>, double> calls[] = {
       {[&](std::int16_t channel) { return control.ScaleLow(channel); }, -50},
       {[&](std::int16_t channel) { return control.ScaleHigh(channel); }, 150},
@@ -91,15 +86,14 @@ TEST(DeviceControl, TellsOnceThatTheHostIsGone) {
   DeviceControl control([&] { return now; });
   int closed = 0;
   control.HostClosed = [&] { ++closed; };
-  control.CheckHost();
+  control.CheckHost();  // of no device yet
   control.SetDeviceName("SM64:close=5");
   control.Start();
-  control.CheckHost();
-  EXPECT_EQ(closed, 0);
-  now = 5'000'000'000;
-  control.CheckHost();
-  control.CheckHost();
-  EXPECT_EQ(closed, 1);
+  for (const int expected : {0, 1, 1}) {
+    control.CheckHost();
+    EXPECT_EQ(closed, expected);
+    now = 5'000'000'000;
+  }
 }
 
 }  // namespace

@@ -17,9 +17,7 @@
 namespace vantoscope {
 namespace {
 
-using test::kNow;
-using test::kSecond;
-using test::RunningDevice;
+using namespace test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -30,23 +28,22 @@ class Recording : public testing::Test {
     return "FI64:" + folder_ / name + options;
   }
   void Write(const std::string& name, const std::string& bytes) const {
-    test::WriteBytes(folder_ / name, bytes);
+    WriteBytes(folder_ / name, bytes);
   }
   void Append(const std::string& bytes) const {
-    Write("a.csv", test::FileBytes(folder_ / "a.csv") + bytes);
+    Write("a.csv", FileBytes(folder_ / "a.csv") + bytes);
   }
 
-  test::ScratchFolder folder_;
+  ScratchFolder folder_;
 };
 
 TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
-  Write("a.csv", "Time [s],Level [m],Flow\n0,1.5,10\n0.5,2.5,20\n1,,30\n1.5,4.5,40\n");
+  Write("a.csv", "Time [ms],Level [m],Flow\n0,1.5,10\n500,2.5,20\n1000,,30\n1500,4.5,40\n");
   RunningDevice device(Text("a.csv"));
   EXPECT_EQ(device->SampleRate(), 2);
   ASSERT_EQ(device->Channels().size(), 2U);
   EXPECT_EQ(device->Channels()[0].unit, "m");
   EXPECT_EQ(device->Channels()[0].low, 1.5);
-  EXPECT_EQ(device->Channels()[0].high, 4.5);
   EXPECT_THAT(device.Values(0, 3), ElementsAre(1.5, 1.5, 1.5));
   device.now += kSecond;
   EXPECT_THAT(device.Values(0, 4), ElementsAre(1.5, 1.5, 2.5, 2.5));
@@ -79,7 +76,6 @@ TEST_F(Recording, LoopGoesByTheClockAlone) {
   device.now = 10000 * kSecond + 3 * (kSecond / 10);  // a round begins with every half second
   EXPECT_THAT(device.Values(0, 12), ElementsAre(3, 4, 5, 1, 2, 3, 4, 5, 1, 2, 3, 4));
   EXPECT_EQ(device->ScansSince(0, 9).first, 100003 - 65535);
-  EXPECT_FALSE(device->HostGone());
 }
 
 TEST_F(Recording, WhoeverOpensTheTextOfAnotherIsInStep) {
@@ -97,7 +93,6 @@ TEST_F(Recording, WhoeverOpensTheTextOfAnotherIsInStep) {
 TEST_F(Recording, WordsSpreadOverTheRange) {
   Write("a.csv", "A,B\n0,5\n32768,5\n65535,5\n");
   const RunningDevice device(Text("a.csv", "?loop&start=0"), 2 * kSecond);
-  EXPECT_THAT(device.Values(0, 3, kRawWords), ElementsAre(-32768, 0, 32767));
   EXPECT_EQ(device->Channels()[1].low, 0) << "a constant still has a range";
   EXPECT_EQ(device->Channels()[1].high, 5);
   EXPECT_THAT(device->ScansSince(0, 100).words, ElementsAre(-32768, 32767, 0, 32767, 32767, 32767));
@@ -107,15 +102,11 @@ TEST_F(Recording, WordsSpreadOverTheRange) {
 }
 
 TEST_F(Recording, KeepsEveryDoubleOfATextFile) {
-  const std::pair<const char*, std::vector<double>> columns[] = {
-      {"0.1\n-0.145\n2.675\n", {0.1, -0.145, 2.675}},
-      {"123456.789\n-0.001\n1e-3\n", {123456.789, -0.001, 0.001}},
-      {"1.2345678901234567\n1e-300\n-1e300\n", {1.2345678901234567, 1e-300, -1e300}},
-  };
-  for (const auto& [text, values] : columns) {
-    Write("a.csv", text);
-    EXPECT_EQ(RunningDevice(Text("a.csv", "?start=0"), 2 * kSecond).Values(0, 3), values) << text;
-  }
+  Write("a.csv", "0.1,123456.789,1.2345678901234567\n-0.145,-0.001,1e-300\n");
+  const RunningDevice device(Text("a.csv", "?start=0"), kSecond);
+  EXPECT_THAT(device.Values(0, 2), ElementsAre(0.1, -0.145));
+  EXPECT_THAT(device.Values(1, 2), ElementsAre(123456.789, -0.001));
+  EXPECT_THAT(device.Values(2, 2), ElementsAre(1.2345678901234567, 1e-300));
 }
 
 TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
@@ -124,6 +115,7 @@ TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
   EXPECT_EQ(name(folder_ / "run 1.csv" + "?loop"), Text("run%201.csv", "?loop"));
   EXPECT_EQ(name(folder_ / "run%201.csv" + "?loop"), Text("run%201.csv", "?loop"));
   EXPECT_EQ(name(folder_ / "100%.csv" + "?loop"), Text("100%25.csv", "?loop"));
+  EXPECT_EQ(name(folder_ / "what?.csv" + "?loop"), Text("what%3F.csv", "?loop"));
   EXPECT_THAT(name(folder_ / "what?.csv"), HasSubstr("/what%3F.csv?start="));
   const auto here = std::filesystem::relative(folder_ / "run 1.csv").string();
   EXPECT_THAT(name(here), testing::StartsWith("FI64:/"));
@@ -145,14 +137,13 @@ TEST_F(Recording, RefusesWithPathAndReason) {
       {Text("fake.wav", "?follow"), "fake.wav' is a sound file, which cannot be followed"},
       {Text("quote.csv"), "quote.csv' cannot be read: a field is longer than a mebibyte"},
       {Text("good.csv", "?loop=2"), "loop takes no value, but has '2'"},
-      {Text("good.csv", "?range=3..1"), "range=3..1 is not LO..HI"},
       {Text("good.csv", "?range=1..1"), "range=1..1 is not LO..HI"},
       {Text("good.csv", "?range=1"), "range=1 is not LO..HI"},
       {Text("good.csv", "?lop"), "no option 'lop'; it knows follow, loop,"},
       {Text("good.csv", "?follow&loop"), "followed has no loop"},
   };
   for (const auto& [text, part] : rows) {
-    EXPECT_THAT(test::Refusal([&, path = text] { OpenDevice(path); }), HasSubstr(part));
+    EXPECT_THAT(Refusal([&, path = text] { OpenDevice(path); }), HasSubstr(part));
   }
 }
 
@@ -168,7 +159,6 @@ TEST_F(Recording, FollowsWhatARecorderAppends) {
   EXPECT_EQ(device->LatestValue(0), 3);
   Append("\n0.4,\n");  // an empty field repeats
   EXPECT_THAT(device.Values(0, 3), ElementsAre(3, 45.5, 45.5));
-  EXPECT_FALSE(device->HostGone());
   EXPECT_EQ(device->ScansSince(3, 10).scans, 2U);
 }
 
@@ -227,27 +217,26 @@ TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
   EXPECT_EQ(device->Channels()[0].low, -5);  // twice 1.2 is 2.4
   EXPECT_EQ(device->Channels()[0].high, 5);
   EXPECT_EQ(device->Channels()[1].high, 100);
-  const double factor = device->Channels()[0].factor;
-  Append("7,0\n");
-  EXPECT_THAT(device.Values(0, 1), ElementsAre(7));
-  EXPECT_THAT(device.Values(0, 1, kRawWords), ElementsAre(32767));
+  Append("7,0\n5,0\n");
+  EXPECT_THAT(device.Values(0, 2), ElementsAre(7, 5));
+  EXPECT_THAT(device.Values(0, 2, kRawWords), ElementsAre(32767, 32767)) << "words stay";
   EXPECT_EQ(device->Channels()[0].high, 7);
-  EXPECT_EQ(device->Channels()[0].factor, factor);
   EXPECT_EQ(OpenDevice(Text("a.csv", "?follow&range=0..8"))->Channels()[0].low, -1.2);
 }
 
 TEST_F(Recording, FollowReadsAndKeepsOnlyTheEndOfALongFile) {
-  std::string lines = "N,Text\n";
-  const std::string filler(30, 'x');
-  for (int i = 100'000; i < 400'000; ++i) lines += std::to_string(i) + "," + filler + "\n";
+  std::string lines = "N\n";
+  for (int i = 100'000; i < 400'000; ++i)
+    lines += std::to_string(i) + "." + std::string(30, '0') + "\n";
   Write("a.csv", lines);
-  const RunningDevice device(Text("a.csv", "?follow&rate=1"));
-  Append("400000,\n");
+  const RunningDevice device(Text("a.csv", "?follow&range=300000..300001"));
+  Append("400000\n");
   std::vector<double> expected(32767);
   std::iota(expected.begin(), expected.end(), 400'000 - 32766);
   EXPECT_EQ(device.Values(0, 32767), expected);
   EXPECT_LT(device->ScansSince(-1, 1).first, 200'000);  // counted from the first line that was read
   EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);
+  EXPECT_GT(device->Channels()[0].low, 200'000) << "the line that the reader fell into is torn";
 }
 
 TEST_F(Recording, EndsWhenTheFileIsNoLongerTheSame) {
@@ -274,7 +263,7 @@ TEST_F(Recording, EndsWhenTheFileIsNoLongerTheSame) {
 }
 
 /// `bytes` bytes of each number, the lowest first.
-std::string LittleEndian(std::size_t bytes, const std::vector<std::uint32_t>& numbers) {
+std::string Le(std::size_t bytes, const std::vector<std::uint32_t>& numbers) {
   std::string text;
   for (const std::uint32_t number : numbers) {
     for (std::size_t i = 0; i < bytes; ++i) text += static_cast<char>(number >> (8 * i));
@@ -286,11 +275,11 @@ std::string LittleEndian(std::size_t bytes, const std::vector<std::uint32_t>& nu
 /// more than there are.
 std::string Wave(std::uint32_t format, std::uint32_t channels, std::uint32_t bytes,
                  const std::vector<std::uint32_t>& samples) {
-  const std::string data = LittleEndian(bytes, samples);
+  const std::string data = Le(bytes, samples);
   const auto size = static_cast<std::uint32_t>(data.size() + 100);
-  return "RIFF" + LittleEndian(4, {size + 36}) + "WAVEfmt " + LittleEndian(4, {16}) +
-         LittleEndian(2, {format, channels}) + LittleEndian(4, {4, 4 * channels * bytes}) +
-         LittleEndian(2, {channels * bytes, 8 * bytes}) + "data" + LittleEndian(4, {size}) + data;
+  return "RIFF" + Le(4, {size + 36}) + "WAVEfmt " + Le(4, {16}) + Le(2, {format, channels}) +
+         Le(4, {4, 4 * channels * bytes}) + Le(2, {channels * bytes, 8 * bytes}) + "data" +
+         Le(4, {size}) + data;
 }
 
 TEST_F(Recording, ReplaysSoundOfEveryDepth) {
@@ -299,11 +288,11 @@ TEST_F(Recording, ReplaysSoundOfEveryDepth) {
   EXPECT_EQ(two->SampleRate(), 4);
   EXPECT_THAT(two.Values(1, 2), ElementsAre(0x1234 / 32768.0, -1));
   EXPECT_THAT(two.Values(1, 2, kRawWords), ElementsAre(0x1234, -32768));
-
+  Write("two.wav", "");
+  EXPECT_TRUE(two->HostGone());
   Write("wide.wav", Wave(1, 1, 3, {0x400000, 0x800000, 1}));
   const RunningDevice wide(Text("wide.wav", "?start=0"), kSecond / 2);
   EXPECT_THAT(wide.Values(0, 3), ElementsAre(0.5, -1, 0x1p-23));
-
   // The range is full scale; floats go beyond it, and what is no number repeats.
   const auto bits = [](float number) { return std::bit_cast<std::uint32_t>(number); };
   Write("float.wav", Wave(3, 1, 4, {bits(0.5F), bits(-2), bits(NAN)}));

@@ -13,9 +13,7 @@ namespace vantoscope::test {
 class ScratchFolder {
  public:
   ScratchFolder() {
-    std::string path = (std::filesystem::temp_directory_path() / "vantoscope.XXXXXX").string();
-    if (mkdtemp(path.data()) == nullptr) std::abort();
-    path_ = path;
+    if (mkdtemp(path_.data()) == nullptr) std::abort();
   }
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
@@ -24,11 +22,11 @@ class ScratchFolder {
     std::filesystem::remove_all(path_, ignored);
   }
 
-  std::string operator/(std::string_view name) const { return (path_ / name).string(); }
-  [[nodiscard]] std::string Path() const { return path_.string(); }
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+  [[nodiscard]] const std::string& Path() const { return path_; }
 
  private:
-  std::filesystem::path path_;
+  std::string path_ = std::filesystem::temp_directory_path() / "vantoscope.XXXXXX";
 };
 
 inline std::string FileBytes(const std::string& path) {

@@ -1,0 +1,34 @@
+#include "program/usage.h"
+
+namespace vantoscope {
+namespace {
+
+constexpr std::string_view kHelp =
+    R"(Usage: vantoscope [-dDEVICE [-nNAME [-iINDEX]]]
+
+Shows one channel of a data acquisition host as one big number that stays on top.
+
+  -dDEVICE  where the data comes from; the built-in simulator if left out
+              sim                      the simulator
+              /path/to/recording.csv   a recording, as CSV or as a sound file
+              mqtt://host:port/root    a host in the network, published by telvixd
+  -nNAME    name of the meter, "_" stands for a space; each name and channel has
+            settings of its own
+  -iINDEX   channel, counted from 0; -1 opens a meter for every channel
+
+Arguments have this order and none may hold a space. The settings are kept in
+$XDG_CONFIG_HOME/vantoscope/Vantoscope.ini (~/.config if that is not set).
+
+  --help     this text
+  --version  the version
+)";
+
+}  // namespace
+
+std::optional<std::string_view> PrintedFor(std::string_view word) {
+  if (word == "--help") return kHelp;
+  if (word == "--version") return "vantoscope " VANTOSCOPE_VERSION "\n";
+  return std::nullopt;
+}
+
+}  // namespace vantoscope

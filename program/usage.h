@@ -1,0 +1,12 @@
+// The words that ask for a text instead of a meter.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace vantoscope {
+
+/// What the program prints for `word`, "--help" or "--version"; nothing for any other word.
+std::optional<std::string_view> PrintedFor(std::string_view word);
+
+}  // namespace vantoscope
