@@ -108,6 +108,7 @@ class RecordingWindow : public MeterWindow {
 
   std::string title = "Form1";
   Twips left{0}, top{0}, width{6600}, height{3900};
+  bool has_place = true;
   std::int16_t border_style = kFramed;
   int alpha = 255;
   int z_order = 0;
@@ -133,6 +134,7 @@ class RecordingWindow : public MeterWindow {
   void SetTop(Twips t) override { top = t, Note("Top " + Plain(t.value)); }
   void SetWidth(Twips w) override { width = w, Note("Width " + Plain(w.value)), Resized(); }
   void SetHeight(Twips h) override { height = h, Note("Height " + Plain(h.value)), Resized(); }
+  bool HasPlace() override { return has_place; }
   std::int16_t BorderStyle() override { return border_style; }
   void SetBorderStyle(std::int16_t s) override {
     border_style = s, Note("BorderStyle " + std::to_string(s));
