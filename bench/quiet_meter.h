@@ -26,6 +26,7 @@ class QuietWindow : public MeterWindow {
   void SetTop(Twips) override {}
   void SetWidth(Twips) override {}
   void SetHeight(Twips) override {}
+  bool HasPlace() override { return true; }
   std::int16_t BorderStyle() override { return kFramed; }
   void SetBorderStyle(std::int16_t) override {}
   void SetLayeredAlpha(std::uint8_t) override {}

@@ -47,6 +47,9 @@ class MeterWindow {
   virtual void SetTop(Twips top) = 0;
   virtual void SetWidth(Twips width) = 0;
   virtual void SetHeight(Twips height) = 0;
+  /// Whether Left and Top are a place at all: both have been set, or the window has been on the
+  /// screen.
+  virtual bool HasPlace() = 0;
 
   /// kFramed, kBare, or what was written last.
   virtual std::int16_t BorderStyle() = 0;

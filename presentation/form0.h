@@ -52,6 +52,7 @@ class Form0 final : public QWidget, public MeterWindow {
   void SetTop(Twips top) override;
   void SetWidth(Twips width) override;
   void SetHeight(Twips height) override;
+  bool HasPlace() override { return place_.HasPlace(); }
   std::int16_t BorderStyle() override { return border_style_; }
   void SetBorderStyle(std::int16_t style) override;
   void SetLayeredAlpha(std::uint8_t alpha) override;

@@ -65,6 +65,11 @@ QRectF WindowPlace::Outer() {
   return wanted_;
 }
 
+bool WindowPlace::HasPlace() {
+  Outer();  // the platform may be about to choose
+  return HasPosition();
+}
+
 void WindowPlace::Invalidate() {
   if (phase_ == Phase::Settled) Enter(Phase::Stale);
 }
@@ -74,6 +79,7 @@ void WindowPlace::Observe() {
   const auto observed = ObservedOuter();
   if (!observed) return;
   const QRectF seen = LogicalFromDevice(*observed);
+  TakePosition(seen);
   if (observed->x() != settled_.x()) wanted_.moveLeft(seen.x());
   if (observed->y() != settled_.y()) wanted_.moveTop(seen.y());
   if (observed->width() != settled_.width()) wanted_.setWidth(seen.width());

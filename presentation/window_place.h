@@ -27,6 +27,8 @@ class WindowPlace {
   /// The outer rectangle at this moment, as far as events have told of changes. Asks nobody while
   /// nothing has changed.
   QRectF Outer();
+  /// Whether the position of Outer has been asked for, or is where the platform put the window.
+  bool HasPlace();
   /// Tells that an event announced a change; the next Outer looks for itself.
   void Invalidate();
   void SetLeft(double left);

@@ -43,11 +43,24 @@ struct Line {
   bool crlf = false;
 };
 
-std::optional<std::string_view> SectionName(std::string_view trimmed) {
-  if (!trimmed.starts_with('[')) return std::nullopt;
-  const std::size_t close = trimmed.rfind(']');
-  if (close == std::string_view::npos) return std::nullopt;
-  return Trimmed(trimmed.substr(1, close - 1));
+bool IsComment(std::string_view trimmed) {
+  return trimmed.starts_with(';') || trimmed.starts_with('#');
+}
+
+bool IsSectionLine(std::string_view trimmed) {
+  return trimmed.starts_with('[') && trimmed.find(']') != std::string_view::npos;
+}
+
+bool OpensSection(std::string_view section_line, std::string_view section) {
+  const auto is_name_before = [&](std::size_t close) {
+    return SameIgnoringCase(Trimmed(section_line.substr(1, close - 1)), section);
+  };
+  const std::size_t last = section_line.rfind(']');
+  std::size_t end = section_line.find(']');
+  while (end != last && !IsComment(Trimmed(section_line.substr(end + 1)))) {
+    end = section_line.find(']', end + 1);
+  }
+  return is_name_before(end) || is_name_before(last);
 }
 
 bool IsKeyLine(std::string_view trimmed) {
@@ -74,8 +87,8 @@ Place Locate(std::string_view text, std::string_view section, std::string_view k
     const Line line(text, at);
     const std::string_view trimmed = Trimmed(line.content);
     bool anchor = false;  // a new key would go behind this line
-    if (const auto name = SectionName(trimmed)) {
-      inside = SameIgnoringCase(*name, section);
+    if (IsSectionLine(trimmed)) {
+      inside = OpensSection(trimmed, section);
       first = inside && !place.section_found;
       anchor = first;
       place.section_found |= inside;

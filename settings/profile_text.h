@@ -1,11 +1,12 @@
 // The text of a profile file: finding the value of a key and changing it.
 //
 // A line is what stands between line feeds; a carriage return at its end belongs to the line end.
-// "[name]" opens a section: its name runs to the last "]" of the line. "key=value" below it is a
-// key, the value is taken whole. Lines that open with ";" or "#" are comments. Blanks and tabs
-// around names and values count for nothing, the case of the letters A to Z in names neither.
-// Where a section or a key stands twice, the first key counts. Every other line is foreign, and so
-// is every byte: text that is no UTF-8 is nothing special. Of zero bytes none is ever added.
+// "[name]" opens a section: its name runs to the first "]" behind which the line ends or a comment
+// begins, else to the last "]". A name that holds "] ;" itself is found as well, by the last "]".
+// "key=value" below it is a key, the value is taken whole. Lines that open with ";" or "#" are
+// comments. Blanks and tabs around names and values count for nothing, the case of the letters A to
+// Z in names neither. Where a section or a key stands twice, the first key counts. Every other line
+// is foreign, and so is every byte: text that is no UTF-8 is nothing special.
 #pragma once
 
 #include <optional>

@@ -10,7 +10,7 @@ namespace vantoscope {
 void LoadSettings(Meter& meter);
 
 /// Writes all 24 keys of the section: MeterConfig, and the window's position and frame of this
-/// moment.
+/// moment. Of a window that has no place yet the position in the file stays what it was.
 void SaveSettings(Meter& meter);
 
 }  // namespace vantoscope

@@ -11,7 +11,7 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::size_t kMostColumns = 998;
+constexpr std::size_t kMostColumns = kFineChannel - 1;
 constexpr std::size_t kHeadBytes = std::size_t{1} << 18U;
 constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
 constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;

@@ -19,8 +19,8 @@ struct ListedColumn {
   std::size_t column = 0;
 };
 
-/// The channel list of a layout. Throws SourceError when it has more than 998 columns, for 999 is
-/// no channel number like others.
+/// The channel list of a layout. Throws SourceError when it has so many columns that one would get
+/// the number kFineChannel.
 std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string& path);
 
 class CsvFile {

@@ -29,9 +29,9 @@ namespace vantoscope {
 /// range= it is the smallest of 1, 2, 5, 10, 20 ... to both sides that holds twice the values there
 /// are at opening; later values widen low and high, and clip in the raw words.
 ///
-/// Both: the host is gone when the file vanishes, is replaced or is truncated. Special channels
-/// (DigIn, Cntr, RCntr) are columns of these names. Analog channels are numbered from 1 in file
-/// order. Throws SourceError with what, which and why.
+/// Both: the host is gone when the file vanishes, is replaced or is truncated. Special channels are
+/// columns of their names, DigIn, Cntr and RCntr; a byte of DigIn may be written signed. Analog
+/// channels are numbered from 1 in file order. Throws SourceError with what, which and why.
 std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock);
 
 }  // namespace vantoscope

@@ -65,6 +65,7 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
 
   std::string title = "Form1", label_text = "009000";
   Twips left{300}, top{450}, width{6600}, height{3900};
+  bool has_place = true;
   Points client_height{174}, label_height{0};
   std::int16_t border_style = kFramed;
   bool timer1 = false, alpha_refused = false;
@@ -138,6 +139,7 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
   Twips Top() override { return top; }
   Twips Width() override { return width; }
   Twips Height() override { return height; }
+  bool HasPlace() override { return has_place; }
   void SetLeft(Twips l) override { left = l, log.Add("Left", l.value); }
   void SetTop(Twips t) override { top = t, log.Add("Top", t.value); }
   void SetWidth(Twips w) override { width = w, log.Add("Width", w.value), resized(); }
