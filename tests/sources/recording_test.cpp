@@ -228,11 +228,11 @@ TEST_F(Recording, FollowReadsAndKeepsOnlyTheEndOfALongFile) {
   std::string lines = "N\n";
   for (int i = 100'000; i < 400'000; ++i)
     lines += std::to_string(i) + "." + std::string(30, '0') + "\n";
-  Write("a.csv", lines);
+  Write("a.csv", lines + "400000\n");
   const RunningDevice device(Text("a.csv", "?follow&range=300000..300001"));
-  Append("400000\n");
+  Append("400001\n");
   std::vector<double> expected(32767);
-  std::iota(expected.begin(), expected.end(), 400'000 - 32766);
+  std::iota(expected.begin(), expected.end(), 400'001 - 32766);
   EXPECT_EQ(device.Values(0, 32767), expected);
   EXPECT_LT(device->ScansSince(-1, 1).first, 200'000);  // counted from the first line that was read
   EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);

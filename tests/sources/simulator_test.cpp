@@ -99,7 +99,7 @@ TEST(Simulator, KnowsTheAgeOfItsNewestScan) {
 }
 
 TEST(ScanIndexAt, IsExactTodayAndNeverFalls) {
-  EXPECT_EQ(ScanIndexAt(1'732'312'345 * kSecond - 1, 1e6), 1'732'312'344'999'999);
+  EXPECT_EQ(ScanIndexAt(1'732'312'345'000'003'999, 1e6), 1'732'312'345'000'003);
   EXPECT_EQ(ScanIndexAt(-1, 1), -1);
   // 359.3 Hz: scan n begins at n / 359.3 s, so 3593 scans take exactly ten seconds.
   EXPECT_EQ(ScanIndexAt(10 * kSecond, 359.3), 3593);
