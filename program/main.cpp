@@ -7,6 +7,7 @@
 #include <string>
 
 #include "equation/muparser_evaluator.h"
+#include "groups/command_words.h"
 #include "groups/posix_process_start.h"
 #include "meter/startup.h"
 #include "meter/tick.h"
@@ -87,6 +88,14 @@ void ReportStartError(const SourceError& error, bool in_group) {
   if (!in_group) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
 }
 
+WordCheck SayWordsWithoutEffect(const std::string& command_line) {
+  WordCheck words = CheckWords(command_line);
+  for (const std::string& sentence : words.sentences) {
+    std::cerr << "vantoscope: " << sentence << std::endl;
+  }
+  return words;
+}
+
 /// When the display dies, the toolkit leaves by std::exit, and what stands on the stack still lives
 /// then: the settings are saved all the same.
 class UnloadAtExit {
@@ -106,7 +115,9 @@ class UnloadAtExit {
 };
 
 int Run(int count, char** arguments) {
+  const std::string command_line = CommandLine(count, arguments);
   const bool in_group = TakeGroupMark();
+  const WordCheck words = SayWordsWithoutEffect(command_line);
   std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
   const auto application = CreateApplication(arguments[0]);
   Form0 form(!in_group);
@@ -126,7 +137,7 @@ int Run(int count, char** arguments) {
   termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
-    StartUp(meter, CommandLine(count, arguments));
+    StartUp(meter, command_line);
   } catch (const SourceError& error) {
     host_timer.stop();
     termination.OnRequest = CloseBox;
@@ -137,6 +148,9 @@ int Run(int count, char** arguments) {
   termination.Watch();
   const UnloadAtExit display_may_die(form);
   QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
+  if (words.names_no_device) {
+    ShowMessageBox(nullptr, MessageIcon::Information, NoDeviceText(words), "");
+  }
   form.Open();
   return QApplication::exec();
 }
