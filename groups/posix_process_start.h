@@ -1,19 +1,27 @@
 // Process start on POSIX: posix_spawn of the words of a command text, detached.
 #pragma once
 
+#include "groups/launches.h"
 #include "meter/process_start.h"
 
 namespace vantoscope {
 
 /// Set in the environment of a child that must not take the focus; the child removes it again.
 inline constexpr const char* kNoFocusVariable = "VANTOSCOPE_NO_FOCUS";
+/// In the environment of a child: the mailbox to which it reports; the child removes it again.
+inline constexpr const char* kMailboxVariable = "VANTOSCOPE_LAUNCHER";
 
 /// A program name ending in ".exe" is looked for without that ending, first beside the running
 /// program, then on PATH. The child has a session of its own, no parent that must wait for it, and
 /// the environment of this process.
 class PosixProcessStart final : public ProcessStart {
  public:
+  /// `launches` is told of every start.
+  explicit PosixProcessStart(Launches& launches) : launches_(launches) {}
   void Start(const std::string& command_text, int window_style) override;
+
+ private:
+  Launches& launches_;
 };
 
 }  // namespace vantoscope

@@ -7,7 +7,9 @@
 #include <string>
 
 #include "equation/muparser_evaluator.h"
+#include "groups/command_line.h"
 #include "groups/command_words.h"
+#include "groups/launches.h"
 #include "groups/posix_process_start.h"
 #include "meter/startup.h"
 #include "meter/tick.h"
@@ -16,6 +18,7 @@
 #include "program/application.h"
 #include "program/decimal_separator.h"
 #include "program/ending.h"
+#include "program/launch_watch.h"
 #include "program/meter_watch.h"
 #include "program/termination.h"
 #include "program/usage.h"
@@ -82,9 +85,10 @@ void CloseBox() {
   if (QWidget* box = QApplication::activeModalWidget()) box->close();
 }
 
-void ReportStartError(const SourceError& error, bool in_group) {
+void ReportStartError(const SourceError& error, bool in_group, LaunchReport& launcher) {
   std::cerr << "vantoscope: " << error.what() << std::endl;
-  // One sentence per process would be a screen full of boxes in a group.
+  launcher.Failed(error.what());
+  // One box per process would be a screen full of them in a group: the first meter shows one.
   if (!in_group) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
 }
 
@@ -117,21 +121,29 @@ class UnloadAtExit {
 int Run(int count, char** arguments) {
   const std::string command_line = CommandLine(count, arguments);
   const bool in_group = TakeGroupMark();
+  LaunchReport launcher(IndexOf(command_line));
   const WordCheck words = SayWordsWithoutEffect(command_line);
   std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
-  const auto application = CreateApplication(arguments[0]);
+  const auto application = CreateApplication(
+      arguments[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
   Form0 form(!in_group);
   DeviceControl telvix;
   ProfileFile profile;
-  PosixProcessStart processes;
+  Launches launches;
+  PosixProcessStart processes(launches);
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
   MeterWatch watch(meter, telvix, form);
+  LaunchWatch launch_watch(launches, form);
   Wire(meter, form, watch);
 
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
-  QObject::connect(&host_timer, &QTimer::timeout, [&] { telvix.CheckHost(); });
+  QObject::connect(&host_timer, &QTimer::timeout, [&] {
+    launch_watch.Look();
+    launcher.Look();
+    telvix.CheckHost();
+  });
   host_timer.start(kCheckHostMilliseconds);
   TerminationRequests termination;
   termination.OnRequest = [&] { CloseOnRequest(form); };
@@ -142,7 +154,7 @@ int Run(int count, char** arguments) {
     host_timer.stop();
     termination.OnRequest = CloseBox;
     termination.Watch();
-    ReportStartError(error, in_group);
+    ReportStartError(error, in_group, launcher);
     return EXIT_FAILURE;
   }
   termination.Watch();
@@ -152,6 +164,7 @@ int Run(int count, char** arguments) {
     ShowMessageBox(nullptr, MessageIcon::Information, NoDeviceText(words), "");
   }
   form.Open();
+  launcher.Started();
   return QApplication::exec();
 }
 
