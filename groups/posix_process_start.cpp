@@ -1,5 +1,6 @@
 #include "groups/posix_process_start.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -77,6 +78,22 @@ class CleanSignals {
   posix_spawnattr_t attributes_{};
 };
 
+/// The three standard descriptors and no more.
+class StandardDescriptors {
+ public:
+  StandardDescriptors() {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+  }
+  StandardDescriptors(const StandardDescriptors&) = delete;
+  StandardDescriptors& operator=(const StandardDescriptors&) = delete;
+  ~StandardDescriptors() { posix_spawn_file_actions_destroy(&actions_); }
+  const posix_spawn_file_actions_t* Get() { return &actions_; }
+
+ private:
+  posix_spawn_file_actions_t actions_{};
+};
+
 /// A process number that a forked child can write for its parent, without a descriptor that a
 /// process with many open files may not get. Null where there is no memory for it.
 class SharedProcessNumber {
@@ -109,14 +126,15 @@ Spawned SpawnDetached(const std::string& program, std::vector<std::string>& word
   const std::vector<char*> argv = Pointers(words);
   const std::vector<char*> envp = Pointers(environment);
   CleanSignals signals;
+  StandardDescriptors descriptors;
   const SharedProcessNumber number;
   const pid_t between = fork();
   if (between < 0) return {.error = errno};
   if (between == 0) {
     setsid();
     pid_t child = 0;
-    const int error =
-        posix_spawnp(&child, program.c_str(), nullptr, signals.Get(), argv.data(), envp.data());
+    const int error = posix_spawnp(&child, program.c_str(), descriptors.Get(), signals.Get(),
+                                   argv.data(), envp.data());
     if (error == 0 && number.Get() != nullptr) *number.Get() = child;
     _exit(error);
   }
@@ -150,6 +168,14 @@ void PosixProcessStart::Start(const std::string& command_text, int window_style)
   std::cerr << "vantoscope: cannot start \"" << command_text << "\": " << reason << "\n";
   launches_.NotLaunched(LaunchedIndex(command_text),
                         "The program " + words[0] + " cannot be started: " + reason + ".");
+}
+
+void FillStandardDescriptors() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) close(descriptor);
 }
 
 }  // namespace vantoscope

@@ -12,8 +12,8 @@ inline constexpr const char* kNoFocusVariable = "VANTOSCOPE_NO_FOCUS";
 inline constexpr const char* kMailboxVariable = "VANTOSCOPE_LAUNCHER";
 
 /// A program name ending in ".exe" is looked for without that ending, first beside the running
-/// program, then on PATH. The child has a session of its own, no parent that must wait for it, and
-/// the environment of this process.
+/// program, then on PATH. The child has a session of its own, no parent that must wait for it, the
+/// environment of this process, and of its open files the three standard ones.
 class PosixProcessStart final : public ProcessStart {
  public:
   /// `launches` is told of every start.
@@ -23,5 +23,9 @@ class PosixProcessStart final : public ProcessStart {
  private:
   Launches& launches_;
 };
+
+/// Opens /dev/null in the place of each standard descriptor that this process was started without,
+/// before anything else can get its number and be taken for it, by this process or a child.
+void FillStandardDescriptors();
 
 }  // namespace vantoscope

@@ -172,6 +172,7 @@ int Run(int count, char** arguments) {
 }  // namespace vantoscope
 
 int main(int argc, char** argv) {
+  vantoscope::FillStandardDescriptors();
   if (argc == 2) {
     if (const auto text = vantoscope::PrintedFor(argv[1])) {
       std::cout << *text;
