@@ -11,6 +11,7 @@
 #include "groups/command_words.h"
 #include "groups/launches.h"
 #include "groups/posix_process_start.h"
+#include "groups/section_claim.h"
 #include "meter/startup.h"
 #include "meter/tick.h"
 #include "presentation/form0.h"
@@ -100,6 +101,11 @@ WordCheck SayWordsWithoutEffect(const std::string& command_line) {
   return words;
 }
 
+void SaySectionIsShared(const std::string& section) {
+  std::cerr << "vantoscope: Another meter keeps its settings in the section [" << ShownWord(section)
+            << "] too; the one that ends last wins." << std::endl;
+}
+
 /// When the display dies, the toolkit leaves by std::exit, and what stands on the stack still lives
 /// then: the settings are saved all the same.
 class UnloadAtExit {
@@ -160,6 +166,8 @@ int Run(int count, char** arguments) {
   termination.Watch();
   const UnloadAtExit display_may_die(form);
   QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
+  const SectionClaim claim(profile.PathOf(meter.runtime.IniFile), meter.runtime.SectionName);
+  if (claim.IsShared()) SaySectionIsShared(meter.runtime.SectionName);
   if (words.names_no_device) {
     ShowMessageBox(nullptr, MessageIcon::Information, NoDeviceText(words), "");
   }

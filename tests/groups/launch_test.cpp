@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "groups/launch_mailbox.h"
 #include "groups/launch_tally.h"
+#include "groups/section_claim.h"
 
 namespace vantoscope::test {
 namespace {
@@ -55,6 +57,15 @@ TEST(LaunchMailbox, TakesWhatItsMetersSayAndTellsWhenItIsFull) {
   std::size_t told = 0;
   while (told < 100'000 && tell({3, {}})) ++told;
   EXPECT_EQ(mailbox.Take().size(), told);
+}
+
+TEST(SectionClaim, IsSharedByEveryWayToWriteTheSameSection) {
+  const std::string file = "/nowhere/" + std::to_string(getpid()) + "/a.ini";
+  std::optional<SectionClaim> first(std::in_place, file, "Tank11");
+  EXPECT_FALSE(SectionClaim(file, "Tank1").IsShared() || SectionClaim("a", "Tank11").IsShared());
+  EXPECT_TRUE(SectionClaim("/nowhere/./" + file.substr(9), " tANK11").IsShared());
+  first.reset();
+  EXPECT_FALSE(SectionClaim(file, "Tank11").IsShared());
 }
 
 }  // namespace

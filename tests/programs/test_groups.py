@@ -76,3 +76,11 @@ def test_meters_that_fail_are_named_in_one_box_beside_the_first(desk):
     desk.goes_on(first)
     desk.screen.close(desk.screen.window(first, "Tank"))
     assert first.ends() == 0
+
+
+def test_meters_that_share_a_section_say_so(desk):
+    first = desk.meter("Tank1")
+    desk.screen.window(first, "Tank1")
+    second = desk.meter("Tank", index=10)
+    eventually(lambda: "section [Tank11] too" in second.said())
+    assert "Tank11" not in first.said()
