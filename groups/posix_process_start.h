@@ -8,6 +8,9 @@ namespace vantoscope {
 
 /// Set in the environment of a child that must not take the focus; the child removes it again.
 inline constexpr const char* kNoFocusVariable = "VANTOSCOPE_NO_FOCUS";
+/// Set in the environment of a group for which nobody has named a device, although the command
+/// texts of its children name the simulator.
+inline constexpr const char* kNoDeviceVariable = "VANTOSCOPE_NO_DEVICE";
 /// In the environment of a child: the mailbox to which it reports; the child removes it again.
 inline constexpr const char* kMailboxVariable = "VANTOSCOPE_LAUNCHER";
 

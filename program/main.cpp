@@ -43,11 +43,11 @@ std::string CommandLine(int count, char** arguments) {
   return text;
 }
 
-/// True when a group launch started this process, which then must not take the focus. The processes
-/// that this one starts are told anew.
-bool TakeGroupMark() {
-  const bool marked = std::getenv(kNoFocusVariable) != nullptr;
-  unsetenv(kNoFocusVariable);
+/// True when a group launch left that mark for this process. The processes that this one starts are
+/// told anew.
+bool TakeMark(const char* variable) {
+  const bool marked = std::getenv(variable) != nullptr;
+  unsetenv(variable);
   return marked;
 }
 
@@ -126,9 +126,11 @@ class UnloadAtExit {
 
 int Run(int count, char** arguments) {
   const std::string command_line = CommandLine(count, arguments);
-  const bool in_group = TakeGroupMark();
+  const bool in_group = TakeMark(kNoFocusVariable);
+  const bool group_without_device = TakeMark(kNoDeviceVariable);
   LaunchReport launcher(IndexOf(command_line));
   const WordCheck words = SayWordsWithoutEffect(command_line);
+  if (words.names_no_device) setenv(kNoDeviceVariable, "1", 1);
   std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
   const auto application = CreateApplication(
       arguments[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
@@ -140,6 +142,7 @@ int Run(int count, char** arguments) {
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
   MeterWatch watch(meter, telvix, form);
+  if (group_without_device) watch.SetNobodyNamedDevice();
   LaunchWatch launch_watch(launches, form);
   Wire(meter, form, watch);
 

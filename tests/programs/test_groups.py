@@ -3,6 +3,7 @@
 import os
 import shutil
 import signal
+import types
 
 from conftest import MESSAGE, eventually, program
 
@@ -76,6 +77,16 @@ def test_meters_that_fail_are_named_in_one_box_beside_the_first(desk):
     desk.goes_on(first)
     desk.screen.close(desk.screen.window(first, "Tank"))
     assert first.ends() == 0
+
+
+def test_a_group_without_a_device_is_told_and_marked(desk):
+    first = desk.start(program("vantoscope"), "run.csv", "-nTank", "-i-1")
+    assert "first word" in desk.says(first, "No device was named", MESSAGE)
+    desk.screen.close(desk.screen.window(first))
+    for pid in first.pid, *list(desk.processes())[:2]:
+        eventually(lambda: any("simulator" in said.get_description()
+                               for _, _, said in desk.spoken(types.SimpleNamespace(pid=pid))))
+    assert first.said().count("\"-drun.csv\"") == 1
 
 
 def test_meters_that_share_a_section_say_so(desk):
