@@ -1,7 +1,7 @@
 #include "groups/command_line.h"
 
 #include <algorithm>
-#include <optional>
+#include <string>
 #include <vector>
 
 #include "text/characters.h"
@@ -11,12 +11,6 @@
 
 namespace vantoscope {
 namespace {
-
-/// What stands behind "-" and the letter, in either case.
-std::optional<std::string_view> ValueBehind(char upper_letter, std::string_view token) {
-  if (token.size() < 2 || token[0] != '-' || Upper(token[1]) != upper_letter) return std::nullopt;
-  return token.substr(2);
-}
 
 std::string WithBlanks(std::string_view name) {
   std::string text(name);
@@ -37,6 +31,20 @@ void LaunchFurtherMeters(Meter& meter, std::string_view name_token) {
 
 }  // namespace
 
+std::optional<std::string_view> ValueBehind(char upper_letter, std::string_view word) {
+  if (word.size() < 2 || word[0] != '-' || Upper(word[1]) != upper_letter) return std::nullopt;
+  return word.substr(2);
+}
+
+std::optional<std::string_view> IndexText(std::string_view command_line) {
+  const std::vector<std::string_view> words = CutAtBlanks(command_line);
+  return words.size() < 3 ? std::nullopt : ValueBehind('I', words[2]);
+}
+
+std::int16_t IndexOf(std::string_view command_line) {
+  return RoundToInt16(NumberFromText(IndexText(command_line).value_or("")));
+}
+
 void ReadCommandLine(Meter& meter, std::string_view command_line) {
   const std::vector<std::string_view> tokens = CutAtBlanks(command_line);
   if (const auto device = ValueBehind('D', tokens[0])) {
@@ -47,12 +55,10 @@ void ReadCommandLine(Meter& meter, std::string_view command_line) {
   const auto name = ValueBehind('N', tokens[1]);
   meter.runtime.MeterName = name ? WithBlanks(*name) : meter.form.Title();
 
-  if (tokens.size() < 3) return;
-  const auto index_text = ValueBehind('I', tokens[2]);
+  const auto index_text = IndexText(command_line);
   if (!index_text) return;
-  const double index = NumberFromText(*index_text);
-  if (index != -1) {
-    meter.runtime.ChannelIndex = RoundToInt16(index);
+  if (NumberFromText(*index_text) != -1) {
+    meter.runtime.ChannelIndex = IndexOf(command_line);
     return;
   }
   meter.runtime.ChannelIndex = 0;

@@ -1,9 +1,12 @@
 #include "groups/posix_process_start.h"
 
+#include <fcntl.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -14,6 +17,7 @@
 #include <system_error>
 #include <vector>
 
+#include "groups/command_line.h"
 #include "text/words.h"
 
 namespace vantoscope {
@@ -34,12 +38,13 @@ std::string FindProgram(const std::string& name) {
   return access(beside.c_str(), X_OK) == 0 ? beside : name;
 }
 
-std::vector<std::string> EnvironmentFor(int window_style) {
+std::vector<std::string> EnvironmentFor(int window_style, const std::string& mailbox) {
   std::vector<std::string> environment;
   for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
   if (window_style == kShowNoActivate) {
     environment.push_back(std::string(kNoFocusVariable) + "=1");
   }
+  if (!mailbox.empty()) environment.push_back(std::string(kMailboxVariable) + "=" + mailbox);
   return environment;
 }
 
@@ -73,25 +78,78 @@ class CleanSignals {
   posix_spawnattr_t attributes_{};
 };
 
+/// The three standard descriptors and no more.
+class StandardDescriptors {
+ public:
+  StandardDescriptors() {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+  }
+  StandardDescriptors(const StandardDescriptors&) = delete;
+  StandardDescriptors& operator=(const StandardDescriptors&) = delete;
+  ~StandardDescriptors() { posix_spawn_file_actions_destroy(&actions_); }
+  const posix_spawn_file_actions_t* Get() { return &actions_; }
+
+ private:
+  posix_spawn_file_actions_t actions_{};
+};
+
+/// A process number that a forked child can write for its parent, without a descriptor that a
+/// process with many open files may not get. Null where there is no memory for it.
+class SharedProcessNumber {
+ public:
+  SharedProcessNumber() {
+    void* memory =
+        mmap(nullptr, sizeof(pid_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory != MAP_FAILED) number_ = static_cast<pid_t*>(memory);
+  }
+  SharedProcessNumber(const SharedProcessNumber&) = delete;
+  SharedProcessNumber& operator=(const SharedProcessNumber&) = delete;
+  ~SharedProcessNumber() {
+    if (number_ != nullptr) munmap(number_, sizeof(pid_t));
+  }
+  [[nodiscard]] pid_t* Get() const { return number_; }
+
+ private:
+  pid_t* number_ = nullptr;
+};
+
+struct Spawned {
+  int error = 0;      ///< an errno value
+  pid_t process = 0;  ///< 0 where it is not known
+};
+
 /// Spawns through a child that ends at once: the new process then belongs to init, so it leaves no
-/// zombie, whatever this process does about its children. The result is an errno value.
-int SpawnDetached(const std::string& program, std::vector<std::string>& words,
-                  std::vector<std::string>& environment) {
+/// zombie, whatever this process does about its children.
+Spawned SpawnDetached(const std::string& program, std::vector<std::string>& words,
+                      std::vector<std::string>& environment) {
   const std::vector<char*> argv = Pointers(words);
   const std::vector<char*> envp = Pointers(environment);
   CleanSignals signals;
+  StandardDescriptors descriptors;
+  const SharedProcessNumber number;
   const pid_t between = fork();
-  if (between < 0) return errno;
+  if (between < 0) return {.error = errno};
   if (between == 0) {
     setsid();
     pid_t child = 0;
-    _exit(posix_spawnp(&child, program.c_str(), nullptr, signals.Get(), argv.data(), envp.data()));
+    const int error = posix_spawnp(&child, program.c_str(), descriptors.Get(), signals.Get(),
+                                   argv.data(), envp.data());
+    if (error == 0 && number.Get() != nullptr) *number.Get() = child;
+    _exit(error);
   }
   int status = 0;
   while (waitpid(between, &status, 0) < 0) {
-    if (errno != EINTR) return errno;
+    if (errno != EINTR) return {.error = errno};
   }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : ECHILD;
+  return {.error = WIFEXITED(status) ? WEXITSTATUS(status) : ECHILD,
+          .process = number.Get() != nullptr ? *number.Get() : 0};
+}
+
+/// The index behind the name of the program.
+int LaunchedIndex(const std::string& command_text) {
+  const std::size_t arguments = std::min(command_text.find(' '), command_text.size() - 1) + 1;
+  return IndexOf(std::string_view(command_text).substr(arguments));
 }
 
 }  // namespace
@@ -100,12 +158,24 @@ void PosixProcessStart::Start(const std::string& command_text, int window_style)
   const auto cut = CutAtBlanks(command_text);
   std::vector<std::string> words(cut.begin(), cut.end());
   words[0] = WithoutExe(words[0]);
-  std::vector<std::string> environment = EnvironmentFor(window_style);
-  const int error = SpawnDetached(FindProgram(words[0]), words, environment);
-  if (error != 0) {
-    std::cerr << "vantoscope: cannot start \"" << command_text
-              << "\": " << std::generic_category().message(error) << "\n";
+  std::vector<std::string> environment = EnvironmentFor(window_style, launches_.MailboxName());
+  const Spawned spawned = SpawnDetached(FindProgram(words[0]), words, environment);
+  if (spawned.error == 0) {
+    launches_.Launched(LaunchedIndex(command_text), spawned.process);
+    return;
   }
+  const std::string reason = std::generic_category().message(spawned.error);
+  std::cerr << "vantoscope: cannot start \"" << command_text << "\": " << reason << "\n";
+  launches_.NotLaunched(LaunchedIndex(command_text),
+                        "The program " + words[0] + " cannot be started: " + reason + ".");
+}
+
+void FillStandardDescriptors() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) close(descriptor);
 }
 
 }  // namespace vantoscope

@@ -1,19 +1,34 @@
 // Process start on POSIX: posix_spawn of the words of a command text, detached.
 #pragma once
 
+#include "groups/launches.h"
 #include "meter/process_start.h"
 
 namespace vantoscope {
 
 /// Set in the environment of a child that must not take the focus; the child removes it again.
 inline constexpr const char* kNoFocusVariable = "VANTOSCOPE_NO_FOCUS";
+/// Set in the environment of a group for which nobody has named a device, although the command
+/// texts of its children name the simulator.
+inline constexpr const char* kNoDeviceVariable = "VANTOSCOPE_NO_DEVICE";
+/// In the environment of a child: the mailbox to which it reports; the child removes it again.
+inline constexpr const char* kMailboxVariable = "VANTOSCOPE_LAUNCHER";
 
 /// A program name ending in ".exe" is looked for without that ending, first beside the running
-/// program, then on PATH. The child has a session of its own, no parent that must wait for it, and
-/// the environment of this process.
+/// program, then on PATH. The child has a session of its own, no parent that must wait for it, the
+/// environment of this process, and of its open files the three standard ones.
 class PosixProcessStart final : public ProcessStart {
  public:
+  /// `launches` is told of every start.
+  explicit PosixProcessStart(Launches& launches) : launches_(launches) {}
   void Start(const std::string& command_text, int window_style) override;
+
+ private:
+  Launches& launches_;
 };
+
+/// Opens /dev/null in the place of each standard descriptor that this process was started without,
+/// before anything else can get its number and be taken for it, by this process or a child.
+void FillStandardDescriptors();
 
 }  // namespace vantoscope

@@ -5,6 +5,7 @@
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
 #include "groups/command_line.h"
+#include "groups/command_words.h"
 #include "presentation/display_format.h"
 #include "presentation/window_behaviour.h"
 #include "settings/settings.h"
@@ -21,13 +22,14 @@ void StartSource(Telvix1& telvix) {
   telvix.Start();
 }
 
-void RequireChannelInList(Meter& meter) {
+void RequireChannelInList(Meter& meter, std::string_view command_line) {
   const std::int16_t count = meter.telvix.ChannelCount();
   const std::int16_t index = meter.runtime.ChannelIndex;
   if (index >= 0 && index < count) return;
-  throw SourceError("The channel index " + std::to_string(index) + " is not in the list of " +
-                    meter.telvix.DeviceName() + ", which has the indices 0 to " +
-                    std::to_string(count - 1) + ".");
+  const auto typed = IndexText(command_line);
+  throw SourceError("The channel index " + (typed ? ShownWord(*typed) : std::to_string(index)) +
+                    " is not in the list of " + meter.telvix.DeviceName() +
+                    ", which has the indices 0 to " + std::to_string(count - 1) + ".");
 }
 
 void ReadRangeAndKind(Meter& meter) {
@@ -58,7 +60,7 @@ void StartUp(Meter& meter, const std::string& command_line) {
   runtime.SectionName =
       runtime.MeterName + FormatPicture(runtime.ChannelIndex + 1, "", runtime.DecimalSep);
   StartSource(meter.telvix);
-  RequireChannelInList(meter);
+  RequireChannelInList(meter, command_line);
   runtime.ChannelsPerBank = ChannelsPerBankOf(meter.telvix.DeviceName());
   LayoutLabel(meter.form);
   LoadSettings(meter);

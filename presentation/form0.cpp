@@ -226,6 +226,8 @@ void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
   QMessageBox box(pictures[static_cast<int>(icon)], title.empty() ? "Vanto Scope" : Text(title),
                   Text(text), QMessageBox::Ok, parent);
   box.setTextFormat(Qt::PlainText);
+  // A box of start-up has no window to stand above, and other meters stay on top.
+  if (parent == nullptr) box.setWindowFlag(Qt::WindowStaysOnTopHint);
   box.exec();
 }
 

@@ -3,6 +3,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace vantoscope {
 namespace {
@@ -15,16 +16,18 @@ void PreferX11() {
   }
 }
 
+std::function<void(const std::string&)> tell_failure;
+
 // The toolkit ends the process when it finds no display, with many lines and a core file.
 void EndWithOneSentence(QtMsgType type, const QMessageLogContext&, const QString&) {
   if (type != QtFatalMsg) return;
   const char* display = std::getenv("DISPLAY");
-  if (display == nullptr || *display == '\0') {
-    std::fputs("vantoscope: there is no display to open a window on: DISPLAY is not set.\n",
-               stderr);
-  } else {
-    std::fprintf(stderr, "vantoscope: no window can be opened on the display %s.\n", display);
-  }
+  const std::string sentence =
+      display == nullptr || *display == '\0'
+          ? "There is no display to open a window on: DISPLAY is not set."
+          : "No window can be opened on the display " + std::string(display) + ".";
+  std::fprintf(stderr, "vantoscope: %s\n", sentence.c_str());
+  tell_failure(sentence);
   std::_Exit(1);
 }
 
@@ -38,7 +41,8 @@ void KeepQuietAboutALostDisplay(QtMsgType type, const QMessageLogContext& contex
 
 }  // namespace
 
-std::unique_ptr<QApplication> CreateApplication(std::string program) {
+std::unique_ptr<QApplication> CreateApplication(
+    std::string program, std::function<void(const std::string&)> on_failure) {
   static std::string name;  // the toolkit keeps the addresses
   static int count = 1;
   static char* arguments[] = {nullptr, nullptr};
@@ -47,6 +51,7 @@ std::unique_ptr<QApplication> CreateApplication(std::string program) {
 
   PreferX11();
   QGuiApplication::setDesktopSettingsAware(false);
+  tell_failure = std::move(on_failure);
   print_message = qInstallMessageHandler(EndWithOneSentence);
   auto application = std::make_unique<QApplication>(count, arguments);
   qInstallMessageHandler(KeepQuietAboutALostDisplay);

@@ -7,7 +7,11 @@
 #include <string>
 
 #include "equation/muparser_evaluator.h"
+#include "groups/command_line.h"
+#include "groups/command_words.h"
+#include "groups/launches.h"
 #include "groups/posix_process_start.h"
+#include "groups/section_claim.h"
 #include "meter/startup.h"
 #include "meter/tick.h"
 #include "presentation/form0.h"
@@ -15,6 +19,7 @@
 #include "program/application.h"
 #include "program/decimal_separator.h"
 #include "program/ending.h"
+#include "program/launch_watch.h"
 #include "program/meter_watch.h"
 #include "program/termination.h"
 #include "program/usage.h"
@@ -38,11 +43,11 @@ std::string CommandLine(int count, char** arguments) {
   return text;
 }
 
-/// True when a group launch started this process, which then must not take the focus. The processes
-/// that this one starts are told anew.
-bool TakeGroupMark() {
-  const bool marked = std::getenv(kNoFocusVariable) != nullptr;
-  unsetenv(kNoFocusVariable);
+/// True when a group launch left that mark for this process. The processes that this one starts are
+/// told anew.
+bool TakeMark(const char* variable) {
+  const bool marked = std::getenv(variable) != nullptr;
+  unsetenv(variable);
   return marked;
 }
 
@@ -81,10 +86,24 @@ void CloseBox() {
   if (QWidget* box = QApplication::activeModalWidget()) box->close();
 }
 
-void ReportStartError(const SourceError& error, bool in_group) {
+void ReportStartError(const SourceError& error, bool in_group, LaunchReport& launcher) {
   std::cerr << "vantoscope: " << error.what() << std::endl;
-  // One sentence per process would be a screen full of boxes in a group.
+  launcher.Failed(error.what());
+  // One box per process would be a screen full of them in a group: the first meter shows one.
   if (!in_group) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
+}
+
+WordCheck SayWordsWithoutEffect(const std::string& command_line) {
+  WordCheck words = CheckWords(command_line);
+  for (const std::string& sentence : words.sentences) {
+    std::cerr << "vantoscope: " << sentence << std::endl;
+  }
+  return words;
+}
+
+void SaySectionIsShared(const std::string& section) {
+  std::cerr << "vantoscope: Another meter keeps its settings in the section [" << ShownWord(section)
+            << "] too; the one that ends last wins." << std::endl;
 }
 
 /// When the display dies, the toolkit leaves by std::exit, and what stands on the stack still lives
@@ -106,38 +125,57 @@ class UnloadAtExit {
 };
 
 int Run(int count, char** arguments) {
-  const bool in_group = TakeGroupMark();
+  const std::string command_line = CommandLine(count, arguments);
+  const bool in_group = TakeMark(kNoFocusVariable);
+  const bool group_without_device = TakeMark(kNoDeviceVariable);
+  LaunchReport launcher(IndexOf(command_line));
+  const WordCheck words = SayWordsWithoutEffect(command_line);
+  if (words.names_no_device) setenv(kNoDeviceVariable, "1", 1);
   std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
-  const auto application = CreateApplication(arguments[0]);
+  const auto application = CreateApplication(
+      arguments[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
   Form0 form(!in_group);
   DeviceControl telvix;
   ProfileFile profile;
-  PosixProcessStart processes;
+  Launches launches;
+  PosixProcessStart processes(launches);
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
   MeterWatch watch(meter, telvix, form);
+  if (group_without_device) watch.SetNobodyNamedDevice();
+  LaunchWatch launch_watch(launches, form);
   Wire(meter, form, watch);
 
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
-  QObject::connect(&host_timer, &QTimer::timeout, [&] { telvix.CheckHost(); });
+  QObject::connect(&host_timer, &QTimer::timeout, [&] {
+    launch_watch.Look();
+    launcher.Look();
+    telvix.CheckHost();
+  });
   host_timer.start(kCheckHostMilliseconds);
   TerminationRequests termination;
   termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
-    StartUp(meter, CommandLine(count, arguments));
+    StartUp(meter, command_line);
   } catch (const SourceError& error) {
     host_timer.stop();
     termination.OnRequest = CloseBox;
     termination.Watch();
-    ReportStartError(error, in_group);
+    ReportStartError(error, in_group, launcher);
     return EXIT_FAILURE;
   }
   termination.Watch();
   const UnloadAtExit display_may_die(form);
   QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
+  const SectionClaim claim(profile.PathOf(meter.runtime.IniFile), meter.runtime.SectionName);
+  if (claim.IsShared()) SaySectionIsShared(meter.runtime.SectionName);
+  if (words.names_no_device) {
+    ShowMessageBox(nullptr, MessageIcon::Information, NoDeviceText(words), "");
+  }
   form.Open();
+  launcher.Started();
   return QApplication::exec();
 }
 
@@ -145,6 +183,7 @@ int Run(int count, char** arguments) {
 }  // namespace vantoscope
 
 int main(int argc, char** argv) {
+  vantoscope::FillStandardDescriptors();
   if (argc == 2) {
     if (const auto text = vantoscope::PrintedFor(argv[1])) {
       std::cout << *text;

@@ -30,7 +30,7 @@ Verdict MeterWatch::Judge(double now) {
   return watch_.Look(now, {.ticks = meter_.ticks,
                            .data = source_.DataFreshness(),
                            .resting = resting_,
-                           .simulated = !source_.IsNamed(),
+                           .simulated = !source_.IsNamed() || !somebody_named_device_,
                            .cut = form_.ReadingIsCut()});
 }
 

@@ -19,6 +19,8 @@ class MeterWatch {
   void Look();
   /// After a tick: a reading that was in doubt is live at its first new value.
   void LookAfterTick();
+  /// The device was named for a group in which no user has named one.
+  void SetNobodyNamedDevice() { somebody_named_device_ = false; }
   /// While the settings are open no tick runs.
   void SetResting(bool resting) { resting_ = resting; }
   /// What is shown, from where and how, and whether it can be trusted; lines of plain text.
@@ -32,6 +34,7 @@ class MeterWatch {
   Form0& form_;
   ReadingWatch watch_;
   bool resting_ = false;
+  bool somebody_named_device_ = true;
   ReadingState shown_ = ReadingState::Waiting;
   bool shown_cut_ = false;
 };

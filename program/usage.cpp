@@ -16,7 +16,8 @@ Shows one channel of a data acquisition host as one big number that stays on top
             settings of its own
   -iINDEX   channel, counted from 0; -1 opens a meter for every channel
 
-Arguments have this order and none may hold a space. The settings are kept in
+Arguments have this order and none may hold a space; one that has no effect is
+told on standard error. The settings are kept in
 $XDG_CONFIG_HOME/vantoscope/Vantoscope.ini (~/.config if that is not set).
 
   --help     this text

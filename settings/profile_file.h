@@ -40,10 +40,10 @@ class ProfileFile final : public ProfileOperations {
   /// where anybody may) and where the new one can have its owner, group, mode and access list.
   void WritePrivateProfileKeys(std::string_view section, std::span<const ProfileKey> keys,
                                const std::string& file) override;
-
- private:
+  /// Where the file of that name is kept.
   [[nodiscard]] std::string PathOf(const std::string& file) const;
 
+ private:
   std::string folder_;
   std::chrono::milliseconds patience_;
   std::set<std::string> failed_;  ///< files whose failure has been reported

@@ -53,7 +53,7 @@ def test_dead_display_saves_what_is_known(make_desk, own_screen):
 
 @pytest.mark.parametrize("device, index, told", [
     ("ZZ64", 0, "ZZ64"), ("/nowhere/run.csv", 0, "/nowhere/run.csv"),
-    ("sim", 99, "99"), ("sim", -7, "-7")])
+    ("sim", 99, "99"), ("sim", -7, "-7"), ("sim", "99999x", " 99999x ")])
 def test_start_errors_are_one_sentence(desk, device, index, told):
     meter = desk.meter("Tank", device, index)
     assert told in desk.says(meter, told, MESSAGE)

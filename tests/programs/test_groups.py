@@ -3,8 +3,9 @@
 import os
 import shutil
 import signal
+import types
 
-from conftest import eventually, program
+from conftest import MESSAGE, eventually, program
 
 CHANNELS = ["1", "2", "3", "4", "5", "6", "7", "8", "DigIn", "Cntr", "RCntr", "999"]
 
@@ -48,6 +49,49 @@ def test_meters_that_cannot_be_started_are_told_and_the_first_goes_on(desk):
     desk.screen.window(meter)
     told = meter.said().splitlines()
     assert len(told) == 2 and all("cannot start" in line for line in told)
+    assert "Indices 1 and 2: The program vantoscope cannot be" in desk.says(meter, "None", MESSAGE)
     meter.send_signal(signal.SIGTERM)
     assert meter.ends() == 0
     assert len(desk.settings("Tank1")) == 24
+
+
+def test_meters_that_fail_are_named_in_one_box_beside_the_first(desk):
+    """And the others inherit the standard descriptors and no more, none of them closed."""
+    wrapper, panel, real = desk.folder / "vantoscope", desk.folder / "panel", program("vantoscope")
+    wrapper.write_text(f"""#!/bin/sh
+        case $3 in -i[12]) shift; set -- -d/nowhere.csv "$@";; -i3) exit 1;; esac
+        [ $3 != -i4 ] || DISPLAY=:65000
+        exec {real} "$@" """)
+    wrapper.chmod(0o755)
+    shutil.copy(real, panel)
+    first = desk.start("sh", "-c", 'exec "$0" -dSM64:channels=6 -nTank -i-1 7<"$0" <&-', panel)
+    assert desk.says(first, "further meters", MESSAGE).split("\n\n") == [
+        "4 of the 5 further meters of this group did not start.",
+        "Indices 1 and 2: The recording '/nowhere.csv' cannot be opened: No such file or directory.",
+        "Index 3: It ended before its window opened.",
+        "Index 4: No window can be opened on the display :65000."]
+    assert [*map(first.said().count, ("/nowhere", "index 3 ended", ":65000"))] == [2, 1, 1]
+    fifth = next(pid for pid, words in desk.processes().items() if words[-1] == "-i5")
+    files = {fd: os.readlink(f"/proc/{fifth}/fd/{fd}") for fd in os.listdir(f"/proc/{fifth}/fd")}
+    assert files["0"] == "/dev/null" and str(panel) not in files.values()
+    desk.goes_on(first)
+    desk.screen.close(desk.screen.window(first, "Tank"))
+    assert first.ends() == 0
+
+
+def test_a_group_without_a_device_is_told_and_marked(desk):
+    first = desk.start(program("vantoscope"), "run.csv", "-nTank", "-i-1")
+    assert "first word" in desk.says(first, "No device was named", MESSAGE)
+    desk.screen.close(desk.screen.window(first))
+    for pid in first.pid, *list(desk.processes())[:2]:
+        eventually(lambda: any("simulator" in said.get_description()
+                               for _, _, said in desk.spoken(types.SimpleNamespace(pid=pid))))
+    assert first.said().count("\"-drun.csv\"") == 1
+
+
+def test_meters_that_share_a_section_say_so(desk):
+    first = desk.meter("Tank1")
+    desk.screen.window(first, "Tank1")
+    second = desk.meter("Tank", index=10)
+    eventually(lambda: "section [Tank11] too" in second.said())
+    assert "Tank11" not in first.said()
