@@ -4,7 +4,7 @@ import os
 import shutil
 import signal
 
-from conftest import eventually, program
+from processes import eventually, program
 
 CHANNELS = ["1", "2", "3", "4", "5", "6", "7", "8", "DigIn", "Cntr", "RCntr", "999"]
 
