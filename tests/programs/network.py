@@ -6,7 +6,7 @@ import shutil
 import signal
 import socket
 
-from conftest import answers, eventually, program
+from processes import answers, eventually, program
 
 ROOT = "lab/bench1"
 MOSQUITTO = shutil.which("mosquitto") or "/usr/sbin/mosquitto"

@@ -7,8 +7,8 @@ import signal
 import time
 
 import pytest
-from conftest import eventually
 from network import Network
+from processes import eventually
 
 LIVE = "The reading is live again."
 SILENT, NOTHING_NEW = "the host is silent", "the host has no new data"
