@@ -97,8 +97,9 @@ TEST(SpecialChannelsTest, TextsOfRawWords) {
     counts += CounterText(word) + " ";
   EXPECT_EQ(counts, "0 0 1 2 2 8192 16384 16384 ");
   std::string bytes;
-  for (const int word : {255, 256, 4660, 32767, -1, -256, -32768}) bytes += DigitalText(word) + " ";
-  EXPECT_EQ(bytes, "0 1 12 7F FF FF 80 ");
+  for (const int word : {255, 256, 4096, 4660, 32767, -1, -256, -32768})
+    bytes += DigitalText(word) + " ";
+  EXPECT_EQ(bytes, "0 1 10 12 7F FF FF 80 ");
 }
 
 }  // namespace vantoscope::test
