@@ -4,6 +4,7 @@ import contextlib
 import ctypes
 import os
 import pathlib
+import re
 import shutil
 import signal
 import socket
@@ -73,9 +74,9 @@ class Program(subprocess.Popen):
 
     def said(self):
         """Without what depends on the fonts and frames at hand: whether a reading fits its window."""
-        lines = os.pread(self._err.fileno(), 1 << 20, 0).decode().splitlines(keepends=True)
-        fits = ("The window is too narrow for the whole reading.\n", "The reading is whole again.\n")
-        return "".join(line for line in lines if not line.endswith(fits))
+        text = os.pread(self._err.fileno(), 1 << 20, 0).decode()
+        text = text.replace(" The window is too narrow for the whole reading.", "")
+        return re.sub(r"^vantoscope: .*?:( The reading is whole again\.)?\n", "", text, flags=re.M)
 
     def ends(self, limit=LIMIT):
         """Its exit code, or minus the signal."""
