@@ -80,8 +80,8 @@ TEST(FrequencyTest, CountsWholePeriodsBetweenLikeCrossings) {
       {"just beyond the band", 500, {100, -100, 2.1, -2.1, 2.1, -2.1, 2.1, -2.1}},
       {"ripple up to the thresholds", 125, {100, 2, -100, -2, 2, -1, 100,  -2, 2,  1,  -100, -2,
                                             2,   0, 100,  -2, 2, 1,  -100, -1, -1, -1, 0,    0}},
-      // The band follows the mean: with 9 of 10 samples at 0 the spikes of 1 stand above 0.1.
-      {"spikes above a quiet line", 100, Repeat({0, 0, 0, 0, 0, 1, 0, 0, 0, 0}, 5)},
+      // Mean 1/6 and band 0.04; the middle of the range is 1.
+      {"the band follows the mean", 500, {3, -1, 1, -1, 1, -1, 1, -1, 1, -1, 1, -1}},
       {"a nan makes every comparison fail", 0, Repeat({10, 10, -10, NAN}, 5)}};
   for (const auto& [name, frequency, samples] : rows) {
     int asked = 0;
