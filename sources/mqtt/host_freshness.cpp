@@ -32,14 +32,13 @@ void HostFreshness::Begin(double rate) {
   rate_ = rate;
   clock_ = {};
   late_.reset();
-  Forget();
+  taken_at_.reset();
 }
 
 void HostFreshness::Hear(const std::optional<HostTimes>& times, Time now) {
   heard_at_ = now;
   if (!times) return;
   late_ = clock_.Lateness(times->sent_us, now);
-  taken_at_.reset();
   if (!times->taken_us) return;
   const Microseconds at_sending(times->sent_us - *times->taken_us);
   taken_at_ = now - std::min<Microseconds>(at_sending + *late_, kEver);

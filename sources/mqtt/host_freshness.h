@@ -21,7 +21,7 @@ class HostFreshness {
 
   void OnConnected(Time now);
   void OnLost();
-  /// Another host, or the same one begun anew, with `rate` scans per second.
+  /// Another host, or the same one begun anew, with `rate` scans per second. Its clock is another.
   void Begin(double rate);
   /// A live message of the host has come.
   void Hear(const std::optional<HostTimes>& times, Time now);

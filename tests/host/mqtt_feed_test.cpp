@@ -196,6 +196,8 @@ TEST_F(MqttFeedTest, TakesOnlyLiveScansOfItsHost) {
   EXPECT_EQ(feed_->Counts().missing, 6U + 200U + 201U);
   EXPECT_EQ(feed_->Counts().retained, 1U);
   EXPECT_EQ(feed_->Counts().ignored, 3U);
+  feed_->Clear();
+  EXPECT_FALSE(feed_->DataFreshness(now_).age);
 }
 
 TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
@@ -205,11 +207,16 @@ TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
   Info(MakeInfo(kNextEpoch));
   EXPECT_EQ(Newest(), -1) << "nothing of the former host";
   State(false, kEpoch);
+  ahead_ -= 900ms;  // the machine was started anew, too
+  age_.reset();
   State(true, kNextEpoch);
+  EXPECT_EQ(feed_->DataFreshness(now_).reason, "the host has no data yet");
+  age_ = 0s;
   Scans(3, 2, kNextEpoch);
   EXPECT_EQ(Newest(2), 4);
   EXPECT_EQ(Newest(3), -1);
   EXPECT_EQ(feed_->Since(-1, 1).first, 1007) << "own indices rise, with one left out";
+  EXPECT_LT(feed_->DataFreshness(now_).age, 0.01);
   now_ += 10s;
   EXPECT_FALSE(feed_->HostGone(now_)) << "the farewell was the former host's";
 }
@@ -274,6 +281,7 @@ TEST_F(MqttFeedTest, AMeterThatWasFrozenItselfListensBeforeItEnds) {
   EXPECT_TRUE(feed_->HostGone(now_ + 2s));
   Blocks(1, 250ms, 1);
   EXPECT_FALSE(feed_->HostGone(now_ + 2s));
+  EXPECT_FALSE(feed_->HostGone(now_ + 1h));
 }
 
 }  // namespace

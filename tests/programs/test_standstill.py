@@ -8,7 +8,7 @@ import time
 
 import pytest
 from network import Network
-from processes import eventually
+from processes import eventually, program
 
 LIVE = "The reading is live again."
 SILENT, NOTHING_NEW = "the host is silent", "the host has no new data"
@@ -16,10 +16,10 @@ SILENT, NOTHING_NEW = "the host is silent", "the host has no new data"
 
 @pytest.fixture
 def recorder(plain_desk):
-    """A child process that writes ten rows a second into `recorder.path`, and settings for short
-    readings, for a reading that is cut is told in a line of its own."""
+    """A child process that writes ten rows a second into `recorder.path`, and wide windows, for a
+    reading that is cut is told in the same line."""
     for name in ("Tank", "Near", "Far", "Late"):
-        plain_desk.configure(f"{name}1", UserFormat="0.0")
+        plain_desk.place(f"{name}1", 0, 0, 18000, 3000, UserFormat="0.0")
     path = plain_desk.folder / "run.csv"
     path.write_text("Level [m]\n1\n2\n")
     child = plain_desk.start("sh", "-c", f"while i=$((i+1)); do echo $i >> {path}; sleep 0.1; done")
@@ -73,8 +73,8 @@ def test_everything_between_a_recorder_and_meters(plain_desk, recorder):
         is_old(far, why_far)
         if process == recorder:
             late = net.meter("Late")
-            assert eventually(lambda: last_line(late)).startswith(
-                f"Waiting for the first reading: {NOTHING_NEW}.")
+            line = f"Waiting for the first reading: {NOTHING_NEW}."
+            assert eventually(lambda: last_line(late)) == line
         process.send_signal(signal.SIGCONT)
         is_live(near)
         is_live(far)
@@ -100,3 +100,11 @@ def test_a_recorder_that_stands_still_is_no_end_but_a_frozen_host_is(plain_desk,
     frozen = time.monotonic()
     assert meter.ends() == 0
     assert 1.9 < time.monotonic() - frozen < 5  # the last sign of life is up to a second older
+
+
+def test_a_host_that_sends_seldom_gives_signs_of_life(plain_desk):
+    net = Network(plain_desk)
+    plain_desk.start(program("telvixd"), "--to", net.tcp, "--interval", 4000)
+    meter = net.live_meter(options="?timeout=3.5")
+    plain_desk.goes_on(meter)
+    assert meter.poll() is None

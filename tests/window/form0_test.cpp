@@ -93,7 +93,8 @@ TEST_F(Form0Test, EachStateHasAMarkOfItsOwnBelowTheDigitsOnAnyBackground) {
   form.SetBorderStyle(kBare);
   constexpr ReadingState kDoubts[] = {ReadingState::Waiting, ReadingState::Old,
                                       ReadingState::Stopped, ReadingState::Simulated};
-  for (const auto& [width, height] : {std::pair(60, 16), std::pair(200, 46), std::pair(1600, 900)}) {
+  for (const auto& [width, height] :
+       {std::pair(60, 16), std::pair(200, 46), std::pair(1600, 900)}) {
     for (const int back : {0xffffff, 0x000000, 0x808080}) {
       SCOPED_TRACE(std::to_string(height) + " " + std::to_string(back));
       Resize(width, height);
