@@ -16,10 +16,16 @@ constexpr int kLeastBreadth = 3;
 /// From here on there is room for a line of ink around the paper.
 constexpr double kRimmed = 5;
 
+/// How many pieces of a pattern, one every `step`, fill the band.
+int Pieces(const QRectF& band, double step) {
+  return static_cast<int>(std::ceil(band.width() / step)) + 1;
+}
+
 void PaintStripes(QPainter& painter, const QRectF& band) {
   const double breadth = band.height();
   QPainterPath stripes;
-  for (double x = band.left() - breadth; x < band.right(); x += 2 * breadth) {
+  for (int i = 0; i < Pieces(band, 2 * breadth); ++i) {
+    const double x = band.left() + (2 * i - 1) * breadth;
     stripes.addPolygon(QPolygonF({{x, band.bottom()},
                                   {x + breadth, band.top()},
                                   {x + 2 * breadth, band.top()},
@@ -31,43 +37,44 @@ void PaintStripes(QPainter& painter, const QRectF& band) {
 void PaintDots(QPainter& painter, const QRectF& band) {
   const double breadth = band.height();
   painter.setBrush(kInk);
-  for (double x = band.left() + breadth; x < band.right(); x += 2 * breadth) {
+  for (int i = 0; i < Pieces(band, 2 * breadth); ++i) {
+    const double x = band.left() + (2 * i + 1) * breadth;
     if (breadth < kRimmed) {  // a circle so small is a grey smear
       painter.fillRect(QRectF(std::floor(x), std::floor(band.top()), breadth - 1, breadth - 1),
                        kInk);
-      continue;
+    } else {
+      painter.drawEllipse(QPointF(x, band.center().y()), 0.38 * breadth, 0.38 * breadth);
     }
-    painter.drawEllipse(QPointF(x, band.center().y()), 0.38 * breadth, 0.38 * breadth);
   }
 }
 
 void PaintChequers(QPainter& painter, const QRectF& band) {
   const double side = band.height() / 2;
-  bool lower = false;
-  for (double x = band.left(); x < band.right(); x += side, lower = !lower) {
-    painter.fillRect(QRectF(x, band.top() + (lower ? side : 0), side, side), kInk);
+  for (int i = 0; i < Pieces(band, side); ++i) {
+    const double top = band.top() + (i % 2 == 0 ? 0 : side);
+    painter.fillRect(QRectF(band.left() + i * side, top, side, side), kInk);
   }
 }
 
 void PaintWave(QPainter& painter, const QRectF& band) {
   const double breadth = band.height();
   if (breadth < kRimmed) {  // steps in place of a line that would be a grey smear
-    bool upper = true;
-    for (double x = band.left(); x < band.right(); x += 4, upper = !upper) {
-      painter.fillRect(QRectF(x, upper ? band.top() : band.bottom() - 1, 4, 1), kInk);
+    constexpr int kStep = 4;
+    for (int i = 0; i < Pieces(band, kStep); ++i) {
+      const double top = i % 2 == 0 ? band.top() : band.bottom() - 1;
+      painter.fillRect(QRectF(band.left() + i * kStep, top, kStep, 1), kInk);
     }
     return;
   }
-  QPainterPath wave;
-  const auto height = [&](double x) {
-    return band.center().y() -
-           0.3 * breadth * std::sin(2 * std::numbers::pi * (x - band.left()) / (3 * breadth));
-  };
-  wave.moveTo(band.left(), height(band.left()));
-  for (double x = band.left(); x < band.right(); x += breadth / 8) wave.lineTo(x, height(x));
+  const double step = breadth / 8;
+  QPolygonF wave;
+  for (int i = 0; i < Pieces(band, step); ++i) {
+    const double phase = 2 * std::numbers::pi * i / 24;  // a period is three breadths long
+    wave << QPointF(band.left() + i * step, band.center().y() - 0.3 * breadth * std::sin(phase));
+  }
   painter.setBrush(Qt::NoBrush);
   painter.setPen(QPen(kInk, std::max(1.0, 0.28 * breadth)));
-  painter.drawPath(wave);
+  painter.drawPolyline(wave);
 }
 
 }  // namespace
@@ -113,11 +120,10 @@ void PaintCut(QPainter& painter, const QRect& window) {
   const double breadth = MarkBreadth(window.height());
   const double right = window.right() + 1;
   const double pen = std::max(1.0, breadth / 5);
+  const double half = breadth / 2;
   QPolygonF edge;
-  bool inwards = true;
-  for (double y = window.top() - breadth / 2; y < window.bottom() + 1 + breadth; y += breadth / 2) {
-    edge << QPointF(right - (inwards ? breadth - pen : breadth / 2 - pen), y);
-    inwards = !inwards;
+  for (int i = -1; (i - 1) * half < window.height(); ++i) {
+    edge << QPointF(right + pen - (i % 2 == 0 ? half : breadth), window.top() + i * half);
   }
   QPolygonF beyond = edge;
   beyond << QPointF(right, edge.last().y()) << QPointF(right, edge.first().y());
