@@ -104,8 +104,10 @@ TEST_F(DialogTest, TheTabKeyWalksItsOrderAndStopsOnceAtTheOptions) {
 TEST_F(DialogTest, OnlySpaceAndTheButtonsActNotEnterOrEscape) {
   for (const char* name : {"OKButton", "Command5", "WSText", "AveOption", "EnableAlarmCheck"}) {
     Get(name).setFocus();
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) Key(key);
-    EXPECT_TRUE(dialog_.isVisible()) << name;
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) {
+      Key(key);
+      ASSERT_TRUE(dialog_.isVisible()) << name;
+    }
   }
   Key(Qt::Key_Space);
   EXPECT_FALSE(dialog_.Fields().EnableAlarmCheck);
