@@ -43,7 +43,6 @@ int Run(const std::string& text, double run_seconds) {
   while (!device.GetData(100, kEngineeringUnits) && steady_clock::now() < start_by) {
     std::this_thread::sleep_for(milliseconds(5));
   }
-  const std::int64_t first = device.ScansSince(-1, 1).first;
   const MqttCounts before = device.Counts();
   const double cpu_before = CpuMilliseconds();
   const auto begin = steady_clock::now();
@@ -54,24 +53,18 @@ int Run(const std::string& text, double run_seconds) {
     std::this_thread::sleep_until(next);
     ++ticks;
     if (!device.GetData(100, kEngineeringUnits)) ++empty;
-    const double now_us = static_cast<double>(
-        duration_cast<microseconds>(system_clock::now().time_since_epoch()).count());
-    ages.push_back((now_us - static_cast<double>(device.Counts().taken_us)) / 1000);
+    ages.push_back(1000 * device.DataFreshness().age.value_or(0));
   }
   const double elapsed = duration<double>(steady_clock::now() - begin).count();
   const MqttCounts after = device.Counts();
-  const std::int64_t last = device.ScansSince(-1, 1).first;
   std::ranges::sort(ages);
-  // Scans between the first and the last index that did not come; blocks that came between asking
-  // for the counts and for the indices make it a few off only if it is not nothing.
-  const auto span = static_cast<std::int64_t>(after.scans - before.scans);
-  const std::int64_t lost = after.gaps == before.gaps ? 0 : last - first - span;
   std::printf(
       "ticks=%d empty=%d scans=%lld gaps=%lld lost=%lld age_p50=%.1f age_p99=%.1f age_max=%.1f "
       "cpu_percent=%.2f\n",
-      ticks, empty, static_cast<long long>(span), static_cast<long long>(after.gaps - before.gaps),
-      static_cast<long long>(lost), Quantile(ages, 0.5), Quantile(ages, 0.99), Quantile(ages, 1),
-      (CpuMilliseconds() - cpu_before) / elapsed / 10);
+      ticks, empty, static_cast<long long>(after.scans - before.scans),
+      static_cast<long long>(after.gaps - before.gaps),
+      static_cast<long long>(after.missing - before.missing), Quantile(ages, 0.5),
+      Quantile(ages, 0.99), Quantile(ages, 1), (CpuMilliseconds() - cpu_before) / elapsed / 10);
   return 0;
 }
 

@@ -22,8 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   feed.OnConnected(now);
   if (size > 0 && data[0] % 2 == 0) {
     feed.OnMessage("info", Bytes(EncodeInfo(info)), true, now);
-    feed.OnMessage("state", Bytes(EncodeState({true, kEpoch})), true, now);
-    feed.OnMessage("scan", EncodeScans({5, 1, {1, 2}}, 2, kEpoch, 0), false, now);
+    feed.OnMessage("state", Bytes(EncodeState({true, kEpoch, HostTimes{2000, 1000}})), true, now);
+    feed.OnMessage("scan", EncodeScans({5, 1, {1, 2}}, 2, kEpoch, {3000, 2000}), false, now);
   }
   for (std::size_t at = 1; at + 3 <= size;) {
     const std::uint8_t kind = data[at];
@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto payload = std::as_bytes(std::span(data + at + 3, length));
     constexpr const char* kLeaves[] = {"info", "state", "scan", "other"};
     now += std::chrono::milliseconds(kind);
-    if (kind % 16 == 15) feed.OnLost(now);
+    if (kind % 16 == 15) feed.OnLost();
     if (kind % 16 == 14) feed.OnConnected(now);
     feed.OnMessage(kLeaves[kind % 4], payload, (kind & 0x80) != 0, now);
     if (feed.Ready()) feed.FixChannels();
@@ -47,6 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (feed.Since(-1, 10).scans > 10) std::abort();
     static_cast<void>(feed.HostGone(now));
+    if (const auto fresh = feed.DataFreshness(now); fresh.limit < 2 || fresh.age < 0) std::abort();
   }
   return 0;
 }

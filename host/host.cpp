@@ -1,6 +1,7 @@
 #include "host/host.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <random>
 #include <utility>
@@ -22,10 +23,11 @@ std::uint64_t DrawEpoch() {
   return (static_cast<std::uint64_t>(random()) << 32U) | random();
 }
 
-std::int64_t WallMicroseconds() {
-  return std::chrono::duration_cast<std::chrono::microseconds>(
-             std::chrono::system_clock::now().time_since_epoch())
-      .count();
+/// By a clock that nobody sets and that goes on while the machine sleeps.
+std::int64_t Microseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_BOOTTIME, &now);
+  return std::int64_t{1'000'000} * now.tv_sec + now.tv_nsec / 1000;
 }
 
 /// 0 when the time has come, else the signal that asks for the end.
@@ -52,9 +54,10 @@ Host::Host(Device& device, const MqttAddress& address, std::function<void(const 
           [this](std::string_view leaf, std::span<const std::byte> payload, int qos) {
             link_.Publish(Topic(leaf), payload, qos, true);
           },
-          [this](const std::string& line) { say_(address_.root + ": " + line); }),
+          [this](const std::string& line) { say_(address_.root + ": " + line); },
+          [this] { return Times(); }),
       link_(address, kKeepAlive,
-            MqttWill{Topic("state"), EncodeState({false, publication_.Info().epoch})},
+            MqttWill{Topic("state"), EncodeState({false, publication_.Info().epoch, {}})},
             {.connected = [this] { events_.Put(LinkConnected{}); },
              .lost = [this](const std::string& why, bool) { events_.Put(LinkLost{why}); },
              .message = [this](const std::string& topic, std::span<const std::byte> payload,
@@ -68,16 +71,19 @@ int Host::Run(milliseconds interval, const sigset_t& ends) {
     HandleEvents();
     publication_.OnTime(steady_clock::now());
     if (publication_.Over()) break;
-    // Asked before the last scans are taken.
-    const bool ended = device_.HostGone();
-    PublishNew();
-    if (ended) {
-      say_("the device " + device_.Name() + " has ended");
-      break;
+    if (steady_clock::now() >= next) {
+      // Asked before the last scans are taken.
+      const bool ended = device_.HostGone();
+      PublishNew();
+      if (ended) {
+        say_("the device " + device_.Name() + " has ended");
+        break;
+      }
+      // Late after a pause of the machine: go on from now instead of catching up tick by tick.
+      next = std::max(next + interval, steady_clock::now());
     }
-    // Late after a pause of the machine: go on from now instead of catching up tick by tick.
-    next = std::max(next + interval, steady_clock::now());
-    if (const int signal = SleepUntil(next, ends)) {
+    // Signs of life wait for no block.
+    if (const int signal = SleepUntil(std::min(next, steady_clock::now() + kSignOfLife), ends)) {
       say_(std::string("ending on ") + (signal == SIGINT ? "SIGINT" : "SIGTERM or SIGHUP"));
       break;
     }
@@ -153,9 +159,16 @@ void Host::PublishNew() {
   do {
     scans = scans_.Next(limit, steady_clock::now());
     if (scans.scans > 0 && publication_.Publishing()) {
-      publication_.SendScans(scans, WallMicroseconds());
+      publication_.SendScans(scans);
     }
   } while (scans.scans == limit);
+}
+
+HostTimes Host::Times() {
+  const std::int64_t now = Microseconds();
+  HostTimes times{.sent_us = now, .taken_us = {}};
+  if (const auto age = device_.DataFreshness().age) times.taken_us = now - std::llround(1e6 * *age);
+  return times;
 }
 
 }  // namespace vantoscope

@@ -34,6 +34,7 @@ class Host {
   void OnLost(const std::string& why);
   void SayLost(const std::string& why);
   void PublishNew();
+  HostTimes Times();
 
   Device& device_;
   const MqttAddress address_;

@@ -79,13 +79,14 @@ void Publication::Begin(Time now) {
 }
 
 void Publication::SendState(bool open, int qos, Time now) {
-  const std::string state = EncodeState({open, info_.epoch});
+  const std::string state =
+      EncodeState({open, info_.epoch, open ? std::optional(times_()) : std::nullopt});
   send_("state", std::as_bytes(std::span(state)), qos);
   next_sign_ = now + kSignOfLife;
 }
 
-void Publication::SendScans(const RawScans& scans, std::int64_t taken_us) {
-  send_("scan", EncodeScans(scans, info_.channels.size(), info_.epoch, taken_us), 0);
+void Publication::SendScans(const RawScans& scans) {
+  send_("scan", EncodeScans(scans, info_.channels.size(), info_.epoch, times_()), 0);
 }
 
 void Publication::Close() {

@@ -21,7 +21,7 @@
 namespace vantoscope {
 
 /// How often an open host repeats its state, as a sign of life. Live messages of a host that has no
-/// scans to send come no slower.
+/// scans to send come no slower, and tell how old its newest one is.
 inline constexpr std::chrono::milliseconds kSignOfLife{1'000};
 
 class Publication {
@@ -31,9 +31,14 @@ class Publication {
   using Send = std::function<void(std::string_view leaf, std::span<const std::byte>, int qos)>;
   /// One line for the user.
   using Say = std::function<void(const std::string&)>;
+  /// The times of what is sent now.
+  using Times = std::function<HostTimes()>;
 
-  Publication(HostInfo info, Send send, Say say)
-      : info_(std::move(info)), send_(std::move(send)), say_(std::move(say)) {}
+  Publication(HostInfo info, Send send, Say say, Times times)
+      : info_(std::move(info)),
+        send_(std::move(send)),
+        say_(std::move(say)),
+        times_(std::move(times)) {}
 
   void OnConnected(Time now);
   void OnLost();
@@ -48,7 +53,7 @@ class Publication {
   [[nodiscard]] const HostInfo& Info() const { return info_; }
 
   /// One block, at most kMaxWireScans scans. Only while Publishing.
-  void SendScans(const RawScans& scans, std::int64_t taken_us);
+  void SendScans(const RawScans& scans);
   /// Says "closed", if the root is ours.
   void Close();
 
@@ -62,6 +67,7 @@ class Publication {
   HostInfo info_;
   Send send_;
   Say say_;
+  Times times_;
   Phase phase_ = Phase::kOffline;
   Time look_until_;
   bool said_waiting_ = false;

@@ -14,7 +14,7 @@ void ScanAssembly::Begin(std::vector<std::size_t> list, Time now) {
   list_ = std::move(list);
   ring_.emplace(list_.size(), kHeldScans);
   begin_ = now;
-  if (!hold_rate_) AppendWhole();
+  if (!hold_rate_) AppendWhole(now);
 }
 
 void ScanAssembly::Take(std::size_t signal, std::span<const std::int16_t> words, Time now) {
@@ -26,7 +26,7 @@ void ScanAssembly::Take(std::size_t signal, std::span<const std::int16_t> words,
   const std::size_t room = kMostWaiting - to.waiting.size();
   const auto taken = words.first(std::min(words.size(), room));
   to.waiting.insert(to.waiting.end(), taken.begin(), taken.end());
-  if (ring_) AppendWhole();
+  if (ring_) AppendWhole(now);
 }
 
 const ScanRing& ScanAssembly::Scans(Time now) {
@@ -35,7 +35,7 @@ const ScanRing& ScanAssembly::Scans(Time now) {
 }
 
 /// The scans that have a word of every signal.
-void ScanAssembly::AppendWhole() {
+void ScanAssembly::AppendWhole(Time now) {
   std::size_t scans = kMostWaiting;
   for (const std::size_t signal : list_) scans = std::min(scans, signals_[signal].waiting.size());
   std::vector<std::int16_t> words(scans * list_.size());
@@ -46,7 +46,7 @@ void ScanAssembly::AppendWhole() {
     }
     waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(scans));
   }
-  ring_->Append(ring_->Next(), words);
+  if (ring_->Append(ring_->Next(), words) > 0) last_scan_ = now;
 }
 
 /// Scans of the last words, up to `now` or as long as they hold.

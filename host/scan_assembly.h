@@ -43,13 +43,17 @@ class ScanAssembly {
   void Take(std::size_t signal, std::span<const std::int16_t> words, Time now);
   /// The scans up to `now`. Only after Begin.
   const ScanRing& Scans(Time now);
+  /// Seconds since the newest word, or the newest whole scan of an instrument that has a rate.
+  [[nodiscard]] double Age(Time now) const {
+    return std::chrono::duration<double>(now - (hold_rate_ ? last_word_ : last_scan_)).count();
+  }
 
  private:
   struct Signal {
     std::optional<std::int16_t> last;
     std::deque<std::int16_t> waiting;
   };
-  void AppendWhole();
+  void AppendWhole(Time now);
   void AppendHeld(Time now);
 
   std::vector<Signal> signals_;
@@ -58,6 +62,7 @@ class ScanAssembly {
   std::optional<ScanRing> ring_;
   Time begin_;
   Time last_word_;
+  Time last_scan_;
 };
 
 }  // namespace vantoscope

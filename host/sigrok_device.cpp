@@ -7,6 +7,7 @@
 
 #include "host/sigrok_words.h"
 #include "sources/channel_words.h"
+#include "sources/freshness.h"
 
 namespace vantoscope {
 namespace {
@@ -145,6 +146,12 @@ std::optional<Block> SigrokDevice::GetData(std::int16_t count, std::int32_t mode
 RawScans SigrokDevice::ScansSince(std::int64_t next, std::size_t limit) {
   const std::scoped_lock lock(mutex_);
   return scans_.Scans(steady_clock::now()).Since(next, limit);
+}
+
+Freshness SigrokDevice::DataFreshness() {
+  const std::scoped_lock lock(mutex_);
+  return FreshnessOf(scans_.Age(steady_clock::now()), FreshnessLimit(rate_),
+                     ended_ ? "the instrument has ended" : "the instrument is silent");
 }
 
 bool SigrokDevice::HostGone() {

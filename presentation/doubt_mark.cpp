@@ -66,7 +66,7 @@ void PaintWave(QPainter& painter, const QRectF& band) {
   wave.moveTo(band.left(), height(band.left()));
   for (double x = band.left(); x < band.right(); x += breadth / 8) wave.lineTo(x, height(x));
   painter.setBrush(Qt::NoBrush);
-  painter.setPen(QPen(kInk, std::max(1.0, 0.22 * breadth)));
+  painter.setPen(QPen(kInk, std::max(1.0, 0.28 * breadth)));
   painter.drawPath(wave);
 }
 

@@ -1,13 +1,10 @@
 #include "program/reading_watch.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace vantoscope {
 namespace {
 
-constexpr double kShortestLimit = 2;
-constexpr double kPeriods = 3;
 constexpr double kBetweenLines = 1;
 
 std::string Sentence(std::string_view what, const std::string& reason) {
@@ -37,10 +34,6 @@ std::string AgeText(double seconds) {
   if (seconds < 2 * kHour) return whole(seconds / kMinute) + " min";
   if (seconds < 2 * kDay) return whole(seconds / kHour) + " h";
   return whole(std::min(seconds / kDay, 1e9)) + " days";
-}
-
-double ReadingWatch::Limit(double rate) {
-  return rate > 0 ? std::max(kShortestLimit, kPeriods / rate) : kShortestLimit;
 }
 
 Verdict ReadingWatch::Look(double now, const Observation& seen) {

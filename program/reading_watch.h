@@ -27,10 +27,6 @@ struct Verdict {
 
 class ReadingWatch {
  public:
-  /// The limit for a device whose scans come `rate` times a second: two seconds or three sample
-  /// periods, whichever is longer.
-  static double Limit(double rate);
-
   /// Called several times a second.
   Verdict Look(double now, const Observation& seen);
 

@@ -52,8 +52,9 @@ class Device {
   /// later than `next` when those are no longer held; empty when there is none yet. A `next` below
   /// 0 stands for the newest scan.
   virtual RawScans ScansSince(std::int64_t next, std::size_t limit) = 0;
-  /// How old the newest scan is, and why there is none newer. Cheap; asked a few times a second.
-  virtual Freshness DataFreshness() { return {.age = 0, .limit = 2, .reason = ""}; }
+  /// How old the newest scan is, and why there is none newer, whether or not anybody fetches scans.
+  /// Never throws. Cheap; asked a few times a second.
+  virtual Freshness DataFreshness() = 0;
   /// True from the moment on when the host is gone for good. Cheap; asked a few times a second.
   virtual bool HostGone() = 0;
 };

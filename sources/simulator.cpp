@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "sources/channel_words.h"
+#include "sources/freshness.h"
 
 namespace vantoscope {
 namespace {
@@ -254,6 +255,13 @@ class Simulator final : public Device {
                               [=](std::size_t i, std::int16_t word) { words[i * stride] = word; });
     }
     return scans;
+  }
+
+  Freshness DataFreshness() override {
+    const std::int64_t now = clock_();
+    std::optional<double> age;
+    if (Delivers()) age = SecondsSinceScan(ScanIndexAt(now, rate_), now, rate_);
+    return FreshnessOf(age, FreshnessLimit(rate_), "the simulator is not running");
   }
 
   bool HostGone() override {

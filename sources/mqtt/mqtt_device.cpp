@@ -46,7 +46,7 @@ struct MqttDevice::Reader {
     connected = false;
     fault = why;
     refused = broker_refused;
-    feed.OnLost(steady_clock::now());
+    feed.OnLost();
     changed.notify_all();
   }
 
@@ -145,6 +145,11 @@ std::optional<Block> MqttDevice::GetData(std::int16_t count, std::int32_t mode) 
 RawScans MqttDevice::ScansSince(std::int64_t next, std::size_t limit) {
   const std::scoped_lock lock(reader_->mutex);
   return reader_->feed.Since(next, limit);
+}
+
+Freshness MqttDevice::DataFreshness() {
+  const std::scoped_lock lock(reader_->mutex);
+  return reader_->feed.DataFreshness(steady_clock::now());
 }
 
 bool MqttDevice::HostGone() {

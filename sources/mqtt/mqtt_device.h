@@ -28,6 +28,7 @@ class MqttDevice : public Device {
   double LatestValue(std::int16_t channel) override;
   std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override;
   RawScans ScansSince(std::int64_t next, std::size_t limit) override;
+  Freshness DataFreshness() override;
   bool HostGone() override;
 
   /// What came in so far.

@@ -3,18 +3,15 @@
 #include <algorithm>
 #include <limits>
 
+#include "sources/freshness.h"
+
 namespace vantoscope {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 // How long `closed` must stand before it counts, while the broker stays.
 constexpr milliseconds kClosedStands{700};
-constexpr double kFreshSeconds = 1;
-constexpr double kFreshBlocks = 3;
-constexpr double kLongestFreshSeconds = 3600;
-
 constexpr std::size_t kLongestBlock = std::numeric_limits<std::int16_t>::max();
 // What a ring takes unless a longer block is asked for: all that can be asked for up to 16
 // channels.
@@ -31,13 +28,11 @@ bool SameList(const HostInfo& a, const HostInfo& b) {
 
 }  // namespace
 
-void MqttFeed::OnConnected(Time now) {
-  if (!silent_since_) silent_since_ = now;
-}
+void MqttFeed::OnConnected(Time now) { freshness_.OnConnected(now); }
 
-void MqttFeed::OnLost(Time now) {
+void MqttFeed::OnLost() {
   closed_at_.reset();
-  if (!silent_since_) silent_since_ = now;
+  freshness_.OnLost();
 }
 
 void MqttFeed::OnMessage(std::string_view leaf, std::span<const std::byte> payload, bool retained,
@@ -72,6 +67,7 @@ void MqttFeed::OnInfo(std::span<const std::byte> payload) {
 void MqttFeed::BeginEpoch() {
   Clear();
   closed_at_.reset();
+  freshness_.Begin(info_->rate);
   const std::size_t channels = info_->channels.size();
   const std::size_t scans = kRingBytes / (channels * sizeof(std::int16_t));
   if (!fixed_ || !ring_) ring_.emplace(channels, std::min(scans, kLongestBlock));
@@ -92,7 +88,7 @@ void MqttFeed::OnState(std::span<const std::byte> payload, bool retained, Time n
   state_ = state;
   if (state->open) {
     closed_at_.reset();
-    if (ours && !retained) silent_since_.reset();
+    if (ours && !retained) freshness_.Hear(state->times, now);
   } else {
     // A broker that kept its messages over a restart says "closed" until the host is back, too.
     closed_at_ = now + (retained ? timeout_ : kClosedStands);
@@ -110,7 +106,7 @@ void MqttFeed::OnScan(std::span<const std::byte> payload, bool retained, Time no
     ++counts_.ignored;
     return;
   }
-  silent_since_.reset();
+  freshness_.Hear(block->times, now);
   // Own indices go on upwards when the host begins anew, with one left out, so that scans of two
   // epochs are never taken for consecutive.
   if (!shift_) shift_ = next_own_ > 0 ? next_own_ + 1 - block->first : 0;
@@ -119,20 +115,25 @@ void MqttFeed::OnScan(std::span<const std::byte> payload, bool retained, Time no
     ++counts_.ignored;
     return;
   }
-  const auto taken = ring_->Append(block->first + *shift_, block->Words());
-  if (taken.scans == 0) {
+  Bridge(*block);
+  const std::size_t taken = ring_->Append(block->first + *shift_, block->Words());
+  if (taken == 0) {
     ++counts_.ignored;
     return;
   }
   next_own_ = ring_->Next();
   ++counts_.blocks;
-  counts_.scans += taken.scans;
-  if (taken.gap) ++counts_.gaps;
-  counts_.taken_us = block->taken_us;
-  const double seconds = std::clamp(kFreshBlocks * static_cast<double>(block->scans) / info_->rate,
-                                    kFreshSeconds, kLongestFreshSeconds);
-  fresh_until_ = now + std::chrono::duration_cast<steady_clock::duration>(
-                           std::chrono::duration<double>(seconds));
+  counts_.scans += taken;
+  freshness_.NoteBlock(block->times, block->scans);
+}
+
+/// A gap no longer than the limit is closed by moving on from the host's indices.
+void MqttFeed::Bridge(const ScanBlock& block) {
+  const std::int64_t missing = block.first + *shift_ - ring_->Next();
+  if (ring_->Next() == 0 || missing <= 0) return;
+  ++counts_.gaps;
+  counts_.missing += static_cast<std::uint64_t>(missing);
+  if (static_cast<double>(missing) / info_->rate <= freshness_.Limit()) *shift_ -= missing;
 }
 
 bool MqttFeed::Closed() const {
@@ -143,17 +144,15 @@ bool MqttFeed::Ready() const {
   return info_ && state_ && state_->open && state_->epoch == info_->epoch;
 }
 
-bool MqttFeed::HostGone(Time now) const {
-  return other_list_ || (closed_at_ && Closed() && now >= *closed_at_) ||
-         (silent_since_ && now - *silent_since_ >= timeout_);
+bool MqttFeed::HostGone(Time now) {
+  const bool silent = freshness_.Silent(timeout_, now);
+  return silent || other_list_ || (closed_at_ && Closed() && now >= *closed_at_);
 }
-
-bool MqttFeed::Fresh(Time now) const { return fresh_until_ && now <= *fresh_until_; }
 
 std::optional<Block> MqttFeed::GetData(std::size_t count, std::int32_t mode, Time now) {
   if (!ring_) return std::nullopt;
   ring_->Reserve(std::min(count, kLongestBlock));
-  if (!Fresh(now)) return std::nullopt;
+  if (!IsFresh(freshness_.At(now))) return std::nullopt;
   return ring_->Newest(count, mode, info_->channels);
 }
 
@@ -164,7 +163,7 @@ RawScans MqttFeed::Since(std::int64_t next, std::size_t limit) const {
 void MqttFeed::Clear() {
   if (ring_) ring_->Clear();
   shift_.reset();
-  fresh_until_.reset();
+  freshness_.Forget();
 }
 
 }  // namespace vantoscope

@@ -7,14 +7,14 @@
 //   that the host of this meter is gone.
 // - A block counts only if it carries the epoch of the newest info and as many channels; anything
 //   else is counted and ignored, so a second host on the same root can never mix its values in.
-// - Scans held are consecutive. What a block brings again is dropped; an older block is ignored;
-//   after a gap the older scans are dropped.
-// - A block is fresh for a second, or three times its own duration if that is longer, counted from
-//   its arrival: the clocks of two machines need not agree. A retained block has no known age and
-//   is never fresh.
-// - The host is gone when "closed" has stood for a moment (a broker that shuts down sends the last
-//   wills of its clients just before it goes), or when no live message of the host has come for
-//   `timeout` after the connection was lost or made.
+// - What a block brings again is dropped; an older block is ignored. A window is made of the newest
+//   scans that arrived: a gap no longer than the limit is closed, after a longer one the older
+//   scans are dropped.
+// - Scans older than the limit (host_freshness.h) are no block. A retained block has no known age
+//   and is never taken.
+// - A host whose data stand still is not gone: it goes on saying that it is open. It is gone when
+//   "closed" has stood for a moment (a broker that shuts down sends the last wills of its clients
+//   just before it goes), or when no live message of it has come for `timeout`.
 #pragma once
 
 #include <chrono>
@@ -24,6 +24,7 @@
 #include <string>
 #include <string_view>
 
+#include "sources/mqtt/host_freshness.h"
 #include "sources/mqtt/mqtt_wire.h"
 #include "sources/mqtt/scan_ring.h"
 
@@ -33,9 +34,9 @@ struct MqttCounts {
   std::uint64_t blocks = 0;    ///< taken, at least in part
   std::uint64_t scans = 0;     ///< taken
   std::uint64_t gaps = 0;      ///< times that scans were missing
+  std::uint64_t missing = 0;   ///< scans that were
   std::uint64_t ignored = 0;   ///< payloads not understood, foreign, old or known already
   std::uint64_t retained = 0;  ///< blocks of unknown age
-  std::int64_t taken_us = 0;   ///< host's wall clock at the newest scan, microseconds since 1970
 };
 
 class MqttFeed {
@@ -45,7 +46,7 @@ class MqttFeed {
   explicit MqttFeed(std::chrono::milliseconds timeout) : timeout_(timeout) {}
 
   void OnConnected(Time now);
-  void OnLost(Time now);
+  void OnLost();
   /// `leaf` is the topic behind the root: "info", "state" or "scan".
   void OnMessage(std::string_view leaf, std::span<const std::byte> payload, bool retained,
                  Time now);
@@ -59,7 +60,9 @@ class MqttFeed {
   [[nodiscard]] bool Closed() const;
   /// Why the last info was refused; empty if it was not.
   [[nodiscard]] const std::string& InfoFault() const { return info_fault_; }
-  [[nodiscard]] bool HostGone(Time now) const;
+  /// To be asked a few times a second.
+  bool HostGone(Time now);
+  [[nodiscard]] Freshness DataFreshness(Time now) const { return freshness_.At(now); }
 
   /// See Device::GetData.
   std::optional<Block> GetData(std::size_t count, std::int32_t mode, Time now);
@@ -73,7 +76,7 @@ class MqttFeed {
   void OnState(std::span<const std::byte> payload, bool retained, Time now);
   void OnScan(std::span<const std::byte> payload, bool retained, Time now);
   void BeginEpoch();
-  [[nodiscard]] bool Fresh(Time now) const;
+  void Bridge(const ScanBlock& block);
 
   std::chrono::milliseconds timeout_;
   bool fixed_ = false;
@@ -81,13 +84,12 @@ class MqttFeed {
   std::optional<HostInfo> info_;
   std::string info_fault_;
   std::optional<HostState> state_;
-  std::optional<Time> closed_at_;     // when `closed` counts, unless something else comes
-  std::optional<Time> silent_since_;  // no live message of the host since
+  std::optional<Time> closed_at_;  // when `closed` counts, unless something else comes
+  HostFreshness freshness_;
 
   std::optional<ScanRing> ring_;
   std::optional<std::int64_t> shift_;  // own index of a scan minus the host's, in this epoch
   std::int64_t next_own_ = 0;          // own index behind all scans ever taken
-  std::optional<Time> fresh_until_;
   MqttCounts counts_;
 };
 

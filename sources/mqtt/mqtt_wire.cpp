@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <ranges>
 
 #include "text/characters.h"
 
@@ -14,11 +15,12 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::uint32_t kMagic = 0x01585654;  // "TVX" 1
-constexpr std::size_t kScanHeaderBytes = 32;
+constexpr std::uint32_t kMagic = 0x02585654;  // "TVX" 2
+constexpr std::size_t kScanHeaderBytes = 40;
 constexpr std::size_t kMaxInfoBytes = 1 << 20;
 constexpr std::size_t kMaxText = 256;
 constexpr double kMaxRate = 1e9;
+constexpr std::int64_t kMaxMicroseconds = std::int64_t{1} << 58U;
 
 template <typename T>
 void Put(std::byte* to, T value) {
@@ -50,6 +52,26 @@ std::optional<std::uint64_t> FromHex(std::string_view text) {
   const auto [ptr, error] = std::from_chars(text.data(), end, value, 16);
   if (text.size() != 16 || error != std::errc() || ptr != end) return std::nullopt;
   return value;
+}
+
+bool InRange(const HostTimes& times) {
+  return times.taken_us.value_or(times.sent_us) >= -kMaxMicroseconds &&
+         times.taken_us.value_or(times.sent_us) <= times.sent_us &&
+         times.sent_us <= kMaxMicroseconds;
+}
+
+std::vector<std::string_view> Words(std::string_view text) {
+  std::vector<std::string_view> words;
+  for (const auto word : std::views::split(text, ' ')) words.emplace_back(word.begin(), word.end());
+  return words;
+}
+
+std::optional<std::int64_t> Whole(std::string_view text) {
+  std::int64_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [ptr, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || ptr != end) return std::nullopt;
+  return number;
 }
 
 std::optional<double> Number(const json& object, const char* key) {
@@ -110,7 +132,7 @@ std::string EncodeInfo(const HostInfo& info) {
                         {"factor", channel.factor},
                         {"offset", channel.offset}});
   }
-  const json text = {{"format", 1},
+  const json text = {{"format", 2},
                      {"epoch", Hex(info.epoch)},
                      {"device", info.device},
                      {"rate", info.rate},
@@ -131,7 +153,7 @@ std::optional<HostInfo> DecodeInfo(std::string_view text, std::string& why) {
   if (root.is_discarded() || !root.is_object()) return refuse("it is no JSON object");
   const auto format = Number(root, "format");
   if (!format) return refuse("it names no format");
-  if (*format != 1) return refuse("its format is not 1");
+  if (*format != 2) return refuse("its format is not 2");
   const auto epoch_text = Text(root, "epoch");
   const auto epoch = epoch_text ? FromHex(*epoch_text) : std::nullopt;
   if (!epoch) return refuse("its epoch is not 16 hexadecimal digits");
@@ -153,20 +175,33 @@ std::optional<HostInfo> DecodeInfo(std::string_view text, std::string& why) {
 }
 
 std::string EncodeState(const HostState& state) {
-  return (state.open ? "open " : "closed ") + Hex(state.epoch);
+  std::string text = (state.open ? "open " : "closed ") + Hex(state.epoch);
+  if (state.times) {
+    text += ' ' + std::to_string(state.times->sent_us);
+    if (state.times->taken_us) text += ' ' + std::to_string(*state.times->taken_us);
+  }
+  return text;
 }
 
 std::optional<HostState> DecodeState(std::string_view text) {
-  const std::size_t blank = text.find(' ');
-  if (blank == std::string_view::npos) return std::nullopt;
-  const auto word = text.substr(0, blank);
-  const auto epoch = FromHex(text.substr(blank + 1));
-  if (!epoch || (word != "open" && word != "closed")) return std::nullopt;
-  return HostState{word == "open", *epoch};
+  if (text.size() > kMaxText) return std::nullopt;
+  const auto words = Words(text);
+  if (words.size() < 2 || words.size() > 4) return std::nullopt;
+  const bool open = words[0] == "open";
+  const auto epoch = FromHex(words[1]);
+  if (!epoch || (!open && words[0] != "closed")) return std::nullopt;
+  HostState state{.open = open, .epoch = *epoch, .times = {}};
+  if (words.size() == 2) return state;
+  const auto sent = Whole(words[2]);
+  const auto taken = Whole(words.back());
+  if (!open || !sent || !taken) return std::nullopt;
+  state.times = HostTimes{.sent_us = *sent, .taken_us = {}};
+  if (words.size() == 4) state.times->taken_us = taken;
+  return InRange(*state.times) ? std::optional(state) : std::nullopt;
 }
 
 std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, std::uint64_t epoch,
-                                   std::int64_t taken_us) {
+                                   const HostTimes& times) {
   std::vector<std::byte> payload(kScanHeaderBytes + 2 * scans.words.size());
   std::byte* to = payload.data();
   Put(to, kMagic);
@@ -174,7 +209,8 @@ std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, 
   Put(to + 6, static_cast<std::uint16_t>(scans.scans));
   Put(to + 8, epoch);
   Put(to + 16, scans.first);
-  Put(to + 24, taken_us);
+  Put(to + 24, times.sent_us);
+  Put(to + 32, times.taken_us.value_or(times.sent_us));
   for (std::size_t i = 0; i < scans.words.size(); ++i) {
     Put(to + kScanHeaderBytes + 2 * i, scans.words[i]);
   }
@@ -187,14 +223,15 @@ std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload) {
   if (Take<std::uint32_t>(from) != kMagic) return std::nullopt;
   ScanBlock block{.epoch = Take<std::uint64_t>(from + 8),
                   .first = Take<std::int64_t>(from + 16),
-                  .taken_us = Take<std::int64_t>(from + 24),
+                  .times = {.sent_us = Take<std::int64_t>(from + 24),
+                            .taken_us = Take<std::int64_t>(from + 32)},
                   .scans = Take<std::uint16_t>(from + 6),
                   .channels = Take<std::uint16_t>(from + 4),
                   .words = payload.subspan(kScanHeaderBytes)};
   // An index far from overflow, so that nobody behind has to think of it.
   constexpr std::int64_t kMaxIndex = std::numeric_limits<std::int64_t>::max() / 4;
   if (block.scans == 0 || block.channels == 0 || block.channels > kMaxWireChannels ||
-      block.first < 0 || block.first > kMaxIndex ||
+      block.first < 0 || block.first > kMaxIndex || !InRange(block.times) ||
       block.words.size() != 2 * block.scans * block.channels) {
     return std::nullopt;
   }

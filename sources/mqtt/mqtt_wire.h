@@ -3,19 +3,27 @@
 // nothing throws.
 //
 //   info   JSON, retained, QoS 1:
-//          {"format": 1, "epoch": "0123456789abcdef", "device": "SM64", "rate": 1000.0,
+//          {"format": 2, "epoch": "0123456789abcdef", "device": "SM64", "rate": 1000.0,
 //           "channels": [{"number": 1, "name": "Tank", "unit": "m", "low": 0.0, "high": 10.0,
 //                         "factor": 0.00015, "offset": 5.0}, ...]}
-//   state  "open EPOCH" or "closed EPOCH", retained, QoS 1; "closed EPOCH" is the last will too
+//   state  "open EPOCH SENT TAKEN" or "closed EPOCH", retained, QoS 1; "closed EPOCH" is the last
+//          will too. An open host repeats it every second, QoS 0, whether or not there are scans
+//          to send; TAKEN is missing while it has none
 //   scan   retained, QoS 0, little-endian:
-//          0  4  "TVX" and the format version 1
+//          0  4  "TVX" and the format version 2
 //          4  2  channels
 //          6  2  scans
 //          8  8  epoch
 //          16 8  index of the first scan
-//          24 8  host's wall clock when it took the newest scan, microseconds since 1970
-//          32    scans x channels signed 16-bit words, scan by scan; a word w stands for
+//          24 8  SENT
+//          32 8  TAKEN
+//          40    scans x channels signed 16-bit words, scan by scan; a word w stands for
 //                offset + factor * w, that of a digital input (number -1) for its bits 8 to 15
+//
+// SENT is when the message was sent, TAKEN when the newest scan that the host has was taken; both
+// in microseconds by one clock of the host. It may begin anywhere and need not agree with any
+// other, but it should neither be set nor stand still while the machine sleeps. A host that hands
+// on the scans of another one reckons TAKEN back from the age that they have when they reach it.
 //
 // The epoch is drawn anew whenever a host starts, so that a restarted host is never taken for the
 // one before. Within an epoch indices only rise.
@@ -43,16 +51,25 @@ struct HostInfo {
   std::vector<ChannelInfo> channels;
 };
 
+/// Microseconds by the host's clock.
+struct HostTimes {
+  std::int64_t sent_us = 0;
+  std::optional<std::int64_t> taken_us;  ///< not above sent_us; nothing while there is no scan
+
+  bool operator==(const HostTimes&) const = default;
+};
+
 struct HostState {
   bool open = false;
   std::uint64_t epoch = 0;
+  std::optional<HostTimes> times;  ///< only of an open host
 };
 
 /// A view into a payload; valid as long as the payload.
 struct ScanBlock {
   std::uint64_t epoch = 0;
   std::int64_t first = 0;
-  std::int64_t taken_us = 0;
+  HostTimes times;  ///< with a taken_us
   std::size_t scans = 0;
   std::size_t channels = 0;
   std::span<const std::byte> words;
@@ -62,15 +79,15 @@ struct ScanBlock {
 };
 
 std::string EncodeInfo(const HostInfo& info);
-/// Nothing, and one sentence in `why`, for a text that is no info of format 1.
+/// Nothing, and one sentence in `why`, for a text that is no info of format 2.
 std::optional<HostInfo> DecodeInfo(std::string_view text, std::string& why);
 
 std::string EncodeState(const HostState& state);
 std::optional<HostState> DecodeState(std::string_view text);
 
-/// At most kMaxWireScans scans.
+/// At most kMaxWireScans scans. Without a `taken_us` they were taken when they are sent.
 std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, std::uint64_t epoch,
-                                   std::int64_t taken_us);
+                                   const HostTimes& times);
 /// Nothing unless every field is in range and the length is exactly what the header says.
 std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload);
 

@@ -10,23 +10,21 @@ ScanRing::ScanRing(std::size_t channels, std::size_t capacity)
     : channels_(std::max<std::size_t>(channels, 1)),
       capacity_(std::max<std::size_t>(capacity, 1)) {}
 
-ScanRing::Taken ScanRing::Append(std::int64_t first, std::span<const std::int16_t> words) {
+std::size_t ScanRing::Append(std::int64_t first, std::span<const std::int16_t> words) {
   std::size_t scans = words.size() / channels_;
-  bool gap = false;
   if (size_ > 0) {
     if (first > next_) {
       Clear();
-      gap = true;
     } else {
       const auto held = static_cast<std::uint64_t>(next_ - first);
-      if (held >= scans) return {};
+      if (held >= scans) return 0;
       words = words.subspan(static_cast<std::size_t>(held) * channels_);
       scans -= static_cast<std::size_t>(held);
       first = next_;
     }
   }
-  if (scans == 0) return {};
-  const Taken taken{scans, gap};
+  if (scans == 0) return 0;
+  const std::size_t taken = scans;
   next_ = first + static_cast<std::int64_t>(scans);
   if (scans > capacity_) {
     words = words.subspan((scans - capacity_) * channels_);

@@ -19,13 +19,9 @@ class ScanRing {
   /// `channels` and `capacity` (in scans) are at least 1. Memory is taken as scans come.
   ScanRing(std::size_t channels, std::size_t capacity);
 
-  struct Taken {
-    std::size_t scans = 0;  ///< scans that were new
-    bool gap = false;       ///< scans are missing before them: the older ones were dropped
-  };
-  /// Takes what is new of consecutive scans (scan-major, a whole number of them). Scans older than
-  /// the newest one held, or held already, are passed over.
-  Taken Append(std::int64_t first, std::span<const std::int16_t> words);
+  /// Takes what is new of consecutive scans (scan-major, a whole number of them); gives how many
+  /// that were. Scans older than the newest one held, or held already, are passed over.
+  std::size_t Append(std::int64_t first, std::span<const std::int16_t> words);
   /// Forgets all scans. The next ones may have any index.
   void Clear();
   /// Makes room for `capacity` scans; never shrinks.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "sources/channel_words.h"
+#include "sources/freshness.h"
 #include "sources/recording/csv_file.h"
 
 namespace vantoscope {
@@ -14,6 +15,7 @@ namespace {
 
 constexpr std::size_t kHeldScans = 32768;
 constexpr std::size_t kMostBytesAtOnce = std::size_t{1} << 24U;
+constexpr std::int64_t kLongAgo = std::int64_t{1} << 60U;  // nanoseconds
 
 /// 1, 2, 5, 10, 20 ... and their fractions: the smallest that is not below `number`.
 double NiceAbove(double number) {
@@ -66,8 +68,9 @@ class ScanStore {
 class Follow final : public Device {
  public:
   Follow(std::string name, std::unique_ptr<RecordedFile> file, std::optional<double> rate,
-         std::optional<Range> range)
+         std::optional<Range> range, FollowClocks clocks)
       : name_(std::move(name)),
+        clocks_(std::move(clocks)),
         csv_(std::move(file), true, [this](const CsvRow& row) { Take(row); }),
         columns_(ListColumns(csv_.Layout(), csv_.File().Path())),
         store_(columns_.size()) {
@@ -80,6 +83,7 @@ class Follow final : public Device {
     csv_.SkipToLast(kHeldScans);
     while (csv_.ReadOn(kMostBytesAtOnce)) {
     }
+    NoteReading(0);
     rate_ = rate.value_or(steps_.Rate().value_or(1));
     for (std::size_t channel = 0; channel < channels_.size(); ++channel) SetRange(channel, range);
   }
@@ -121,6 +125,15 @@ class Follow final : public Device {
     return scans;
   }
 
+  Freshness DataFreshness() override {
+    Update();
+    std::optional<double> age;
+    if (store_.Total() > 0) age = 1e-9 * static_cast<double>(clocks_.steady() - newest_at_);
+    return FreshnessOf(
+        age, FreshnessLimit(rate_),
+        gone_ ? "the recording is gone or was replaced" : "the recorder writes nothing");
+  }
+
   bool HostGone() override {
     gone_ = gone_ || csv_.File().IsGoneOrReplaced();
     return gone_;
@@ -150,18 +163,37 @@ class Follow final : public Device {
     }
   }
 
-  /// Reads what has been written by now; false when there is no block to be had.
+  /// False when there is no block to be had.
   bool Delivers() {
-    if (!running_ || HostGone()) return false;
+    if (running_) Update();
+    return running_ && !gone_;
+  }
+
+  /// Reads what has been written by now.
+  void Update() {
+    if (HostGone()) return;
+    const std::int64_t scans_before = store_.Total();
     try {
       csv_.ReadOn(kMostBytesAtOnce);
     } catch (const SourceError&) {
       gone_ = true;  // what is there now is not the recording that was opened
     }
-    return !gone_;
+    NoteReading(scans_before);
+  }
+
+  /// New rows are as old as the file says, but were not there when it was read before: so a file
+  /// server's clock can be wrong by no more than the time between two reads.
+  void NoteReading(std::int64_t scans_before) {
+    const std::int64_t now = clocks_.steady();
+    if (store_.Total() > scans_before) {
+      const std::int64_t age = clocks_.wall() - csv_.File().WrittenAt();
+      newest_at_ = now - std::clamp<std::int64_t>(age, 0, read_at_ ? now - *read_at_ : kLongAgo);
+    }
+    read_at_ = now;
   }
 
   std::string name_;
+  FollowClocks clocks_;
   TimeSteps steps_;
   std::vector<ChannelInfo> channels_;
   CsvFile csv_;
@@ -170,13 +202,16 @@ class Follow final : public Device {
   double rate_ = 1;
   bool running_ = false;
   bool gone_ = false;
+  std::optional<std::int64_t> read_at_;  // these two by the steady clock
+  std::int64_t newest_at_ = 0;
 };
 
 }  // namespace
 
 std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFile> file,
-                                   std::optional<double> rate, std::optional<Range> range) {
-  return std::make_unique<Follow>(std::move(name), std::move(file), rate, range);
+                                   std::optional<double> rate, std::optional<Range> range,
+                                   FollowClocks clocks) {
+  return std::make_unique<Follow>(std::move(name), std::move(file), rate, range, std::move(clocks));
 }
 
 }  // namespace vantoscope

@@ -5,14 +5,22 @@
 #include <optional>
 #include <string>
 
+#include "sources/clock.h"
 #include "sources/device.h"
 #include "sources/range.h"
 #include "sources/recording/recorded_file.h"
 
 namespace vantoscope {
 
+/// What the age of a row goes by: the file's own time at first, later the time since our own reads.
+struct FollowClocks {
+  Clock wall = SystemTime;
+  Clock steady = SteadyTime;
+};
+
 /// Throws SourceError as OpenRecording does. `rate` overrides what the times in the file say.
 std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFile> file,
-                                   std::optional<double> rate, std::optional<Range> range);
+                                   std::optional<double> rate, std::optional<Range> range,
+                                   FollowClocks clocks = {});
 
 }  // namespace vantoscope

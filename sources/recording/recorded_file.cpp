@@ -41,6 +41,13 @@ std::uint64_t RecordedFile::Size() const {
   return fstat(descriptor_, &now) == 0 ? static_cast<std::uint64_t>(now.st_size) : 0;
 }
 
+std::int64_t RecordedFile::WrittenAt() const {
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  struct stat now {};
+  if (fstat(descriptor_, &now) != 0) return 0;
+  return now.st_mtim.tv_sec * kSecond + now.st_mtim.tv_nsec;
+}
+
 std::string_view RecordedFile::ReadOn(std::span<char> buffer) {
   ssize_t count = 0;
   do {

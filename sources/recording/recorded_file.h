@@ -25,6 +25,9 @@ class RecordedFile {
   [[nodiscard]] int Descriptor() const { return descriptor_; }
   /// Bytes in the file now.
   [[nodiscard]] std::uint64_t Size() const;
+  /// When it was written last, in nanoseconds since the Unix epoch by the clock of whoever keeps
+  /// it, which may be a file server.
+  [[nodiscard]] std::int64_t WrittenAt() const;
   /// Bytes read by ReadOn so far.
   [[nodiscard]] std::uint64_t Position() const { return position_; }
 

@@ -144,7 +144,8 @@ std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
       throw SourceError("The recording '" + device.rest +
                         "' is a sound file, which cannot be followed.");
     }
-    return MakeFollow(FullText(device), std::move(file), options.rate, options.range);
+    return MakeFollow(FullText(device), std::move(file), options.rate, options.range,
+                      {.wall = std::move(clock)});
   }
   RecordedScans recorded = is_sound ? ReadSoundScans(*file, options) : ReadCsv(file, options);
   if (options.rate) recorded.rate = *options.rate;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "sources/channel_words.h"
+#include "sources/freshness.h"
 
 namespace vantoscope {
 namespace {
@@ -61,6 +62,14 @@ class Replay final : public Device {
       }
     }
     return scans;
+  }
+
+  Freshness DataFreshness() override {
+    const std::int64_t now = clock_() - times_.start;
+    const std::int64_t newest = ScanIndexAt(now, scans_.rate);
+    const std::int64_t last = times_.loop ? newest : std::min(newest, length_ - 1);
+    return FreshnessOf(SecondsSinceScan(last, now, scans_.rate), FreshnessLimit(scans_.rate),
+                       "the recording is over");
   }
 
   bool HostGone() override {

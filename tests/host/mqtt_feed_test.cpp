@@ -10,12 +10,16 @@ using namespace std::chrono_literals;
 constexpr std::uint64_t kEpoch = 0xabc;
 constexpr std::uint64_t kNextEpoch = 0xdef;
 
-/// A feed with a host of two channels at 100 scans per second, open and live, at time 0.
+/// A feed with a host of two channels at 100 scans per second, open and live, at time 0. The host's
+/// clock is an hour ahead, and its messages take 5 ms.
 class MqttFeedTest : public testing::Test {
  protected:
   MqttFeedTest() { Open(); }
 
   void Open() {
+    now_ = {};
+    road_ = 5ms;
+    age_ = 0s;
     feed_.emplace(30s);
     feed_->OnConnected(now_);
     Info(MakeInfo(kEpoch));
@@ -31,8 +35,15 @@ class MqttFeedTest : public testing::Test {
     feed_->OnMessage(leaf, std::as_bytes(std::span(text)), retained, now_);
   }
   void Info(const HostInfo& info) { Text("info", EncodeInfo(info), true); }
+  [[nodiscard]] HostTimes Times() const {
+    const auto us = [](auto time) { return std::chrono::round<std::chrono::microseconds>(time); };
+    const std::int64_t sent = us(now_.time_since_epoch() - road_ + ahead_).count();
+    if (!age_) return {.sent_us = sent, .taken_us = {}};
+    return {.sent_us = sent, .taken_us = sent - us(*age_).count()};
+  }
   void State(bool open, std::uint64_t epoch, bool retained = false) {
-    Text("state", EncodeState({open, epoch}), retained);
+    Text("state", EncodeState({open, epoch, open ? std::optional(Times()) : std::nullopt}),
+         retained);
   }
   /// Every word of scan n is n.
   void Scans(std::int16_t first, std::int16_t count, std::uint64_t epoch = kEpoch,
@@ -41,13 +52,29 @@ class MqttFeedTest : public testing::Test {
     for (std::int16_t n = first; n < first + count; ++n) {
       scans.words.insert(scans.words.end(), channels, n);
     }
-    feed_->OnMessage("scan", EncodeScans(scans, channels, epoch, 0), retained, now_);
+    feed_->OnMessage("scan", EncodeScans(scans, channels, epoch, Times()), retained, now_);
+    next_ = static_cast<std::int16_t>(first + count);
   }
-  void LoseAndReturn(std::int16_t scans_afterwards) {
+  /// So many times `pause` later, a block of `count` scans and a sign of life.
+  void Blocks(int times, std::chrono::milliseconds pause, std::int16_t count) {
+    for (int i = 0; i < times; ++i) {
+      now_ += pause;
+      Scans(next_, count);
+      State(true, kEpoch);
+    }
+  }
+  /// So many seconds with nothing but signs of life, while the newest scan of the host grows older.
+  void Signs(int seconds) {
+    for (int i = 0; i < seconds; ++i) {
+      now_ += 1s;
+      *age_ += 1s;
+      State(true, kEpoch);
+    }
+  }
+  void LoseAndReturn() {
     Scans(0, 1);
-    feed_->OnLost(now_);
+    feed_->OnLost();
     feed_->OnConnected(now_ + 2s);
-    Scans(1, scans_afterwards);
   }
   /// Newest word of the first channel, or -1 when there is no block of `count` scans.
   double Newest(std::size_t count = 1) {
@@ -56,24 +83,97 @@ class MqttFeedTest : public testing::Test {
   }
 
   MqttFeed::Time now_{};
+  std::chrono::duration<double> road_{};
+  std::chrono::duration<double> ahead_ = 1h;
+  std::optional<std::chrono::duration<double>> age_;  // of the host's newest scan
+  std::int16_t next_ = 0;                             // the scan to come
   std::optional<MqttFeed> feed_;
 };
 
-TEST_F(MqttFeedTest, FreshIsASecondOrThreeBlocks) {
-  Scans(0, 4);
-  now_ += 1000ms;
-  EXPECT_EQ(Newest(), 3);
-  now_ += 1ms;
-  EXPECT_EQ(Newest(), -1) << "a frozen host";
-  Scans(0, 4);
-  EXPECT_EQ(Newest(), -1) << "the same again is no news";
-  Scans(4, 1);
-  EXPECT_EQ(Newest(), 4) << "the host goes on";
-  Scans(5, 50);  // half a second in one block
-  now_ += 1500ms;
-  EXPECT_EQ(Newest(), 54);
-  now_ += 1ms;
-  EXPECT_EQ(Newest(), -1);
+TEST_F(MqttFeedTest, SaysHowOldTheNewestScanIsAndWhyThereIsNoneNewer) {
+  const auto live = [this] { Blocks(50, 100ms, 10); };
+  const auto live_and = [live](auto act) { return [=] { live(), act(); }; };
+  struct Row {
+    const char* name;
+    std::function<void()> act;
+    std::optional<double> age;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"a live host", live, 0, ""},
+      {"its recorder stands still", live_and([&] { Signs(5); }), 5, "the host has no new data"},
+      {"it is frozen", live_and([&] { now_ += 5s; }), 5, "the host is silent"},
+      {"the broker is gone", live_and([&] { feed_->OnLost(), now_ += 5s; }), 5,
+       "the broker does not answer"},
+      {"the broker is back", live_and([&] { feed_->OnLost(), feed_->OnConnected(now_ += 5s); }), 5,
+       "the host has not been heard yet"},
+      {"a link that gets slower", live_and([&] {
+         for (int i = 0; i < 31; ++i, road_ += 100ms) Blocks(1, 100ms, 10);
+       }),
+       3, "the network is too slow"},
+      {"no block arrives", live_and([&] {
+         for (int i = 0; i < 5; ++i) age_ = -1s, Signs(1);
+       }),
+       5, "the scans of the host do not arrive"},
+      {"scans that another host hands on", live_and([&] { age_ = 1.5s, Blocks(1, 100ms, 10); }),
+       1.5, ""},
+      {"old ones of it", live_and([&] { age_ = 3s, Blocks(1, 100ms, 10); }), 3,
+       "the host has no new data"},
+      {"its clock is set back", live_and([&] { ahead_ -= 2h, live(); }), 0, ""},
+      {"its clock is set forward", live_and([&] { ahead_ += 2h, live(); }), 0, ""},
+      {"its clock falls behind by 2 s in six hours", live_and([&] {
+         for (int i = 0; i < 6 * 360; ++i, ahead_ -= 1ms) now_ += 10s, State(true, kEpoch);
+         live();
+       }),
+       0, ""},
+      {"a host without any scan", [&] { age_.reset(), State(true, kEpoch); }, std::nullopt,
+       "the host has no data yet"},
+      {"one whose newest scan nobody here has", [&] { Signs(5); }, std::nullopt,
+       "the host has no new data"},
+      {"nothing but what the broker kept", [&] { Scans(0, 3, kEpoch, true), now_ += 5s; },
+       std::nullopt, "the host is silent"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    Open();
+    next_ = 0;
+    row.act();
+    const Freshness data = feed_->DataFreshness(now_);
+    ASSERT_EQ(data.age.has_value(), row.age.has_value());
+    EXPECT_NEAR(data.age.value_or(0), row.age.value_or(0), 0.01);
+    EXPECT_EQ(data.reason, row.reason);
+    EXPECT_EQ(data.limit, 2);
+    EXPECT_EQ(Newest() == -1, !row.age || *row.age > 2) << "what is old is no block";
+    feed_->OnConnected(now_);
+    road_ = 5ms;
+    age_ = 0s;
+    Blocks(1, 100ms, 1);
+    EXPECT_LT(feed_->DataFreshness(now_).age, 0.01) << "live at the first new value";
+    EXPECT_EQ(Newest(), next_ - 1);
+  }
+}
+
+TEST_F(MqttFeedTest, IsOldAfterTwoSecondsOrThreeBlocks) {
+  const std::tuple<const char*, std::function<void()>, double> rows[] = {
+      {"a stream", [&] { Blocks(9, 40ms, 4); }, 2},
+      {"blocks of a second", [&] { Blocks(1, 1s, 100); }, 3},
+      {"few scans now and then", [&] { Blocks(3, 1500ms, 1); }, 4.5},
+      {"a stop", [&] { Blocks(9, 40ms, 4), Blocks(1, 60s, 1); }, 2},
+  };
+  for (const auto& [name, act, limit] : rows) {
+    Open();
+    next_ = 0;
+    act();
+    EXPECT_NEAR(feed_->DataFreshness(now_).limit, limit, 1e-9) << name;
+    const double newest = next_ - 1;
+    now_ += std::chrono::round<std::chrono::milliseconds>(limit * 1s);
+    EXPECT_EQ(Newest(), newest) << name;
+    now_ += 1ms;
+    EXPECT_EQ(Newest(), -1) << name;
+    State(true, kEpoch);
+    Scans(static_cast<std::int16_t>(newest), 1);
+    EXPECT_EQ(Newest(), -1) << "the same again is no news";
+  }
 }
 
 TEST_F(MqttFeedTest, TakesOnlyLiveScansOfItsHost) {
@@ -85,9 +185,15 @@ TEST_F(MqttFeedTest, TakesOnlyLiveScansOfItsHost) {
   Scans(3, 1, kEpoch, false, 4);
   EXPECT_EQ(Newest(), 2) << "with another channel count";
   Scans(9, 2);
-  EXPECT_EQ(Newest(2), 10);
-  EXPECT_EQ(Newest(3), -1) << "a block never reaches over a gap";
-  EXPECT_EQ(feed_->Counts().gaps, 1U);
+  EXPECT_EQ(Newest(5), 10) << "of the newest scans that arrived";
+  EXPECT_EQ(feed_->Since(-1, 1).first, 4);
+  Scans(211, 1);
+  EXPECT_EQ(Newest(6), 211) << "200 were missing, two seconds of them";
+  Scans(413, 1);
+  EXPECT_EQ(Newest(1), 413);
+  EXPECT_EQ(Newest(2), -1) << "201 were missing";
+  EXPECT_EQ(feed_->Counts().gaps, 3U);
+  EXPECT_EQ(feed_->Counts().missing, 6U + 200U + 201U);
   EXPECT_EQ(feed_->Counts().retained, 1U);
   EXPECT_EQ(feed_->Counts().ignored, 3U);
 }
@@ -131,7 +237,7 @@ TEST_F(MqttFeedTest, AFarewellCountsUnlessTheBrokerShutsDown) {
   State(false, kEpoch);
   EXPECT_FALSE(feed_->HostGone(now_ + 699ms));
   EXPECT_TRUE(feed_->HostGone(now_ + 700ms));
-  feed_->OnLost(now_ += 10ms);
+  feed_->OnLost();
   EXPECT_FALSE(feed_->HostGone(now_ + 5s));
   feed_->OnConnected(now_ += 2s);
   State(false, kEpoch, true);  // the broker remembered it
@@ -140,22 +246,34 @@ TEST_F(MqttFeedTest, AFarewellCountsUnlessTheBrokerShutsDown) {
   EXPECT_FALSE(feed_->HostGone(now_ + 1h));
 }
 
-TEST_F(MqttFeedTest, NoContactForTheTimeoutIsTheEnd) {
-  // What comes, and whether the host is gone 30 s after time 0.
-  const std::tuple<const char*, std::function<void()>, bool> rows[] = {
-      {"never a live message", [] {}, true},
-      {"a live state", [&] { State(true, kEpoch); }, false},
-      {"a retained state tells nothing", [&] { State(true, kEpoch, true); }, true},
-      {"scans of another host tell nothing", [&] { Scans(0, 1, kNextEpoch); }, true},
-      {"lost and back, but no host", [&] { LoseAndReturn(0); }, true},
-      {"lost and back with its host", [&] { LoseAndReturn(1); }, false},
+TEST_F(MqttFeedTest, NoSignOfLifeForTheTimeoutIsTheEnd) {
+  // What comes, and when the host is gone after time 0.
+  const std::tuple<const char*, std::function<void()>, std::chrono::seconds> rows[] = {
+      {"never a live message", [] {}, 30s},
+      {"a live state", [&] { now_ += 5s, State(true, kEpoch); }, 35s},
+      {"a retained state tells nothing", [&] { now_ += 5s, State(true, kEpoch, true); }, 30s},
+      {"scans of another host tell nothing", [&] { now_ += 5s, Scans(0, 1, kNextEpoch); }, 30s},
+      {"lost and back, but no host", [&] { LoseAndReturn(); }, 30s},
+      {"lost and back with its host", [&] { LoseAndReturn(), now_ += 9s, Scans(1, 1); }, 39s},
+      {"data that stand still", [&] { Signs(3600); }, 3630s},
   };
   for (const auto& [name, act, gone] : rows) {
     Open();
     act();
-    EXPECT_FALSE(feed_->HostGone(now_ + 29'999ms)) << name;
-    EXPECT_EQ(feed_->HostGone(now_ + 30s), gone) << name;
+    const MqttFeed::Time end = MqttFeed::Time{} + gone;
+    for (auto time = now_; time < end; time += 250ms) EXPECT_FALSE(feed_->HostGone(time)) << name;
+    EXPECT_TRUE(feed_->HostGone(end)) << name;
   }
+}
+
+TEST_F(MqttFeedTest, AMeterThatWasFrozenItselfListensBeforeItEnds) {
+  Blocks(1, 0ms, 1);
+  EXPECT_FALSE(feed_->HostGone(now_ += 100ms));
+  EXPECT_FALSE(feed_->HostGone(now_ += 1h));
+  EXPECT_FALSE(feed_->HostGone(now_ + 1999ms));
+  EXPECT_TRUE(feed_->HostGone(now_ + 2s));
+  Blocks(1, 250ms, 1);
+  EXPECT_FALSE(feed_->HostGone(now_ + 2s));
 }
 
 }  // namespace

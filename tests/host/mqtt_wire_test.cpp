@@ -11,11 +11,11 @@ namespace vantoscope {
 namespace {
 
 /// Two channels, three scans, written out by hand: format, channels, scans; epoch; first scan 1000;
-/// a second after 1970; the words 1, -2 / 256, -32768 / 32767, -1.
+/// sent at 1.5 s and taken at 1 s; the words 1, -2 / 256, -32768 / 32767, -1.
 const std::string kBlock(
-    "TVX\1\2\0\3\0\x88\x77\x66\x55\x44\x33\x22\x11\xe8\3\0\0\0\0\0\0\x40\x42\x0f\0\0\0\0\0"
-    "\1\0\xfe\xff\0\1\0\x80\xff\x7f\xff\xff",
-    44);
+    "TVX\2\2\0\3\0\x88\x77\x66\x55\x44\x33\x22\x11\xe8\3\0\0\0\0\0\0"
+    "\x60\xe3\x16\0\0\0\0\0\x40\x42\x0f\0\0\0\0\0\1\0\xfe\xff\0\1\0\x80\xff\x7f\xff\xff",
+    52);
 
 std::optional<ScanBlock> Decode(const std::string& bytes) {
   return DecodeScans(std::as_bytes(std::span(bytes)));
@@ -26,21 +26,28 @@ TEST(MqttWire, ReadsAndWritesAScanBlock) {
   ASSERT_TRUE(block);
   EXPECT_EQ(block->epoch, 0x1122334455667788U);
   EXPECT_EQ(block->first, 1000);
-  EXPECT_EQ(block->taken_us, 1'000'000);
+  EXPECT_EQ(block->times, (HostTimes{1'500'000, 1'000'000}));
   const std::vector<std::int16_t> words = {1, -2, 256, -32768, 32767, -1};
   EXPECT_EQ(block->Words(), words);
-  const auto written = EncodeScans({1000, 3, words}, 2, 0x1122334455667788U, 1'000'000);
+  const auto written = EncodeScans({1000, 3, words}, 2, 0x1122334455667788U, block->times);
   EXPECT_TRUE(std::ranges::equal(written, std::as_bytes(std::span(kBlock))));
 }
 
 TEST(MqttWire, RefusesScanBlocksThatDoNotAddUp) {
-  // Name, position of the byte that is changed, its new value, size of the payload (whole: 44).
+  // Name, position of the byte that is changed, its new value, size of the payload (whole: 52).
   const std::tuple<const char*, std::size_t, char, std::size_t> rows[] = {
-      {"header cut", 0, 'T', 31},     {"one byte short", 0, 'T', 43},
-      {"one byte long", 0, 'T', 45},  {"a channel more than there is", 4, 3, 44},
-      {"no scans", 6, 0, 32},         {"no channels", 4, 0, 32},
-      {"other version", 3, 2, 44},    {"negative index", 23, '\x80', 44},
-      {"near overflow", 23, 0x7f, 44}};
+      {"header cut", 0, 'T', 39},
+      {"one byte short", 0, 'T', 51},
+      {"one byte long", 0, 'T', 53},
+      {"a channel more than there is", 4, 3, 52},
+      {"no scans", 6, 0, 40},
+      {"no channels", 4, 0, 40},
+      {"other version", 3, 1, 52},
+      {"negative index", 23, '\x80', 52},
+      {"near overflow", 23, 0x7f, 52},
+      {"a time near overflow", 31, 0x7f, 52},
+      {"a time near overflow downwards", 39, '\x80', 52},
+      {"taken after it was sent", 34, 0x17, 52}};
   for (const auto& [name, at, value, size] : rows) {
     std::string bytes = kBlock;
     bytes[at] = value;
@@ -50,7 +57,7 @@ TEST(MqttWire, RefusesScanBlocksThatDoNotAddUp) {
 }
 
 constexpr const char* kInfo =
-    R"({"format": 1, "epoch": "00000000000000ff", "device": "SM64", "rate": 250.5, "channels": [
+    R"({"format": 2, "epoch": "00000000000000ff", "device": "SM64", "rate": 250.5, "channels": [
         {"number": 7, "name": "Tank", "unit": "µm/m", "low": -1.5, "high": 2, "factor": 1e-4,
          "offset": 0.25, "added later": [[[]]]},
         {"number": -1, "name": "", "unit": "", "low": 0, "high": 0, "factor": 1, "offset": 0}]})";
@@ -75,14 +82,14 @@ TEST(MqttWire, ReadsAnInfoAndGivesItBack) {
 TEST(MqttWire, RefusesInfosWithAReason) {
   // Text that is replaced, its replacement.
   const std::pair<std::string, std::string> rows[] = {
-      {R"("format": 1)", R"("format": 2)"},
+      {R"("format": 2)", R"("format": 1)"},
       {"00000000000000ff", "ff"},
       {"250.5", "0"},
       {R"("number": 7)", R"("number": 40000)"},
       {R"("unit": "")", R"("units": "")"},
       {"µm/m", "a\\nb"},
       {kInfo, std::string(100'000, '[')},
-      {kInfo, R"({"format":1,"epoch":"00000000000000ff","device":"","rate":1,"channels":[]})"},
+      {kInfo, R"({"format":2,"epoch":"00000000000000ff","device":"","rate":1,"channels":[]})"},
   };
   for (const auto& [from, to] : rows) {
     std::string text = kInfo;
@@ -96,8 +103,17 @@ TEST(MqttWire, RefusesInfosWithAReason) {
 TEST(MqttWire, ReadsStates) {
   EXPECT_TRUE(DecodeState("open 00000000000000ff")->open);
   EXPECT_EQ(DecodeState("closed 00000000000000ff")->epoch, 255U);
-  EXPECT_EQ(EncodeState({false, 255}), "closed 00000000000000ff");
-  for (const char* text : {"open", "open ff", "shut 00000000000000ff", "open 00000000000000ff "}) {
+  EXPECT_EQ(EncodeState({false, 255, {}}), "closed 00000000000000ff");
+  EXPECT_EQ(EncodeState({true, 255, HostTimes{5, -7}}), "open 00000000000000ff 5 -7");
+  for (const HostTimes& times : {HostTimes{5, -7}, HostTimes{-7, {}}}) {
+    EXPECT_EQ(DecodeState(EncodeState({true, 255, times}))->times, times);
+  }
+  for (const std::string rest : {" ", " x", " 5 6", " 5 ", " 5 4x", " 5 4 3", " 1e3",
+                                 " 9223372036854775807", " 5 -9223372036854775808"}) {
+    EXPECT_FALSE(DecodeState("open 00000000000000ff" + rest)) << rest;
+  }
+  for (const char* text :
+       {"", "open", "open ff", "shut 00000000000000ff", "closed 00000000000000ff 5"}) {
     EXPECT_FALSE(DecodeState(text)) << text;
   }
 }

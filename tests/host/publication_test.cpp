@@ -21,7 +21,7 @@ std::string Play(const std::string& script) {
         const std::string text(reinterpret_cast<const char*>(payload.data()), payload.size());
         sent += ' ' + (leaf == "state" ? text.substr(0, text.find(' ')) : std::string(leaf));
       },
-      [](const std::string&) {});
+      [](const std::string&) {}, [] { return HostTimes{}; });
   Publication::Time now{};
   std::istringstream words(script);
   for (std::string word; words >> word;) {
@@ -42,9 +42,9 @@ std::string Play(const std::string& script) {
     } else if (word == "info") {
       message(EncodeInfo(info_of(epoch)));
     } else if (word == "open" || word == "closed") {
-      message(EncodeState({word == "open", epoch}));
+      message(EncodeState({word == "open", epoch, {}}));
     } else if (word == "scan") {
-      host.OnMessage(word, EncodeScans({0, 1, {5}}, 1, epoch, 0), retained, now);
+      host.OnMessage(word, EncodeScans({0, 1, {5}}, 1, epoch, {}), retained, now);
     } else {
       sent += " /";
       host.OnTime(now += std::chrono::milliseconds(std::stoi(word)));

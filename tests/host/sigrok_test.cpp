@@ -57,7 +57,11 @@ TEST(ScanAssembly, WaitsUntilEverySignalHasItsWord) {
   scans.Take(2, Words{20, 30, 40}, now);
   scans.Take(1, Words{-8}, now);
   EXPECT_THAT(scans.Scans(now).Since(0, 9).words, ElementsAre(10, 1, 20, 2, 30, 3));
-  scans.Take(0, Words{4}, now);
+  EXPECT_EQ(scans.Age(now + 3s), 3) << "the words of one signal make no scan";
+  scans.Take(1, Words{-7}, now + 3s);
+  EXPECT_EQ(scans.Age(now + 3s), 3);
+  scans.Take(0, Words{4}, now + 3s);
+  EXPECT_EQ(scans.Age(now + 4s), 1);
   EXPECT_THAT(scans.Scans(now).Since(3, 9).words, ElementsAre(40, 4));
 }
 
@@ -83,6 +87,7 @@ TEST(ScanAssembly, HoldsTheLastWordsForFiveSeconds) {
   EXPECT_THAT(scans.Scans(begin + 201ms).Since(1, 9).words, ElementsAre(2, 1, 2, 3));
   EXPECT_EQ(scans.Scans(begin + 5'199ms).Next(), 52);
   EXPECT_EQ(scans.Scans(begin + 5'300ms).Next(), 52) << "silent for too long";
+  EXPECT_EQ(scans.Age(begin + 5'199ms), 5) << "a word that is held grows old";
 }
 
 TEST(SigrokDevice, ReadsTheDemoInstrument) {
@@ -100,6 +105,7 @@ TEST(SigrokDevice, ReadsTheDemoInstrument) {
   EXPECT_THAT(values.Channel(0), Each(testing::AnyOf(4, -4))) << "a square wave of 10 V, clipped";
   EXPECT_THAT(values.Channel(4), testing::Contains(255));
   EXPECT_THAT(values.Channel(4), Each(testing::Ge(0)));
+  EXPECT_LT(device.DataFreshness().age, 1);
 }
 
 TEST(SigrokDevice, SaysWhatTheLibraryDoesNotHave) {

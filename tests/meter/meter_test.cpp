@@ -145,8 +145,9 @@ TEST(TickTest, AFaultLeavesTheLabelAndTheNextTickTriesAgain) {
       m.config.WindowSize = window;
       m.config.ShowUnit = kTrue;
       m.failing = {fault};
+      const std::vector<double> held(window > 3 ? 40000 : 2, 1.5);
       m.scans = [&](int n) {
-        return m.failing.contains("Empty " + std::to_string(n)) ? Scans{} : Scans{{1, 2}};
+        return m.failing.contains("Empty " + std::to_string(n)) ? Scans{} : Scans{held};
       };
       Timer1Tick(m.meter);
       EXPECT_EQ(m.label_text, "009000") << method << fault;

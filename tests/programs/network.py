@@ -6,7 +6,7 @@ import shutil
 import signal
 import socket
 
-from conftest import answers, eventually, program
+from processes import answers, eventually, program
 
 ROOT = "lab/bench1"
 MOSQUITTO = shutil.which("mosquitto") or "/usr/sbin/mosquitto"
@@ -34,17 +34,17 @@ class Network:
         self.start_broker()
 
     def start_broker(self):
-        self._broker = self.desk.start(MOSQUITTO, "-c", self.folder / "mosquitto.conf")
+        self.broker = self.desk.start(MOSQUITTO, "-c", self.folder / "mosquitto.conf")
 
         def accepts():
-            assert self._broker.poll() is None, self._broker.said()
+            assert self.broker.poll() is None, self.broker.said()
             return answers(socket.AF_INET, ("127.0.0.1", self._port))
         eventually(accepts)
 
     def stop_broker(self):
         """As a service manager does."""
-        self._broker.send_signal(signal.SIGTERM)
-        self._broker.ends()
+        self.broker.send_signal(signal.SIGTERM)
+        self.broker.ends()
 
     def host(self, source="SM64", to=None, **environment):
         return self.desk.start(program("telvixd"), "--from", source, "--to", to or self.tcp,

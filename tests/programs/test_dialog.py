@@ -3,7 +3,8 @@
 import signal
 
 import pytest
-from conftest import DIALOG, MESSAGE, eventually
+from desk import DIALOG, MESSAGE
+from processes import eventually
 
 # Pixels from the corner of the dialog's client area.
 FOREGROUND_BUTTON, CANCEL, HELP = (265, 41), (244, 252), (384, 252)

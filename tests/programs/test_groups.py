@@ -5,7 +5,8 @@ import shutil
 import signal
 import types
 
-from conftest import MESSAGE, eventually, program
+from desk import MESSAGE
+from processes import eventually, program
 
 CHANNELS = ["1", "2", "3", "4", "5", "6", "7", "8", "DigIn", "Cntr", "RCntr", "999"]
 

@@ -5,8 +5,8 @@ import subprocess
 import time
 
 import pytest
-from conftest import at_rest, eventually
 from network import ROOT, Network
+from processes import at_rest, eventually
 
 DESIGN_TEXT = "009000"  # what a meter shows before its first reading
 

@@ -6,8 +6,8 @@ import subprocess
 import time
 
 import pytest
-from conftest import REPOSITORY, eventually
 from network import Network
+from processes import REPOSITORY, eventually
 
 WORD_AT = {0: 975, 1: 981, 2: 987, 1000: 944, 54321: 1069, 107999: 947}
 RANGE = "range=-168.96..158.715"  # with it the raw words are those of the converter

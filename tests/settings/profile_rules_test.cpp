@@ -16,10 +16,8 @@
 namespace vantoscope {
 namespace {
 
-using test::FileBytes;
-using test::ScratchFolder;
-using test::WriteBytes;
 using namespace std::string_literals;
+using namespace test;
 
 constexpr const char* kIni = "Vantoscope.ini";
 constexpr const char* kAccessList = "system.posix_acl_access";

@@ -84,6 +84,7 @@ TEST(ProfileTextTest, ALongValueIsCutBetweenCharacters) {
       {a252 + "a\u00E4", 253},
       {a252 + "\u20AC", 252},
       {a252 + "a\U0001F600", 253},
+      {a252.substr(1) + "\U0001F600", 251},
       {std::string(300, '\x80'), 254},
       {a252.substr(2) + "\xF6\x80\x80\x80\x80\x80", 254}};  // no UTF-8
   for (const auto& [value, length] : rows)

@@ -32,7 +32,7 @@ Block OverTheWire(Device& device, std::int16_t count, std::int32_t mode) {
   feed.OnMessage("info", std::as_bytes(std::span(info)), true, {});
   const std::int64_t newest = device.ScansSince(-1, 1).first;
   const RawScans scans = device.ScansSince(newest - count + 1, 65535);
-  feed.OnMessage("scan", EncodeScans(scans, device.Channels().size(), 1, 0), false, {});
+  feed.OnMessage("scan", EncodeScans(scans, device.Channels().size(), 1, {}), false, {});
   return feed.GetData(static_cast<std::size_t>(count), mode, {}).value();
 }
 

@@ -1,12 +1,15 @@
 #include "sources/recording/recording.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <bit>
 #include <cmath>
 #include <filesystem>
 #include <numeric>
 
+#include "sources/recording/follow.h"
 #include "tests/support/refusal.h"
 #include "tests/support/running_device.h"
 #include "tests/support/scratch_folder.h"
@@ -47,6 +50,7 @@ TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
   EXPECT_EQ(device->LatestValue(1), 30);
   EXPECT_EQ(device->ScansSince(0, 9).scans, 3U) << "none before the first";
   device.now += kSecond - 2'000'000;
+  EXPECT_NEAR(device->DataFreshness().age.value(), 0.498901234, 1e-9);
   EXPECT_FALSE(device->HostGone());
   EXPECT_THAT(device.Values(1, 2), ElementsAre(30, 40));
   device.now += 2'000'000;
@@ -59,6 +63,8 @@ TEST_F(Recording, ReplaysFromTheFirstScanToTheLastAndEnds) {
   EXPECT_TRUE(device->HostGone());
   device.now -= kSecond;
   EXPECT_FALSE(device->GetData(1, kEngineeringUnits)) << "gone for good";
+  device.now += 3 * kSecond;
+  EXPECT_EQ(device->DataFreshness().reason, "the recording is over");
 }
 
 TEST_F(Recording, LoopGoesByTheClockAlone) {
@@ -156,6 +162,55 @@ TEST_F(Recording, FollowsWhatARecorderAppends) {
   EXPECT_EQ(device->ScansSince(3, 10).scans, 2U);
 }
 
+/// Nobody fetches a scan here.
+TEST_F(Recording, FollowedAgeIsTheFilesAtFirstAndThenThatOfOurReads) {
+  const std::string path = folder_ / "a.csv";
+  const auto written_at = [&](std::int64_t second) {
+    const timespec time{.tv_sec = second, .tv_nsec = 0};
+    const timespec both[] = {time, time};
+    utimensat(AT_FDCWD, path.c_str(), both, 0);
+  };
+  std::int64_t steady = kSecond;
+  std::int64_t ahead = 5000 * kSecond;  // of the file's clock
+  Write("a.csv", "Time [s],A\n0,1\n0.1,2\n");
+  written_at(1400);
+  const auto device =
+      MakeFollow("", std::make_unique<RecordedFile>(path), {}, {},
+                 {.wall = [&] { return steady + ahead; }, .steady = [&] { return steady; }});
+  const auto expect = [&](const char* what, double age, const char* reason) {
+    const Freshness data = device->DataFreshness();
+    EXPECT_NEAR(data.age.value(), age, 1e-9) << what;
+    EXPECT_EQ(data.reason, reason) << what;
+  };
+  const char* const silent = "the recorder writes nothing";
+  EXPECT_EQ(device->DataFreshness().limit, 2);
+  expect("stopped an hour ago", 3601, silent);
+  steady += kSecond;
+  Append("0.2,3\n");
+  written_at(1400);
+  expect("a server that is an hour behind", 1, "");
+  steady += kSecond / 2;
+  Append("0.3,4\n");
+  written_at(9000);
+  expect("a server that is ahead", 0, "");
+  steady += 2 * kSecond;
+  expect("at the limit", 2, "");
+  ahead -= 10'000 * kSecond;
+  steady += kSecond / 4;
+  expect("our clock was set back", 2.25, silent);
+  Append("0.4,");
+  expect("half a line", 2.25, silent);
+  Append("5\n");
+  expect("the rest of it", 0, "");
+  ahead += 10'000 * kSecond;
+  steady += 3 * kSecond;
+  Append("0.6,6\n");
+  written_at(1);
+  expect("not asked for a while", 3, silent);
+  std::filesystem::remove(path);
+  expect("gone", 3, "the recording is gone or was replaced");
+}
+
 TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
   Write("a.csv", "A,B\n-1.2,30\n1,-0.1\n");
   const RunningDevice device(Text("a.csv", "?follow"));
@@ -173,11 +228,11 @@ TEST_F(Recording, FollowReadsAndKeepsOnlyTheEndOfALongFile) {
   std::string lines = "N\n";
   for (int i = 100'000; i < 400'000; ++i)
     lines += std::to_string(i) + "." + std::string(30, '0') + "\n";
-  Write("a.csv", lines);
+  Write("a.csv", lines + "400000\n");
   const RunningDevice device(Text("a.csv", "?follow&range=300000..300001"));
-  Append("400000\n");
+  Append("400001\n");
   std::vector<double> expected(32767);
-  std::iota(expected.begin(), expected.end(), 400'000 - 32766);
+  std::iota(expected.begin(), expected.end(), 400'001 - 32766);
   EXPECT_EQ(device.Values(0, 32767), expected);
   EXPECT_LT(device->ScansSince(-1, 1).first, 200'000);  // counted from the first line that was read
   EXPECT_EQ(device->ScansSince(0, 40'000).scans, 32768U);

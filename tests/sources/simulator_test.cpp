@@ -87,8 +87,19 @@ TEST(Simulator, DeliversOnlyBetweenStartAndStopAndUntilItsHostCloses) {
   EXPECT_TRUE(device.Values(0, 1).empty());
 }
 
+TEST(Simulator, KnowsTheAgeOfItsNewestScan) {
+  // 4 scans a second: the newest one at kNow is that of the half second before.
+  RunningDevice device("SM64:rate=4,close=5");
+  EXPECT_NEAR(device->DataFreshness().age.value(), 0.178901234, 1e-9);
+  EXPECT_EQ(device->DataFreshness().limit, 2);
+  EXPECT_EQ(RunningDevice("SM64:rate=0.1")->DataFreshness().limit, 30);
+  device->Stop();
+  EXPECT_EQ(device->DataFreshness().age, std::nullopt);
+  EXPECT_EQ(device->DataFreshness().reason, "the simulator is not running");
+}
+
 TEST(ScanIndexAt, IsExactTodayAndNeverFalls) {
-  EXPECT_EQ(ScanIndexAt(1'732'312'345 * kSecond - 1, 1e6), 1'732'312'344'999'999);
+  EXPECT_EQ(ScanIndexAt(1'732'312'345'000'003'999, 1e6), 1'732'312'345'000'003);
   EXPECT_EQ(ScanIndexAt(-1, 1), -1);
   // 359.3 Hz: scan n begins at n / 359.3 s, so 3593 scans take exactly ten seconds.
   EXPECT_EQ(ScanIndexAt(10 * kSecond, 359.3), 3593);
