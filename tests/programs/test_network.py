@@ -171,7 +171,8 @@ def test_failing_meters_of_a_group_say_so_in_one_box(plain_desk):
 
     def all_known():
         told, windows = first.said().splitlines(), plain_desk.screen.windows()
-        return len(told) + len([title for *_, title, _ in windows if title != MESSAGE]) == 8 and told
+        meters = [title for _, title, _ in windows if title != MESSAGE]
+        return len(told) + len(meters) == 8 and told
     told = eventually(all_known)
     assert len(told) >= 4 and all(
         line.startswith("vantoscope: ") and "cannot be reached" in line for line in told)
