@@ -47,7 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (feed.Since(-1, 10).scans > 10) std::abort();
     static_cast<void>(feed.HostGone(now));
-    if (const auto fresh = feed.DataFreshness(now); fresh.limit < 2 || fresh.age < 0) std::abort();
+    if (const auto fresh = feed.DataFreshness(now); fresh.limit < 2 || fresh.age.value_or(0) < 0)
+      std::abort();
   }
   return 0;
 }

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <ranges>
 
 #include "text/characters.h"
 
@@ -62,7 +61,11 @@ bool InRange(const HostTimes& times) {
 
 std::vector<std::string_view> Words(std::string_view text) {
   std::vector<std::string_view> words;
-  for (const auto word : std::views::split(text, ' ')) words.emplace_back(word.begin(), word.end());
+  for (std::size_t end = 0; end != std::string_view::npos;) {
+    end = text.find(' ');
+    words.push_back(text.substr(0, end));
+    text.remove_prefix(std::min(text.size(), words.back().size() + 1));
+  }
   return words;
 }
 

@@ -148,7 +148,7 @@ TEST_F(MqttFeedTest, SaysHowOldTheNewestScanIsAndWhyThereIsNoneNewer) {
     road_ = 5ms;
     age_ = 0s;
     Blocks(1, 100ms, 1);
-    EXPECT_LT(feed_->DataFreshness(now_).age, 0.01) << "live at the first new value";
+    EXPECT_LT(feed_->DataFreshness(now_).age.value(), 0.01) << "live at the first new value";
     EXPECT_EQ(Newest(), next_ - 1);
   }
 }
@@ -216,7 +216,7 @@ TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
   EXPECT_EQ(Newest(2), 4);
   EXPECT_EQ(Newest(3), -1);
   EXPECT_EQ(feed_->Since(-1, 1).first, 1007) << "own indices rise, with one left out";
-  EXPECT_LT(feed_->DataFreshness(now_).age, 0.01);
+  EXPECT_LT(feed_->DataFreshness(now_).age.value(), 0.01);
   now_ += 10s;
   EXPECT_FALSE(feed_->HostGone(now_)) << "the farewell was the former host's";
 }

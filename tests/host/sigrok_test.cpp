@@ -105,7 +105,7 @@ TEST(SigrokDevice, ReadsTheDemoInstrument) {
   EXPECT_THAT(values.Channel(0), Each(testing::AnyOf(4, -4))) << "a square wave of 10 V, clipped";
   EXPECT_THAT(values.Channel(4), testing::Contains(255));
   EXPECT_THAT(values.Channel(4), Each(testing::Ge(0)));
-  EXPECT_LT(device.DataFreshness().age, 1);
+  EXPECT_LT(device.DataFreshness().age.value(), 1);
 }
 
 TEST(SigrokDevice, SaysWhatTheLibraryDoesNotHave) {
