@@ -99,6 +99,8 @@ TEST_F(DialogTest, TheTabKeyWalksItsOrderAndStopsOnceAtTheOptions) {
   for (const Qt::Key arrow : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Down, Qt::Key_Left}) Key(arrow);
   EXPECT_EQ(Focus(), "RMSOption");
   EXPECT_EQ(dialog_.Fields().Option, kMethodRms);
+  Key(Qt::Key_Tab);
+  EXPECT_EQ(Focus(), "ShowUnitCheck");
 }
 
 TEST_F(DialogTest, OnlySpaceAndTheButtonsActNotEnterOrEscape) {

@@ -46,14 +46,6 @@ TEST(StartUpTest, RefusesAnIndexOutsideTheListBeforeAnySetting) {
   }
 }
 
-TEST(StartUpTest, ABadEquationStopsEvenAMeterThatUsesNone) {
-  SpyMeter m;
-  m.stored["Math"] = "#99";
-  StartUp(m.meter, "-dSM64 -nA -i0");
-  EXPECT_FALSE(m.timer1);
-  EXPECT_EQ(m.label_text, "009000");
-}
-
 TEST(StartUpTest, BankSizeByModel) {
   for (const char* device : {"SM32", "SM35:rate=1", "SM36", "SM37", "\u00fcM32"})
     EXPECT_EQ(ChannelsPerBankOf(device), 16) << device;

@@ -60,23 +60,23 @@ def test_meters_that_fail_are_named_in_one_box_beside_the_first(desk):
     """And the others inherit the standard descriptors and no more, none of them closed."""
     wrapper, panel, real = desk.folder / "vantoscope", desk.folder / "panel", program("vantoscope")
     wrapper.write_text(f"""#!/bin/sh
-        case $3 in -i[12]) shift; set -- -d/nowhere.csv "$@";; -i3) exit 1;; esac
+        case $3 in -i[12]) shift; set -- -d/none.csv "$@";; -i3) exit 1;; esac
         [ $3 != -i4 ] || DISPLAY=:65000
         exec {real} "$@" """)
     wrapper.chmod(0o755)
     shutil.copy(real, panel)
     first = desk.start("sh", "-c", 'exec "$0" -dSM64:channels=6 -nTank -i-1 7<"$0" <&-', panel)
-    fifth = eventually(lambda: [p for p, words in desk.processes().items() if words[-1] == "-i5"])[0]
+    fifth = eventually(lambda: [p for p, args in desk.processes().items() if args[-1] == "-i5"])[0]
     desk.screen.window(types.SimpleNamespace(pid=fifth))
     files = {fd: os.readlink(f"/proc/{fifth}/fd/{fd}") for fd in os.listdir(f"/proc/{fifth}/fd")}
     assert files["0"] == "/dev/null" and str(panel) not in files.values()
     os.kill(fifth, signal.SIGTERM)  # it has started, which is all that counts
     assert desk.says(first, "further meters", MESSAGE).split("\n\n") == [
         "4 of the 5 further meters of this group did not start.",
-        "Indices 1 and 2: The recording '/nowhere.csv' cannot be opened: No such file or directory.",
+        "Indices 1 and 2: The recording '/none.csv' cannot be opened: No such file or directory.",
         "Index 3: It ended before its window opened.",
         "Index 4: No window can be opened on the display :65000."]
-    assert [*map(first.said().count, ("/nowhere", "ended before", ":65000"))] == [2, 1, 1]
+    assert [*map(first.said().count, ("/none", "ended before", ":65000"))] == [2, 1, 1]
     desk.goes_on(first)
     desk.screen.close(desk.screen.window(first, "Tank"))
     assert first.ends() == 0

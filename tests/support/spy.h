@@ -26,9 +26,8 @@ struct Log : std::vector<std::string> {
   /// The entries with a bar behind each: all, or those that open with one of `words`.
   [[nodiscard]] std::string Text(const std::set<std::string>& words = {}) const {
     std::string text;
-    for (const std::string& entry : *this) {
+    for (const std::string& entry : *this)
       if (words.empty() || words.contains(entry.substr(0, entry.find(' ')))) text += entry + "|";
-    }
     return text;
   }
 };
@@ -59,7 +58,6 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
   std::set<std::string> failing;  ///< operations of the source, or "Evaluate", that throw
   std::string device = "SM64";
   std::vector<SpyChannel> channels{SpyChannel{}};
-  double rate = 1000;
   std::function<Scans(int count)> scans = [](int) { return Scans{}; };
   double answer = 0;  ///< of the evaluator
 
@@ -107,9 +105,8 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
   void Hold(const std::function<double(int j, int k)>& value_of) {
     scans = [this, value_of](int count) {
       Scans made(channels.size());
-      for (std::size_t j = 0; j < made.size(); ++j) {
+      for (std::size_t j = 0; j < made.size(); ++j)
         for (int k = count - 1; k >= 0; --k) made[j].push_back(value_of(static_cast<int>(j), k));
-      }
       return made;
     };
   }
@@ -122,7 +119,7 @@ struct SpyMeter : Telvix1, MeterWindow, ProfileOperations, ProcessStart {
   std::int16_t ChannelCount() override {
     return Ask("ChannelCount"), static_cast<std::int16_t>(channels.size());
   }
-  double SampleRate() override { return Ask("SampleRate"), rate; }
+  double SampleRate() override { return Ask("SampleRate"), 1000; }
   double ScaleHigh(std::int16_t c) override { return At("ScaleHigh", c).high; }
   double ScaleLow(std::int16_t c) override { return At("ScaleLow", c).low; }
   double LatestValue(std::int16_t c) override { return At("LatestValue", c).latest; }
