@@ -20,6 +20,7 @@ class MqttFeedTest : public testing::Test {
     now_ = {};
     road_ = 5ms;
     age_ = 0s;
+    next_ = 0;
     feed_.emplace(30s);
     feed_->OnConnected(now_);
     Info(MakeInfo(kEpoch));
@@ -57,19 +58,11 @@ class MqttFeedTest : public testing::Test {
   }
   /// So many times `pause` later, a block of `count` scans and a sign of life.
   void Blocks(int times, std::chrono::milliseconds pause, std::int16_t count) {
-    for (int i = 0; i < times; ++i) {
-      now_ += pause;
-      Scans(next_, count);
-      State(true, kEpoch);
-    }
+    for (; times > 0; --times) now_ += pause, Scans(next_, count), State(true, kEpoch);
   }
   /// So many seconds with nothing but signs of life, while the newest scan of the host grows older.
   void Signs(int seconds) {
-    for (int i = 0; i < seconds; ++i) {
-      now_ += 1s;
-      *age_ += 1s;
-      State(true, kEpoch);
-    }
+    for (; seconds > 0; --seconds) now_ += 1s, *age_ += 1s, State(true, kEpoch);
   }
   void LoseAndReturn() {
     Scans(0, 1);
@@ -93,13 +86,8 @@ class MqttFeedTest : public testing::Test {
 TEST_F(MqttFeedTest, SaysHowOldTheNewestScanIsAndWhyThereIsNoneNewer) {
   const auto live = [this] { Blocks(50, 100ms, 10); };
   const auto live_and = [live](auto act) { return [=] { live(), act(); }; };
-  struct Row {
-    const char* name;
-    std::function<void()> act;
-    std::optional<double> age;
-    const char* reason;
-  };
-  const Row rows[] = {
+  using Age = std::optional<double>;
+  const std::tuple<const char*, std::function<void()>, Age, const char*> rows[] = {
       {"a live host", live, 0, ""},
       {"its recorder stands still", live_and([&] { Signs(5); }), 5, "the host has no new data"},
       {"it is frozen", live_and([&] { now_ += 5s; }), 5, "the host is silent"},
@@ -117,33 +105,25 @@ TEST_F(MqttFeedTest, SaysHowOldTheNewestScanIsAndWhyThereIsNoneNewer) {
        5, "the scans of the host do not arrive"},
       {"scans that another host hands on", live_and([&] { age_ = 1.5s, Blocks(1, 100ms, 10); }),
        1.5, ""},
-      {"old ones of it", live_and([&] { age_ = 3s, Blocks(1, 100ms, 10); }), 3,
-       "the host has no new data"},
       {"its clock is set back", live_and([&] { ahead_ -= 2h, live(); }), 0, ""},
-      {"its clock is set forward", live_and([&] { ahead_ += 2h, live(); }), 0, ""},
       {"its clock falls behind by 2 s in six hours", live_and([&] {
          for (int i = 0; i < 6 * 360; ++i, ahead_ -= 1ms) now_ += 10s, State(true, kEpoch);
          live();
        }),
        0, ""},
-      {"a host without any scan", [&] { age_.reset(), State(true, kEpoch); }, std::nullopt,
-       "the host has no data yet"},
       {"one whose newest scan nobody here has", [&] { Signs(5); }, std::nullopt,
        "the host has no new data"},
       {"nothing but what the broker kept", [&] { Scans(0, 3, kEpoch, true), now_ += 5s; },
        std::nullopt, "the host is silent"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, act, age, reason] : rows) {
+    SCOPED_TRACE(name);
     Open();
-    next_ = 0;
-    row.act();
+    act();
     const Freshness data = feed_->DataFreshness(now_);
-    ASSERT_EQ(data.age.has_value(), row.age.has_value());
-    EXPECT_NEAR(data.age.value_or(0), row.age.value_or(0), 0.01);
-    EXPECT_EQ(data.reason, row.reason);
-    EXPECT_EQ(data.limit, 2);
-    EXPECT_EQ(Newest() == -1, !row.age || *row.age > 2) << "what is old is no block";
+    EXPECT_NEAR(data.age.value_or(-1), age.value_or(-1), 0.01);
+    EXPECT_EQ(data.reason, reason);
+    EXPECT_EQ(Newest() == -1, age.value_or(3) > 2) << "what is old is no block";
     feed_->OnConnected(now_);
     road_ = 5ms;
     age_ = 0s;
@@ -162,7 +142,6 @@ TEST_F(MqttFeedTest, IsOldAfterTwoSecondsOrThreeBlocks) {
   };
   for (const auto& [name, act, limit] : rows) {
     Open();
-    next_ = 0;
     act();
     EXPECT_NEAR(feed_->DataFreshness(now_).limit, limit, 1e-9) << name;
     const double newest = next_ - 1;
@@ -170,6 +149,7 @@ TEST_F(MqttFeedTest, IsOldAfterTwoSecondsOrThreeBlocks) {
     EXPECT_EQ(Newest(), newest) << name;
     now_ += 1ms;
     EXPECT_EQ(Newest(), -1) << name;
+    EXPECT_EQ(feed_->DataFreshness(now_).reason, "the host is silent") << "known at once";
     State(true, kEpoch);
     Scans(static_cast<std::int16_t>(newest), 1);
     EXPECT_EQ(Newest(), -1) << "the same again is no news";

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <filesystem>
@@ -165,50 +166,36 @@ TEST_F(Recording, FollowsWhatARecorderAppends) {
 /// Nobody fetches a scan here.
 TEST_F(Recording, FollowedAgeIsTheFilesAtFirstAndThenThatOfOurReads) {
   const std::string path = folder_ / "a.csv";
-  const auto written_at = [&](std::int64_t second) {
-    const timespec time{.tv_sec = second, .tv_nsec = 0};
-    const timespec both[] = {time, time};
-    utimensat(AT_FDCWD, path.c_str(), both, 0);
+  std::int64_t steady = 0;
+  std::int64_t wall = 10'000 * kSecond;
+  const auto write = [&](const std::string& text, std::int64_t behind) {
+    test::WriteBytes(path, test::FileBytes(path) + text);
+    const timespec time{.tv_sec = wall / kSecond - behind, .tv_nsec = 0};
+    utimensat(AT_FDCWD, path.c_str(), std::array{time, time}.data(), 0);
   };
-  std::int64_t steady = kSecond;
-  std::int64_t ahead = 5000 * kSecond;  // of the file's clock
-  Write("a.csv", "Time [s],A\n0,1\n0.1,2\n");
-  written_at(1400);
-  const auto device =
-      MakeFollow("", std::make_unique<RecordedFile>(path), {}, {},
-                 {.wall = [&] { return steady + ahead; }, .steady = [&] { return steady; }});
-  const auto expect = [&](const char* what, double age, const char* reason) {
+  write("Time [s],A\n0,1\n0.1,2\n", 3600);
+  const auto device = MakeFollow("", std::make_unique<RecordedFile>(path), {}, {},
+                                 {.wall = [&] { return wall; }, .steady = [&] { return steady; }});
+  // Seconds that pass, what is written then, how many seconds the file's clock is behind; the age.
+  const std::tuple<const char*, double, const char*, std::int64_t, double> rows[] = {
+      {"stopped an hour ago", 0, "", 0, 3600},
+      {"a server an hour behind", 1, "0.2,3\n", 3600, 1},
+      {"a server ahead", 0.5, "0.3,4\n", -3600, 0},
+      {"at the limit", 2, "", 0, 2},
+      {"half a line", 0.25, "0.4,", 0, 2.25},
+      {"the rest of it", 0, "5\n", 0, 0},
+      {"not asked for a while", 3, "0.6,6\n", 3600, 3},
+  };
+  for (const auto& [what, seconds, text, behind, age] : rows) {
+    steady += std::llround(seconds * kSecond);
+    wall -= 500 * kSecond;  // set back every time
+    if (*text != '\0') write(text, behind);
     const Freshness data = device->DataFreshness();
     EXPECT_NEAR(data.age.value(), age, 1e-9) << what;
-    EXPECT_EQ(data.reason, reason) << what;
-  };
-  const char* const silent = "the recorder writes nothing";
-  EXPECT_EQ(device->DataFreshness().limit, 2);
-  expect("stopped an hour ago", 3601, silent);
-  steady += kSecond;
-  Append("0.2,3\n");
-  written_at(1400);
-  expect("a server that is an hour behind", 1, "");
-  steady += kSecond / 2;
-  Append("0.3,4\n");
-  written_at(9000);
-  expect("a server that is ahead", 0, "");
-  steady += 2 * kSecond;
-  expect("at the limit", 2, "");
-  ahead -= 10'000 * kSecond;
-  steady += kSecond / 4;
-  expect("our clock was set back", 2.25, silent);
-  Append("0.4,");
-  expect("half a line", 2.25, silent);
-  Append("5\n");
-  expect("the rest of it", 0, "");
-  ahead += 10'000 * kSecond;
-  steady += 3 * kSecond;
-  Append("0.6,6\n");
-  written_at(1);
-  expect("not asked for a while", 3, silent);
+    EXPECT_EQ(data.reason, age > 2 ? "the recorder writes nothing" : "") << what;
+  }
   std::filesystem::remove(path);
-  expect("gone", 3, "the recording is gone or was replaced");
+  EXPECT_EQ(device->DataFreshness().reason, "the recording is gone or was replaced");
 }
 
 TEST_F(Recording, FollowedRangeLeavesRoomAndWidens) {
