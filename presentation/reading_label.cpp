@@ -20,7 +20,9 @@ ReadingLabel::ReadingLabel(QWidget* parent) : QLabel(parent) {
 }
 
 void ReadingLabel::SetReading(const QString& text) {
-  if (text != this->text()) setText(text);
+  if (text == this->text()) return;
+  ink_.reset();
+  setText(text);
 }
 
 void ReadingLabel::SetForeColor(const QColor& color) {
@@ -39,6 +41,7 @@ void ReadingLabel::SetFontHeight(int pixels) {
   if (pixels == font().pixelSize()) return;
   QFont changed = font();
   changed.setPixelSize(std::max(1, pixels));
+  ink_.reset();
   setFont(changed);
 }
 
@@ -53,9 +56,12 @@ double ReadingLabel::TextLeft() const {
   return std::round(kMargin * height());
 }
 
-bool ReadingLabel::IsCut() const {
-  return TextLeft() + QFontMetricsF(font(), this).tightBoundingRect(text()).right() > width();
+const QRectF& ReadingLabel::Ink() const {
+  if (!ink_) ink_ = QFontMetricsF(font(), this).tightBoundingRect(text());
+  return *ink_;
 }
+
+bool ReadingLabel::IsCut() const { return TextLeft() + Ink().right() > width(); }
 
 // The line of the font is centred. It is a little higher than the label; where that would cut off
 // the foot of a letter, such as the g of a unit, the text moves up by as much.
@@ -64,7 +70,7 @@ void ReadingLabel::paintEvent(QPaintEvent* event) {
   painter.fillRect(event->rect(), back_color_);
   const QFontMetricsF metrics(font(), this);
   const double centred = (height() - metrics.height()) / 2 + metrics.ascent();
-  const double lowest = height() - metrics.tightBoundingRect(text()).bottom();
+  const double lowest = height() - Ink().bottom();
   painter.setPen(fore_color_);
   painter.drawText(QPointF(TextLeft(), std::min(centred, lowest)), text());
   PaintDoubt(painter, rect(), doubt_);

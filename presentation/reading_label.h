@@ -4,6 +4,8 @@
 
 #include <QColor>
 #include <QLabel>
+#include <QRectF>
+#include <optional>
 
 #include "meter/reading_state.h"
 
@@ -32,10 +34,13 @@ class ReadingLabel final : public QLabel {
  private:
   /// Where the first character begins: a little off the frame.
   [[nodiscard]] double TextLeft() const;
+  /// What the text covers with ink, from where it begins on its line. Worked out once a text.
+  [[nodiscard]] const QRectF& Ink() const;
 
   QColor fore_color_ = Qt::black;
   QColor back_color_ = Qt::white;
   ReadingState doubt_ = ReadingState::Live;
+  mutable std::optional<QRectF> ink_;
 };
 
 }  // namespace vantoscope
