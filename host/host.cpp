@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <ctime>
+#include <optional>
 #include <random>
 #include <utility>
 #include <variant>
@@ -73,10 +74,10 @@ int Host::Run(milliseconds interval, const sigset_t& ends) {
     if (publication_.Over()) break;
     if (steady_clock::now() >= next) {
       // Asked before the last scans are taken.
-      const bool ended = device_.HostGone();
+      const std::optional<std::string> ended = device_.HostGone();
       PublishNew();
       if (ended) {
-        say_("the device " + device_.Name() + " has ended");
+        say_(*ended);
         break;
       }
       // Late after a pause of the machine: go on from now instead of catching up tick by tick.
@@ -155,9 +156,10 @@ void Host::SayLost(const std::string& why) {
 void Host::PublishNew() {
   const std::size_t limit =
       std::clamp<std::size_t>(kBlockWords / device_.Channels().size(), 1, kMaxWireScans);
-  RawScans scans;
+  Scans scans;
   do {
     scans = scans_.Next(limit, steady_clock::now());
+    publication_.SetChannels(device_.Channels());
     if (scans.scans > 0 && publication_.Publishing()) {
       publication_.SendScans(scans);
     }

@@ -23,7 +23,7 @@ TEST(RisingScans, GoOnOneFurtherWhenTheClockIsSetBack) {
   RisingScans scans(
       *device, [&](const std::string& line) { said += line; }, now);
   const auto next = [&](std::size_t limit) {
-    const RawScans got = scans.Next(limit, now);
+    const Scans got = scans.Next(limit, now);
     return std::pair<std::int64_t, std::size_t>(got.scans == 0 ? 0 : got.first, got.scans);
   };
   EXPECT_EQ(next(50), std::pair(1000L, 1UL)) << "begins with the newest";
