@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <optional>
 #include <random>
 #include <utility>
 #include <variant>
@@ -39,7 +40,10 @@ std::int64_t Microseconds() {
 }
 
 void CheckRate(const Device& device) {
-  const double bytes = sizeof(std::int16_t) * static_cast<double>(device.Channels().size());
+  double bytes = 0;
+  for (const ChannelInfo& channel : device.Channels()) {
+    bytes += channel.encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
+  }
   if (bytes * device.SampleRate() <= kMostBytesPerSecond) return;
   throw SourceError("The device " + device.Name() + " gives " +
                     std::to_string(std::llround(bytes * device.SampleRate() / 1e6)) +
@@ -122,10 +126,10 @@ std::optional<int> Host::Turn(milliseconds interval) {
   TellManager();
   if (now < next_block_) return std::nullopt;
   // Asked before the last scans are taken.
-  const bool ended = device_.HostGone();
+  const std::optional<std::string> ended = device_.HostGone();
   if (PublishNew()) return std::nullopt;
   if (ended) {
-    say_("the device " + device_.Name() + " has ended");
+    say_(*ended);
     return 0;
   }
   // Late after a pause of the machine: go on from now instead of catching up tick by tick.
@@ -216,7 +220,9 @@ void Host::SayLost(const std::string& why) {
 bool Host::PublishNew() {
   const std::size_t limit =
       std::clamp<std::size_t>(kBlockWords / device_.Channels().size(), 1, kMaxWireScans);
-  const RawScans scans = scans_.Next(limit, steady_clock::now());
+  const Scans scans = scans_.Next(limit, steady_clock::now());
+  // What the device gave may stand under other units than before.
+  publication_.SetChannels(device_.Channels());
   if (scans.scans > 0 && publication_.Publishing()) publication_.SendScans(scans);
   return scans.scans == limit;
 }

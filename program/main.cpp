@@ -69,6 +69,7 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
   form.OnUnload = [&] { UnloadMeter(meter); };
   meter.telvix.HostClosed = [&] {
     form.LookAgain();
+    watch.SayWhyHostClosed();
     EndByHost(meter);
   };
 }

@@ -68,9 +68,9 @@ Freshness DeviceControl::DataFreshness() { return Opened().DataFreshness(); }
 std::string DeviceControl::ChannelName(std::int16_t channel) { return Channel(channel).name; }
 
 void DeviceControl::CheckHost() {
-  if (host_closed_ || !device_ || !device_->HostGone()) return;
-  host_closed_ = true;
-  if (HostClosed) HostClosed();
+  if (why_closed_ || !device_) return;
+  why_closed_ = device_->HostGone();
+  if (why_closed_ && HostClosed) HostClosed();
 }
 
 }  // namespace vantoscope

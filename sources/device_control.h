@@ -36,6 +36,8 @@ class DeviceControl final : public Telvix1 {
   Freshness DataFreshness();
   /// What the device calls the channel; may be empty.
   std::string ChannelName(std::int16_t channel);
+  /// Why the host went away, in one sentence; empty before HostClosed.
+  [[nodiscard]] std::string WhyClosed() const { return why_closed_.value_or(""); }
   /// False while the default device stands in for one that nobody has named.
   [[nodiscard]] bool IsNamed() const { return named_; }
 
@@ -46,7 +48,7 @@ class DeviceControl final : public Telvix1 {
   Clock clock_;
   std::unique_ptr<Device> device_;
   bool named_ = false;
-  bool host_closed_ = false;
+  std::optional<std::string> why_closed_;
 };
 
 }  // namespace vantoscope

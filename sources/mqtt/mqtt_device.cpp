@@ -104,9 +104,9 @@ MqttDevice::MqttDevice(int model, const MqttAddress& address)
   reader_->link.Connect();
   reader_->WaitUntilReady();
   const std::scoped_lock lock(reader_->mutex);
-  const HostInfo& info = *reader_->feed.Info();
-  channels_ = info.channels;
-  rate_ = info.rate;
+  channels_ = reader_->feed.Info()->channels;
+  list_changes_ = reader_->feed.ListChanges();
+  rate_ = reader_->feed.Info()->rate;
 }
 
 MqttDevice::~MqttDevice() = default;
@@ -139,12 +139,21 @@ double MqttDevice::LatestValue(std::int16_t channel) {
 std::optional<Block> MqttDevice::GetData(std::int16_t count, std::int32_t mode) {
   const std::scoped_lock lock(reader_->mutex);
   if (!reader_->started) return std::nullopt;
+  TakeList();
   return reader_->feed.GetData(static_cast<std::size_t>(count), mode, steady_clock::now());
 }
 
-RawScans MqttDevice::ScansSince(std::int64_t next, std::size_t limit) {
+Scans MqttDevice::ScansSince(std::int64_t next, std::size_t limit) {
   const std::scoped_lock lock(reader_->mutex);
+  TakeList();
   return reader_->feed.Since(next, limit);
+}
+
+/// The list of the scans that are held. Only under the lock.
+void MqttDevice::TakeList() {
+  if (list_changes_ == reader_->feed.ListChanges()) return;
+  list_changes_ = reader_->feed.ListChanges();
+  channels_ = reader_->feed.Info()->channels;
 }
 
 Freshness MqttDevice::DataFreshness() {
@@ -152,9 +161,12 @@ Freshness MqttDevice::DataFreshness() {
   return reader_->feed.DataFreshness(steady_clock::now());
 }
 
-bool MqttDevice::HostGone() {
+std::optional<std::string> MqttDevice::HostGone() {
   const std::scoped_lock lock(reader_->mutex);
-  return reader_->feed.HostGone(steady_clock::now());
+  const auto what = reader_->feed.HostGone(steady_clock::now());
+  if (!what) return std::nullopt;
+  return "The host under \"" + reader_->address.root + "\" at the " +
+         reader_->address.BrokerText() + ' ' + *what + '.';
 }
 
 MqttCounts MqttDevice::Counts() {

@@ -27,18 +27,20 @@ class MqttDevice : public Device {
   void Stop() override;
   double LatestValue(std::int16_t channel) override;
   std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override;
-  RawScans ScansSince(std::int64_t next, std::size_t limit) override;
+  Scans ScansSince(std::int64_t next, std::size_t limit) override;
   Freshness DataFreshness() override;
-  bool HostGone() override;
+  std::optional<std::string> HostGone() override;
 
   /// What came in so far.
   MqttCounts Counts();
 
  private:
   struct Reader;
+  void TakeList();
 
   std::string name_;
   std::vector<ChannelInfo> channels_;
+  std::uint64_t list_changes_ = 0;  // that `channels_` knows of
   double rate_ = 0;
   std::unique_ptr<Reader> reader_;
 };

@@ -30,7 +30,7 @@ TEST(RisingScans, GoOnOneFurtherWhenTheClockIsSetBack) {
   RisingScans scans(
       *device, [&](const std::string& line) { said += line; }, now);
   const auto next = [&](std::size_t limit) {
-    const RawScans got = scans.Next(limit, now);
+    const Scans got = scans.Next(limit, now);
     return std::pair<std::int64_t, std::size_t>(got.scans == 0 ? 0 : got.first, got.scans);
   };
   EXPECT_EQ(next(50), std::pair(1000L, 1UL)) << "begins with the newest";
@@ -100,7 +100,7 @@ struct Link {
                 [this](const std::string& line) { said += line + '\n'; }};
   void Put(std::string_view leaf, std::size_t scans) {
     const auto block = EncodeScans(
-        {.first = 0, .scans = scans, .words = std::vector<std::int16_t>(scans)}, 1, 7, {});
+        {.first = 0, .scans = scans, .channels = {std::vector<std::int16_t>(scans)}}, 7, 1, {});
     outbox.Put(leaf, block, 0);
   }
 };

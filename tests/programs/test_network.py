@@ -111,7 +111,7 @@ def test_foreign_payloads_are_ignored(net):
 
 
 @pytest.mark.parametrize("how, code, told", [
-    ("device", 0, "has ended"), ("SIGTERM", 0, "ending on"), ("SIGKILL", -9, "")])
+    ("device", 0, "run.csv' is gone"), ("SIGTERM", 0, "ending on"), ("SIGKILL", -9, "")])
 def test_a_host_that_ends_is_gone_within_two_seconds(net, how, code, told):
     recording = net.desk.folder / "run.csv"
 
@@ -153,7 +153,7 @@ def test_a_group_that_ends_at_once_loses_nothing(net):
     for meter in meters[:4]:
         meter.kill()
     for name, meter in zip(names[4:], meters[4:]):
-        assert meter.ends() == 0 and meter.said() == ""
+        assert meter.ends() == 0 and meter.said().endswith(" has closed.\n")
         saved = desk.settings(f"{name}1")
         assert saved.pop("unknown", "1") == "1"
         assert len(saved) == 24
