@@ -47,7 +47,8 @@ DeviceText ParseAnyDeviceText(const std::string& text) {
   return RecordingAt(text);
 }
 
-std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock) {
+std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
+                                   const Meanwhile& meanwhile) {
   DeviceText device = ParseAnyDeviceText(text);
   if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
     throw SourceError("The device '" + text + "' is of the unknown kind " + device.kind +
@@ -59,7 +60,7 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock) {
   }
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
   if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock));
-  return OpenMqttDevice(device);
+  return OpenMqttDevice(device, meanwhile);
 }
 
 }  // namespace vantoscope
