@@ -21,6 +21,7 @@
 #include "program/ending.h"
 #include "program/launch_watch.h"
 #include "program/meter_watch.h"
+#include "program/standard_descriptors.h"
 #include "program/termination.h"
 #include "program/usage.h"
 #include "program/waiting_box.h"

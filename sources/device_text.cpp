@@ -7,6 +7,7 @@
 
 #include "meter/data_source.h"
 #include "text/characters.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -20,7 +21,7 @@ int HexValue(char c) {
 std::string DecodedOrThrow(std::string_view text) {
   std::optional<std::string> decoded = PercentDecoded(text);
   if (!decoded) {
-    throw SourceError("The device text part '" + std::string(text) +
+    throw SourceError("The device text part '" + WithoutCredentials(text) +
                       "' holds a % that is not followed by two hexadecimal digits; a % of its own "
                       "is written %25.");
   }
@@ -61,7 +62,7 @@ bool LooksLikeDeviceText(std::string_view text) {
 
 DeviceText ParseDeviceText(std::string_view text) {
   if (!LooksLikeDeviceText(text)) {
-    throw SourceError("'" + std::string(text) +
+    throw SourceError("'" + WithoutCredentials(text) +
                       "' is no device text: two letters for the kind and two digits for the model "
                       "come first, as in SM64 or FI64:/data/run.csv.");
   }

@@ -8,6 +8,7 @@
 #include "sources/mqtt/mqtt_device.h"
 #include "sources/recording/recording.h"
 #include "sources/simulator.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -16,10 +17,17 @@ constexpr int kFriendlyModel = 64;
 constexpr std::string_view kMqttPrefix = "mqtt://";
 constexpr std::string_view kSimulatorPrefix = "sim:";
 
+/// The path of a recording has no scheme, and one that is not known may hold a password.
+[[noreturn]] void RefuseScheme(const std::string& text) {
+  throw SourceError("The device '" + WithoutCredentials(text) +
+                    "' is of an unknown kind; a network host is written mqtt://HOST:PORT/ROOT.");
+}
+
 DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
   DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
   if (std::filesystem::exists(path, ignored)) return device;
+  if (path.find("://") != std::string::npos) RefuseScheme(path);
   const std::size_t question = path.rfind('?');
   if (question != std::string::npos) {
     device.options = ParseOptions(std::string_view(path).substr(question + 1), '&');
@@ -51,11 +59,13 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
                                    const Meanwhile& meanwhile) {
   DeviceText device = ParseAnyDeviceText(text);
   if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
-    throw SourceError("The device '" + text + "' is of the unknown kind " + device.kind +
+    throw SourceError("The device '" + WithoutCredentials(text) + "' is of the unknown kind " +
+                      device.kind +
                       "; there are SM (simulator), FI (recording) and MQ (network host).");
   }
   if (device.model != 64 && device.model != 32) {
-    throw SourceError("The device '" + text + "' is of an unknown model; the kind " + device.kind +
+    throw SourceError("The device '" + WithoutCredentials(text) +
+                      "' is of an unknown model; the kind " + device.kind +
                       " has the models 64 and 32.");
   }
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));

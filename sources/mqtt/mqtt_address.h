@@ -48,6 +48,7 @@ DeviceText MqttDeviceText(int model, const MqttAddress& address);
 struct MqttCredentials {
   std::string user;
   std::string password;
+  std::string warning;  ///< a sentence, when others than its owner can read the file
 };
 
 /// User name and password from the first two lines of the file that the environment variable

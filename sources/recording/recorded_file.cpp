@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "meter/data_source.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -17,7 +18,7 @@ namespace {
 constexpr std::size_t kRemembered = 64;
 
 [[noreturn]] void Fail(const std::string& path, const char* what, int error) {
-  throw SourceError("The recording '" + path + "' cannot be " + what + ": " +
+  throw SourceError("The recording '" + WithoutCredentials(path) + "' cannot be " + what + ": " +
                     std::generic_category().message(error) + ".");
 }
 
