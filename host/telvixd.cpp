@@ -10,6 +10,7 @@
 #include "host/host.h"
 #include "host/sigrok_device.h"
 #include "sources/open_device.h"
+#include "text/version.h"
 
 namespace vantoscope {
 namespace {
@@ -61,7 +62,7 @@ int main(int argc, char** argv) {
       ->required();
   app.add_option("--interval", options.interval_ms, "Milliseconds between blocks (40)")
       ->check(CLI::Range(1, 10'000));
-  app.set_version_flag("--version", "telvixd " VANTOSCOPE_VERSION);
+  app.set_version_flag("--version", vantoscope::VersionText("telvixd"));
   app.footer(
       "Environment:\n"
       "  VANTOSCOPE_MQTT_CREDENTIALS   file with the user name in its first line and the password\n"
