@@ -14,6 +14,7 @@
 #include "program/standard_descriptors.h"
 #include "sources/open_device.h"
 #include "text/shown_text.h"
+#include "text/version.h"
 
 namespace vantoscope {
 namespace {
@@ -86,7 +87,7 @@ int main(int argc, char** argv) {
       ->required();
   app.add_option("--interval", options.interval_ms, "Milliseconds between blocks, at most (40)")
       ->check(CLI::Range(1, 10'000));
-  app.set_version_flag("--version", "telvixd " VANTOSCOPE_VERSION);
+  app.set_version_flag("--version", vantoscope::VersionText("telvixd"));
   app.footer(
       "Environment:\n"
       "  VANTOSCOPE_MQTT_CREDENTIALS   file with the user name in its first line and the password\n"

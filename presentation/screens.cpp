@@ -23,9 +23,9 @@ QRectF DeviceArea(const QScreen& screen) {
 }
 
 template <typename AreaOf>
-const QScreen& NearestScreen(const QPointF& point, AreaOf area_of) {
+const QScreen* NearestScreen(const QPointF& point, AreaOf area_of) {
   const QList<QScreen*> screens = QGuiApplication::screens();
-  return **std::min_element(screens.begin(), screens.end(), [&](QScreen* a, QScreen* b) {
+  return *std::min_element(screens.begin(), screens.end(), [&](QScreen* a, QScreen* b) {
     return DistanceTo(area_of(*a), point) < DistanceTo(area_of(*b), point);
   });
 }
@@ -43,25 +43,25 @@ bool IsWithinReach(const QRectF& rectangle) {
 }  // namespace
 
 QRect DeviceFromLogical(const QRectF& rectangle) {
-  const QScreen& screen = NearestScreen(rectangle.center(), LogicalArea);
-  const QPointF origin = screen.geometry().topLeft();
-  const double scale = screen.devicePixelRatio();
+  const QScreen* screen = NearestScreen(rectangle.center(), LogicalArea);
+  const QPointF origin = screen->geometry().topLeft();
+  const double scale = screen->devicePixelRatio();
   const QPointF corner = origin + (rectangle.topLeft() - origin) * scale;
   return {qRound(corner.x()), qRound(corner.y()), qRound(rectangle.width() * scale),
           qRound(rectangle.height() * scale)};
 }
 
 QRectF LogicalFromDevice(const QRect& rectangle) {
-  const QScreen& screen = NearestScreen(QRectF(rectangle).center(), DeviceArea);
-  const QPointF origin = screen.geometry().topLeft();
-  const double scale = screen.devicePixelRatio();
+  const QScreen* screen = NearestScreen(QRectF(rectangle).center(), DeviceArea);
+  const QPointF origin = screen->geometry().topLeft();
+  const double scale = screen->devicePixelRatio();
   return {origin + (QPointF(rectangle.topLeft()) - origin) / scale,
           QSizeF(rectangle.size()) / scale};
 }
 
 QRectF WithinReach(const QRectF& rectangle) {
   if (IsWithinReach(rectangle)) return rectangle;
-  const QRectF area = NearestScreen(rectangle.center(), LogicalArea).availableGeometry();
+  const QRectF area = NearestScreen(rectangle.center(), LogicalArea)->availableGeometry();
   const double left = std::min(rectangle.left(), area.right() - rectangle.width());
   const double top = std::min(rectangle.top(), area.bottom() - rectangle.height());
   return {QPointF(std::max(area.left(), left), std::max(area.top(), top)), rectangle.size()};

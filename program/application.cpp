@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "desktop/window_icon.h"
+
 namespace vantoscope {
 namespace {
 
@@ -55,6 +57,8 @@ std::unique_ptr<QApplication> CreateApplication(
   print_message = qInstallMessageHandler(EndWithOneSentence);
   auto application = std::make_unique<QApplication>(count, arguments);
   qInstallMessageHandler(KeepQuietAboutALostDisplay);
+  QApplication::setWindowIcon(WindowIcon());
+  QApplication::setDesktopFileName("org.vantoscope.vantoscope");
   std::setlocale(LC_NUMERIC, "C");
   return application;
 }

@@ -1,5 +1,7 @@
 #include "program/usage.h"
 
+#include "text/version.h"
+
 namespace vantoscope {
 namespace {
 
@@ -26,9 +28,9 @@ $XDG_CONFIG_HOME/vantoscope/Vantoscope.ini (~/.config if that is not set).
 
 }  // namespace
 
-std::optional<std::string_view> PrintedFor(std::string_view word) {
-  if (word == "--help") return kHelp;
-  if (word == "--version") return "vantoscope " VANTOSCOPE_VERSION "\n";
+std::optional<std::string> PrintedFor(std::string_view word) {
+  if (word == "--help") return std::string(kHelp);
+  if (word == "--version") return VersionText("vantoscope") + "\n";
   return std::nullopt;
 }
 

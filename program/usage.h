@@ -2,11 +2,12 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace vantoscope {
 
 /// What the program prints for `word`, "--help" or "--version"; nothing for any other word.
-std::optional<std::string_view> PrintedFor(std::string_view word);
+std::optional<std::string> PrintedFor(std::string_view word);
 
 }  // namespace vantoscope

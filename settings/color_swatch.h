@@ -12,6 +12,8 @@ namespace vantoscope {
 /// Text in the colour it stands for. Where that colour would fade into the dialog, a plate of the
 /// opposite brightness stands behind the text.
 class ColorSwatch : public QLabel {
+  Q_OBJECT
+
  public:
   using QLabel::QLabel;
 
@@ -30,6 +32,8 @@ class ColorSwatch : public QLabel {
 
 /// A button that shows the colour of its swatch.
 class ColorButton : public QPushButton {
+  Q_OBJECT
+
  public:
   using QPushButton::QPushButton;
 

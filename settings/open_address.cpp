@@ -14,10 +14,11 @@ void OpenAddress(const std::string& address) {
 
 std::string HelpPage() {
   const QDir programs(QCoreApplication::applicationDirPath());
-  const QString installed =
-      QDir::cleanPath(programs.absoluteFilePath(VANTOSCOPE_DOC_FROM_PROGRAM "/wvanto.html"));
-  if (QFile::exists(installed)) return installed.toStdString();
-  return VANTOSCOPE_DOC_IN_SOURCE "/wvanto.html";
+  const auto page = [&](const char* folder) {
+    return QDir::cleanPath(programs.absoluteFilePath(folder) + "/wvanto.html");
+  };
+  const QString installed = page(VANTOSCOPE_DOC_FROM_PROGRAM);
+  return (QFile::exists(installed) ? installed : page(VANTOSCOPE_DOC_FROM_BUILD)).toStdString();
 }
 
 }  // namespace vantoscope

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,5 +63,9 @@ class Device {
   /// times a second.
   virtual std::optional<std::string> HostGone() = 0;
 };
+
+/// Called several times a second while a device that takes its time is opened, with what is missing
+/// in one sentence, and with an empty one when that is over; false gives up.
+using Meanwhile = std::function<bool(const std::string& sentence)>;
 
 }  // namespace vantoscope

@@ -6,7 +6,8 @@
 
 namespace vantoscope {
 
-DeviceControl::DeviceControl(Clock clock) : clock_(std::move(clock)) {}
+DeviceControl::DeviceControl(Clock clock, Meanwhile meanwhile)
+    : clock_(std::move(clock)), meanwhile_(std::move(meanwhile)) {}
 
 Device& DeviceControl::Opened() {
   if (!device_) device_ = OpenDevice(std::string(kDefaultDevice), clock_);
@@ -26,7 +27,7 @@ const ChannelInfo& DeviceControl::Channel(std::int16_t channel) {
 std::string DeviceControl::DeviceName() { return Opened().Name(); }
 
 void DeviceControl::SetDeviceName(const std::string& text) {
-  device_ = OpenDevice(text, clock_);
+  device_ = OpenDevice(text, clock_, meanwhile_);
   named_ = true;
 }
 

@@ -15,7 +15,7 @@ namespace vantoscope {
 /// written. SetStartupToggle has no effect that shows.
 class DeviceControl final : public Telvix1 {
  public:
-  explicit DeviceControl(Clock clock = SystemTime);
+  explicit DeviceControl(Clock clock = SystemTime, Meanwhile meanwhile = {});
 
   std::string DeviceName() override;
   void SetDeviceName(const std::string& text) override;
@@ -46,6 +46,7 @@ class DeviceControl final : public Telvix1 {
   const ChannelInfo& Channel(std::int16_t channel);
 
   Clock clock_;
+  Meanwhile meanwhile_;
   std::unique_ptr<Device> device_;
   bool named_ = false;
   std::optional<std::string> why_closed_;

@@ -28,12 +28,12 @@ std::string DecodedOrThrow(std::string_view text) {
   return *std::move(decoded);
 }
 
-/// Encodes what would break a device text; everything else stays as it is.
-std::string PercentEncoded(std::string_view text) {
+/// Encodes what would break a device text, and each of `more`; everything else stays as it is.
+std::string PercentEncoded(std::string_view text, std::string_view more = {}) {
   constexpr std::string_view kHex = "0123456789ABCDEF";
   std::string encoded;
   for (const char c : text) {
-    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&') {
+    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&' || more.find(c) != more.npos) {
       const auto byte = static_cast<unsigned char>(c);
       encoded += {'%', kHex[byte >> 4U], kHex[byte & 15U]};
     } else {
@@ -90,7 +90,7 @@ std::string FullText(const DeviceText& device) {
   if (!device.rest.empty()) text.append(":").append(PercentEncoded(device.rest));
   char separator = '?';
   for (const auto& [name, value] : device.options) {
-    text += separator + PercentEncoded(name);
+    text += separator + PercentEncoded(name, "=");
     if (!value.empty()) text.append("=").append(PercentEncoded(value));
     separator = '&';
   }
@@ -132,6 +132,7 @@ DeviceOptions ParseOptions(std::string_view text, char separator) {
   for (auto& [name, value] : options) {
     name = DecodedOrThrow(name);
     value = DecodedOrThrow(value);
+    if (name.empty()) throw SourceError("The device option '=" + value + "' has no name.");
   }
   return options;
 }

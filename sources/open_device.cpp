@@ -55,7 +55,8 @@ DeviceText ParseAnyDeviceText(const std::string& text) {
   return RecordingAt(text);
 }
 
-std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock) {
+std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
+                                   const Meanwhile& meanwhile) {
   DeviceText device = ParseAnyDeviceText(text);
   if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
     throw SourceError("The device '" + WithoutCredentials(text) + "' is of the unknown kind " +
@@ -69,7 +70,7 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock) {
   }
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
   if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock));
-  return OpenMqttDevice(device);
+  return OpenMqttDevice(device, meanwhile);
 }
 
 }  // namespace vantoscope

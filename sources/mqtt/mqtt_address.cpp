@@ -111,6 +111,7 @@ MqttAddress ParseMqttAddress(DeviceText device) {
   }
   if (const auto seconds = TakeNumber(device, "wait", 0.1, kLongestSeconds)) {
     address.wait = Milliseconds(*seconds);
+    address.patient = true;
   }
   RefuseOtherOptions(device, "tls, cafile, timeout and wait");
 
@@ -150,7 +151,7 @@ DeviceText MqttDeviceText(int model, const MqttAddress& address) {
   if (address.timeout != usual.timeout) {
     device.options.emplace_back("timeout", SecondsText(address.timeout));
   }
-  if (address.wait != usual.wait) device.options.emplace_back("wait", SecondsText(address.wait));
+  if (address.patient) device.options.emplace_back("wait", SecondsText(address.wait));
   return device;
 }
 

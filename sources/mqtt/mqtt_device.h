@@ -15,9 +15,10 @@ namespace vantoscope {
 class MqttDevice : public Device {
  public:
   /// Connects and waits, for `address.wait` at most, until the host's channel list is there and the
-  /// host says that it is open. Throws SourceError: no broker, not let in, no host, host closed.
-  /// `model` is 32 or 64.
-  MqttDevice(int model, const MqttAddress& address);
+  /// host says that it is open; for a broker that does not answer only if it is to be `patient`.
+  /// Throws SourceError: no broker, not let in, no host, host closed, given up. `model` is 32
+  /// or 64.
+  MqttDevice(int model, const MqttAddress& address, const Meanwhile& meanwhile = {});
   ~MqttDevice() override;
 
   [[nodiscard]] std::string Name() const override { return name_; }
@@ -46,6 +47,6 @@ class MqttDevice : public Device {
 };
 
 /// Opens the device of kind MQ that the text selects; throws SourceError.
-std::unique_ptr<Device> OpenMqttDevice(const DeviceText& device);
+std::unique_ptr<Device> OpenMqttDevice(const DeviceText& device, const Meanwhile& meanwhile);
 
 }  // namespace vantoscope

@@ -138,7 +138,7 @@ TEST(MqttAddress, ReadsTextsAndGivesThemInFull) {
   const std::tuple<const char*, const char*, bool> rows[] = {
       {"MQ64:lab-pc/bench", "MQ64:lab-pc:1883/bench", false},
       {"MQ64:h:8883/a", "MQ64:h:8883/a", true},
-      {"MQ64:h:9/a?tls&timeout=2.5&wait=5", "MQ64:h:9/a?tls&timeout=2.5", true},
+      {"MQ64:h:9/a?tls&timeout=2.5&wait=5", "MQ64:h:9/a?tls&timeout=2.5&wait=5", true},
       {"MQ64:h/a?cafile=/etc/my%20ca.pem", "MQ64:h:8883/a?cafile=/etc/my%20ca.pem", true},
       {"MQ64:[::1]:1885/a", "MQ64:[::1]:1885/a", false},
       {"MQ64:/run/m%20b.sock!lab/b%201", "MQ64:/run/m%20b.sock!lab/b%201", false},

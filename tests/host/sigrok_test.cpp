@@ -10,6 +10,10 @@
 #include "host/sigrok_values.h"
 #include "tests/support/refusal.h"
 
+// The demonstration driver of some releases keeps the channel lists of its packets.
+extern "C" const char* __lsan_default_suppressions() { return "leak:sr_session_run\n"; }
+extern "C" const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
+
 namespace vantoscope {
 namespace {
 

@@ -65,16 +65,6 @@ def test_meters_go_on_when_the_broker_is_restarted(plain_desk, persistence):
     assert "trying again" in host.said()
 
 
-def test_a_broker_that_stays_away_is_the_end(net):
-    net.publishing_host()
-    meter = net.live_meter(options="?timeout=1.5")
-    net.stop_broker()
-    stopped = time.monotonic()
-    assert meter.ends() == 0
-    assert 1.3 < time.monotonic() - stopped < 15
-    assert len(net.desk.settings("Tank1")) == 24
-
-
 def test_a_root_has_one_host(net):
     host = net.publishing_host()
     meter = net.live_meter()

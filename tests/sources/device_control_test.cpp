@@ -17,12 +17,14 @@ TEST(DeviceText, RoundTripsThroughItsParts) {
       {"FI32:/M_\xC3\xBC\"$(x);`%26%7F%3F%25.csv?range=-1..1&loop",
        {"FI", 32, "/M_\xC3\xBC\"$(x);`&\x7F?%.csv", {{"range", "-1..1"}, {"loop", ""}}}},
       {"XY07", {"XY", 7, "", {}}},
+      {"XY07?a%3Db=c=d", {"XY", 7, "", {{"a=b", "c=d"}}}},
   };
   for (const auto& [text, parts] : rows) {
     EXPECT_EQ(ParseDeviceText(text), parts) << text;
     EXPECT_EQ(FullText(parts), text);
   }
-  for (const char* broken : {"FI64:/a%", "FI64:/a%2", "FI64:/a%zz", "FI64:/a%00b", "FI64:?b=%4"}) {
+  for (const char* broken : {"FI64:/a%", "FI64:/a%2", "FI64:/a%zz", "FI64:/a%00b", "FI64:?b=%4",
+                             "FI64:a?=", "FI64:a?b&=c"}) {
     EXPECT_THROW(ParseDeviceText(broken), SourceError) << broken;
   }
 }
