@@ -16,6 +16,31 @@ constexpr int kFriendlyModel = 64;
 constexpr std::string_view kMqttPrefix = "mqtt://";
 constexpr std::string_view kSimulatorPrefix = "sim:";
 
+/// Refuses what is meant for no file, with what to write instead. A password in an address is not
+/// repeated.
+void RefuseNoPath(const std::string& text) {
+  const std::size_t scheme = text.find("://");
+  if (text.starts_with("sigrok:")) {
+    throw SourceError("The instrument '" + text + "' is read by telvixd: after 'telvixd --from " +
+                      text +
+                      " --to localhost:1883/lab/bench1' the device of a meter is "
+                      "mqtt://localhost:1883/lab/bench1.");
+  }
+  if (text.starts_with("file://")) {
+    throw SourceError("A recording is named by its path, as in /data/run.csv, without file://.");
+  }
+  if (text.starts_with("mqtts://")) {
+    throw SourceError("TLS is chosen by the port 8883 or by ?tls, as in mqtt://host:8883/root.");
+  }
+  if (scheme != std::string::npos || text.starts_with("mqtt:")) {
+    throw SourceError("A device does not begin with '" + text.substr(0, text.find(':') + 1) +
+                      "'; a host in the network is mqtt://host:port/root.");
+  }
+  if (text.find_first_of("./") == std::string::npos) {
+    throw SourceError("There is neither a device nor a file '" + text + "'; the simulator is sim.");
+  }
+}
+
 DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
   DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
@@ -27,6 +52,7 @@ DeviceText RecordingAt(const std::string& path) {
   }
   if (!std::filesystem::exists(device.rest, ignored)) {
     device.rest = PercentDecoded(device.rest).value_or(device.rest);
+    if (!std::filesystem::exists(device.rest, ignored)) RefuseNoPath(path);
   }
   return device;
 }
