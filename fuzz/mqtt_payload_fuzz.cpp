@@ -11,19 +11,22 @@ namespace {
 
 constexpr std::uint64_t kEpoch = 0x4141414141414141;
 
+const Scans kScan{5, 1, {std::vector<std::int16_t>{1}, std::vector<double>{2}}};
+
 std::span<const std::byte> Bytes(const std::string& text) { return std::as_bytes(std::span(text)); }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const HostInfo info{kEpoch, "SM64", 100, {{1, "A", "m", 0, 1, 1, 0}, {2, "B", "V", 0, 1, 1, 0}}};
+  const HostInfo info{
+      kEpoch, 1, "DM64", 100, {{1, "A", "m", 0, 1, Encoding::kInt16}, {2, "B", "V"}}};
   MqttFeed::Time now{};
   MqttFeed feed(std::chrono::seconds(30));
   feed.OnConnected(now);
   if (size > 0 && data[0] % 2 == 0) {
     feed.OnMessage("info", Bytes(EncodeInfo(info)), true, now);
     feed.OnMessage("state", Bytes(EncodeState({true, kEpoch, HostTimes{2000, 1000}})), true, now);
-    feed.OnMessage("scan", EncodeScans({5, 1, {1, 2}}, 2, kEpoch, {3000, 2000}), false, now);
+    feed.OnMessage("scan", EncodeScans(kScan, kEpoch, 1, {3000, 2000}), false, now);
   }
   for (std::size_t at = 1; at + 3 <= size;) {
     const std::uint8_t kind = data[at];

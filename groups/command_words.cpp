@@ -10,6 +10,7 @@
 #include "groups/command_line.h"
 #include "text/characters.h"
 #include "text/numbers.h"
+#include "text/shown_text.h"
 #include "text/utf8.h"
 #include "text/words.h"
 
@@ -138,15 +139,6 @@ std::string Sentence(const std::vector<std::string_view>& words, std::size_t at)
   return at == 2 ? IndexSentence(*value) : "";
 }
 
-/// The text without what may be a user name and a password before an "@".
-std::string WithoutPassword(std::string_view text) {
-  const std::size_t at = text.rfind('@');
-  const std::size_t colon = text.find(':');
-  if (at == std::string_view::npos || colon > at) return std::string(text);
-  const std::size_t begin = colon + (text.substr(colon).starts_with("://") ? 3 : 1);
-  return std::string(text.substr(0, begin)) + "..." + std::string(text.substr(at));
-}
-
 /// A box would break its lines behind the hyphen of a form; a word joiner prevents that.
 std::string WithoutBreaksBehindHyphens(std::string text) {
   constexpr std::string_view kOpening = "\"-";
@@ -184,7 +176,7 @@ std::string NoDeviceText(const WordCheck& check) {
 }
 
 std::string ShownWord(std::string_view word) {
-  std::string text = WithoutPassword(word);
+  std::string text = WithoutCredentials(word);
   std::ranges::replace_if(text, IsControl, '?');
   if (const std::size_t length = BytesOfCharacters(text, kLongestWord); length < text.size()) {
     text.resize(length);

@@ -170,12 +170,4 @@ void PosixProcessStart::Start(const std::string& command_text, int window_style)
                         "The program " + words[0] + " cannot be started: " + reason + ".");
 }
 
-void FillStandardDescriptors() {
-  int descriptor = 0;
-  do {
-    descriptor = open("/dev/null", O_RDWR);
-  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-  if (descriptor >= 0) close(descriptor);
-}
-
 }  // namespace vantoscope

@@ -27,8 +27,4 @@ class PosixProcessStart final : public ProcessStart {
   Launches& launches_;
 };
 
-/// Opens /dev/null in the place of each standard descriptor that this process was started without,
-/// before anything else can get its number and be taken for it, by this process or a child.
-void FillStandardDescriptors();
-
 }  // namespace vantoscope

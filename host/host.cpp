@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <ctime>
+#include <optional>
 #include <random>
 #include <utility>
 #include <variant>
@@ -15,8 +17,15 @@ using std::chrono::steady_clock;
 
 // A host that falls silent on the network is declared gone by its broker after 1.5 times this.
 constexpr std::chrono::seconds kKeepAlive{20};
-constexpr milliseconds kFarewell{2'000};
+constexpr milliseconds kFarewell{500};
 constexpr std::size_t kBlockWords = 1 << 16;
+// What a gigabit network takes.
+constexpr double kMostBytesPerSecond = 100e6;
+constexpr milliseconds kTurn = kSignOfLife / 4;
+// Between two looks whether the broker takes more of what waits.
+constexpr milliseconds kSendOn{10};
+// Messages that the library has and has not sent; the rest waits where it can be dropped.
+constexpr std::size_t kMostInLibrary = 16;
 
 std::uint64_t DrawEpoch() {
   std::random_device random;
@@ -30,13 +39,25 @@ std::int64_t Microseconds() {
   return std::int64_t{1'000'000} * now.tv_sec + now.tv_nsec / 1000;
 }
 
-/// 0 when the time has come, else the signal that asks for the end.
-int SleepUntil(steady_clock::time_point time, const sigset_t& ends) {
-  const auto left = std::max(time - steady_clock::now(), steady_clock::duration::zero());
-  timespec wait{};
-  wait.tv_sec = static_cast<time_t>(left / std::chrono::seconds(1));
-  wait.tv_nsec = static_cast<long>((left % std::chrono::seconds(1)).count());
-  return std::max(sigtimedwait(&ends, nullptr, &wait), 0);
+void CheckRate(const Device& device) {
+  double bytes = 0;
+  for (const ChannelInfo& channel : device.Channels()) {
+    bytes += channel.encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
+  }
+  if (bytes * device.SampleRate() <= kMostBytesPerSecond) return;
+  throw SourceError("The device " + device.Name() + " gives " +
+                    std::to_string(std::llround(bytes * device.SampleRate() / 1e6)) +
+                    " MB a second, more than the " +
+                    std::to_string(std::llround(kMostBytesPerSecond / 1e6)) +
+                    " that a network takes; choose a lower rate or fewer channels.");
+}
+
+/// A device need not hold more scans than fit into one message.
+milliseconds Shortened(milliseconds interval, double rate) {
+  const double most = 1000.0 * (kMaxWireScans / 4) / rate;
+  return most < static_cast<double>(interval.count())
+             ? milliseconds(std::max(std::lround(most), 1L))
+             : interval;
 }
 
 }  // namespace
@@ -46,13 +67,19 @@ Host::Host(Device& device, const MqttAddress& address, std::function<void(const 
       address_(address),
       say_(std::move(say)),
       scans_(device, say_, steady_clock::now()),
+      outbox_(
+          [this] { return link_.Outstanding() < kMostInLibrary; },
+          [this](std::string_view leaf, std::span<const std::byte> payload, int qos) {
+            link_.Publish(Topic(leaf), payload, qos, true);
+          },
+          [this](const std::string& line) { say_("the " + address_.BrokerText() + ' ' + line); }),
       publication_(
           {.epoch = DrawEpoch(),
            .device = device.Name(),
            .rate = device.SampleRate(),
            .channels = device.Channels()},
           [this](std::string_view leaf, std::span<const std::byte> payload, int qos) {
-            link_.Publish(Topic(leaf), payload, qos, true);
+            outbox_.Put(leaf, payload, qos);
           },
           [this](const std::string& line) { say_(address_.root + ": " + line); },
           [this] { return Times(); }),
@@ -61,38 +88,74 @@ Host::Host(Device& device, const MqttAddress& address, std::function<void(const 
             {.connected = [this] { events_.Put(LinkConnected{}); },
              .lost = [this](const std::string& why, bool) { events_.Put(LinkLost{why}); },
              .message = [this](const std::string& topic, std::span<const std::byte> payload,
-                               bool retained) { OnMessage(topic, payload, retained); }}) {}
+                               bool retained) { OnMessage(topic, payload, retained); }}) {
+  CheckRate(device);
+}
 
-int Host::Run(milliseconds interval, const sigset_t& ends) {
+int Host::Run(milliseconds interval, EndWatch& end) {
+  interval = Shortened(interval, device_.SampleRate());
   link_.Connect();
   device_.Start();
-  auto next = steady_clock::now();
-  while (true) {
-    HandleEvents();
-    publication_.OnTime(steady_clock::now());
-    if (publication_.Over()) break;
-    if (steady_clock::now() >= next) {
-      // Asked before the last scans are taken.
-      const bool ended = device_.HostGone();
-      PublishNew();
-      if (ended) {
-        say_("the device " + device_.Name() + " has ended");
-        break;
-      }
-      // Late after a pause of the machine: go on from now instead of catching up tick by tick.
-      next = std::max(next + interval, steady_clock::now());
+  std::optional<int> code;
+  while (!code) {
+    try {
+      code = Turn(interval);
+    } catch (const SourceError& error) {
+      say_(error.what());
+      code = 1;
     }
+    if (code) break;
+    const auto now = steady_clock::now();
     // Signs of life wait for no block.
-    if (const int signal = SleepUntil(std::min(next, steady_clock::now() + kSignOfLife), ends)) {
-      say_(std::string("ending on ") + (signal == SIGINT ? "SIGINT" : "SIGTERM or SIGHUP"));
-      break;
+    end.WaitUntil(std::min(next_block_, now + (outbox_.Empty() ? kTurn : kSendOn)));
+    if (const int signal = end.Signal()) {
+      say_(std::string("ending on SIG") + sigabbrev_np(signal));
+      code = 0;
     }
   }
-  const int code = publication_.Over() ? 1 : 0;
+  return End(*code, end);
+}
+
+/// Everything that is due, and at most one block; the exit code when it is over.
+std::optional<int> Host::Turn(milliseconds interval) {
+  HandleEvents();
+  const auto now = steady_clock::now();
+  publication_.OnTime(now);
+  if (publication_.Over()) return 1;
+  outbox_.SendOn();
+  TellManager();
+  if (now < next_block_) return std::nullopt;
+  // Asked before the last scans are taken.
+  const std::optional<std::string> ended = device_.HostGone();
+  if (PublishNew()) return std::nullopt;
+  if (ended) {
+    say_(*ended);
+    return 0;
+  }
+  // Late after a pause of the machine: go on from now instead of catching up tick by tick.
+  next_block_ = std::max(next_block_ + interval, now);
+  return std::nullopt;
+}
+
+int Host::End(int code, EndWatch& end) {
+  end.EndWith(code);
+  manager_.Stopping();
+  outbox_.Open();
   publication_.Close();
   link_.Flush(kFarewell);
   device_.Stop();
   return code;
+}
+
+void Host::TellManager() {
+  manager_.Alive(steady_clock::now());
+  const std::string status = publication_.Publishing()
+                                 ? "publishing " + device_.Name() + " under " + address_.root
+                                 : (connected_ ? "looking at " + address_.root
+                                               : "trying to reach the " + address_.BrokerText());
+  if (status == status_) return;
+  status_ = status;
+  publication_.Publishing() ? manager_.Ready(status) : manager_.Status(status);
 }
 
 std::string Host::Topic(std::string_view leaf) const {
@@ -135,6 +198,7 @@ void Host::OnConnected() {
 
 void Host::OnLost(const std::string& why) {
   SayLost(why);
+  outbox_.Drop();
   publication_.OnLost();
   listening_ = false;
 }
@@ -152,16 +216,15 @@ void Host::SayLost(const std::string& why) {
   last_loss_ = why;
 }
 
-void Host::PublishNew() {
+/// True when there may be more.
+bool Host::PublishNew() {
   const std::size_t limit =
       std::clamp<std::size_t>(kBlockWords / device_.Channels().size(), 1, kMaxWireScans);
-  RawScans scans;
-  do {
-    scans = scans_.Next(limit, steady_clock::now());
-    if (scans.scans > 0 && publication_.Publishing()) {
-      publication_.SendScans(scans);
-    }
-  } while (scans.scans == limit);
+  const Scans scans = scans_.Next(limit, steady_clock::now());
+  // What the device gave may stand under other units than before.
+  publication_.SetChannels(device_.Channels());
+  if (scans.scans > 0 && publication_.Publishing()) publication_.SendScans(scans);
+  return scans.scans == limit;
 }
 
 HostTimes Host::Times() {

@@ -2,15 +2,18 @@
 #pragma once
 
 #include <chrono>
-#include <csignal>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "host/end_watch.h"
 #include "host/link_events.h"
+#include "host/outbox.h"
 #include "host/publication.h"
 #include "host/rising_scans.h"
+#include "host/service_manager.h"
 #include "sources/device.h"
 #include "sources/mqtt/mqtt_address.h"
 #include "sources/mqtt/mqtt_link.h"
@@ -19,21 +22,26 @@ namespace vantoscope {
 
 class Host {
  public:
-  /// `say` takes one line for the user. Throws SourceError like MqttLink.
+  /// `say` takes one line for the user. Throws SourceError like MqttLink, and for a device that
+  /// gives more than a network takes.
   Host(Device& device, const MqttAddress& address, std::function<void(const std::string&)> say);
 
-  /// Publishes a block every `interval` until the device ends, one of the signals `ends` comes
-  /// (which every thread has to block) or another host has the root; gives the exit code.
-  int Run(std::chrono::milliseconds interval, const sigset_t& ends);
+  /// Publishes a block every `interval`, sooner where it would be too large, until the device ends
+  /// or fails, a signal asks for the end or another host has the root; gives the exit code.
+  int Run(std::chrono::milliseconds interval, EndWatch& end);
 
  private:
+  using Time = std::chrono::steady_clock::time_point;
   [[nodiscard]] std::string Topic(std::string_view leaf) const;
   void OnMessage(const std::string& topic, std::span<const std::byte> payload, bool retained);
   void HandleEvents();
   void OnConnected();
   void OnLost(const std::string& why);
   void SayLost(const std::string& why);
-  void PublishNew();
+  std::optional<int> Turn(std::chrono::milliseconds interval);
+  bool PublishNew();
+  void TellManager();
+  int End(int code, EndWatch& end);
   HostTimes Times();
 
   Device& device_;
@@ -45,6 +53,10 @@ class Host {
   std::string last_loss_;
   bool listening_ = false;  // to the scans of another host
   RisingScans scans_;
+  Time next_block_{};
+  ServiceManager manager_;
+  std::string status_;
+  Outbox outbox_;
   Publication publication_;
   MqttLink link_;  // last: its thread uses what stands above
 };

@@ -8,10 +8,10 @@ namespace vantoscope {
 RisingScans::RisingScans(Device& device, std::function<void(const std::string&)> say, Time now)
     : device_(device), say_(std::move(say)), last_scan_(now) {}
 
-RawScans RisingScans::Next(std::size_t limit, Time now) {
+Scans RisingScans::Next(std::size_t limit, Time now) {
   using Seconds = std::chrono::duration<double>;
   constexpr Seconds kLookAgain{2};
-  RawScans scans = device_.ScansSince(next_, limit);
+  Scans scans = device_.ScansSince(next_, limit);
   if (scans.scans > 0) {
     next_ = scans.first + static_cast<std::int64_t>(scans.scans);
     scans.first += ahead_;
@@ -24,7 +24,7 @@ RawScans RisingScans::Next(std::size_t limit, Time now) {
 }
 
 void RisingScans::LookAgain() {
-  const RawScans newest = device_.ScansSince(-1, 1);
+  const Scans newest = device_.ScansSince(-1, 1);
   if (newest.scans == 0 || newest.first + 1 >= next_) return;
   say_("the device begins again at scan " + std::to_string(newest.first));
   ahead_ += next_ + 1 - newest.first;

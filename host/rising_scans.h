@@ -23,7 +23,7 @@ class RisingScans {
 
   /// The next scans, at most `limit`; at first the newest one. A device without a new scan for two
   /// seconds, or three scans' time, is asked whether it began again.
-  RawScans Next(std::size_t limit, Time now);
+  Scans Next(std::size_t limit, Time now);
 
  private:
   void LookAgain();

@@ -1,10 +1,10 @@
-// Scans out of words that come signal by signal, in packets that need not keep step with each
+// Scans out of values that come signal by signal, in packets that need not keep step with each
 // other.
 //
-// An instrument that samples at a rate gives as many words of every signal: the first word of each
-// makes scan 0, and so on; a scan waits until its last word is there. An instrument without a rate
-// (a multimeter) gives a word now and then: its scans hold the last one, at a rate of ours and for
-// five seconds at most. No thread and no clock of its own: times are handed in.
+// An instrument that samples at a rate gives as many values of every signal: the first value of
+// each makes scan 0, and so on; a scan waits until its last value is there. An instrument without a
+// rate (a multimeter) gives a value now and then: its scans hold the last one, at a rate of ours
+// and for five seconds at most. No thread and no clock of its own: times are handed in.
 #pragma once
 
 #include <chrono>
@@ -22,9 +22,9 @@ namespace vantoscope {
 class ScanAssembly {
  public:
   using Time = std::chrono::steady_clock::time_point;
-  /// How long the last word of a signal holds.
+  /// How long the last value of a signal holds.
   static constexpr std::chrono::seconds kHold{5};
-  /// Words of a signal that wait for those of others; what is beyond is lost.
+  /// Values of a signal that wait for those of others; what is beyond is lost.
   static constexpr std::size_t kMostWaiting = 1 << 20;
   static constexpr std::size_t kHeldScans = 1 << 16;
 
@@ -32,26 +32,26 @@ class ScanAssembly {
   ScanAssembly(std::size_t signals, std::optional<double> hold_rate)
       : signals_(signals), hold_rate_(hold_rate) {}
 
-  /// Whether the signal has given a word.
+  /// Whether the signal has given a value.
   [[nodiscard]] bool Seen(std::size_t signal) const { return signals_[signal].last.has_value(); }
   [[nodiscard]] bool AllSeen() const;
-  /// The scans begin, of the signals in `list`, in this order. Once; every one of them has been
-  /// seen.
-  void Begin(std::vector<std::size_t> list, Time now);
+  /// The scans begin, of the signals in `list`, in this order; `channels` are their entries. Once;
+  /// every one of them has been seen.
+  void Begin(std::vector<std::size_t> list, std::vector<ChannelInfo> channels, Time now);
 
-  /// The next words of a signal.
-  void Take(std::size_t signal, std::span<const std::int16_t> words, Time now);
+  /// The next values of a signal.
+  void Take(std::size_t signal, std::span<const double> values, Time now);
   /// The scans up to `now`. Only after Begin.
   const ScanRing& Scans(Time now);
-  /// Seconds since the newest word, or the newest whole scan of an instrument that has a rate.
+  /// Seconds since the newest value, or the newest whole scan of an instrument that has a rate.
   [[nodiscard]] double Age(Time now) const {
-    return std::chrono::duration<double>(now - (hold_rate_ ? last_word_ : last_scan_)).count();
+    return std::chrono::duration<double>(now - (hold_rate_ ? last_value_ : last_scan_)).count();
   }
 
  private:
   struct Signal {
-    std::optional<std::int16_t> last;
-    std::deque<std::int16_t> waiting;
+    std::optional<double> last;
+    std::deque<double> waiting;
   };
   void AppendWhole(Time now);
   void AppendHeld(Time now);
@@ -59,9 +59,10 @@ class ScanAssembly {
   std::vector<Signal> signals_;
   std::optional<double> hold_rate_;
   std::vector<std::size_t> list_;
+  std::vector<ChannelInfo> channels_;
   std::optional<ScanRing> ring_;
   Time begin_;
-  Time last_word_;
+  Time last_value_;
   Time last_scan_;
 };
 

@@ -25,10 +25,9 @@ std::string UnitOf(const sr_datafeed_analog& analog) {
   return text.erase(0, text.find_first_not_of(' '));
 }
 
-/// One word for each digit of a multimeter.
 Range RangeOfDigits(const sr_analog_encoding& encoding) {
   const double digit = std::pow(encoding.is_digits_decimal ? 10.0 : 2.0, -encoding.digits);
-  return {.low = -kSigrokSteps * digit, .high = kSigrokSteps * digit};
+  return {.low = -32767 * digit, .high = 32767 * digit};
 }
 
 /// The analog channels, still without unit and range, and the logic ones behind them.
@@ -79,7 +78,7 @@ void SigrokDevice::OnAnalog(const sr_datafeed_analog& analog) {
     if (found == analog_.end()) continue;
     const auto place = static_cast<std::size_t>(found - analog_.begin());
     if (!scans_.Seen(place)) Calibrate(place, analog);
-    scans_.Take(place, AnalogWords(values, width, column, signals_[place]), steady_clock::now());
+    scans_.Take(place, AnalogValues(values, width, column), steady_clock::now());
   }
 }
 
@@ -87,7 +86,7 @@ void SigrokDevice::OnLogic(const sr_datafeed_logic& logic) {
   const std::span bytes(static_cast<const std::uint8_t*>(logic.data), logic.length);
   const std::size_t known = signals_.size() - analog_.size();
   for (std::size_t byte = 0; byte < std::min<std::size_t>(known, logic.unitsize); ++byte) {
-    scans_.Take(analog_.size() + byte, LogicWords(bytes, logic.unitsize, byte),
+    scans_.Take(analog_.size() + byte, LogicValues(bytes, logic.unitsize, byte),
                 steady_clock::now());
   }
 }
@@ -103,8 +102,9 @@ void SigrokDevice::OnEnded() {
 void SigrokDevice::Calibrate(std::size_t place, const sr_datafeed_analog& analog) {
   std::optional<Range> range = settings_.range;
   if (!range) range = instrument_.RangeOf(*analog_[place]);
-  SpreadAroundMiddle(signals_[place], range.value_or(RangeOfDigits(*analog.encoding)),
-                     kSigrokSteps);
+  if (!range) range = RangeOfDigits(*analog.encoding);
+  signals_[place].low = range->low;
+  signals_[place].high = range->high;
   signals_[place].unit = UnitOf(analog);
 }
 
@@ -129,7 +129,7 @@ void SigrokDevice::ListChannels() {
     throw SourceError("The instrument " + settings_.driver + " gives no values.");
   }
   for (const std::size_t place : list) channels_.push_back(signals_[place]);
-  scans_.Begin(std::move(list), steady_clock::now());
+  scans_.Begin(std::move(list), channels_, steady_clock::now());
 }
 
 double SigrokDevice::LatestValue(std::int16_t channel) {
@@ -143,7 +143,7 @@ std::optional<Block> SigrokDevice::GetData(std::int16_t count, std::int32_t mode
   return scans_.Scans(steady_clock::now()).Newest(static_cast<std::size_t>(count), mode, channels_);
 }
 
-RawScans SigrokDevice::ScansSince(std::int64_t next, std::size_t limit) {
+Scans SigrokDevice::ScansSince(std::int64_t next, std::size_t limit) {
   const std::scoped_lock lock(mutex_);
   return scans_.Scans(steady_clock::now()).Since(next, limit);
 }
@@ -154,9 +154,10 @@ Freshness SigrokDevice::DataFreshness() {
                      ended_ ? "the instrument has ended" : "the instrument is silent");
 }
 
-bool SigrokDevice::HostGone() {
+std::optional<std::string> SigrokDevice::HostGone() {
   const std::scoped_lock lock(mutex_);
-  return ended_;
+  if (!ended_) return std::nullopt;
+  return "The instrument " + settings_.driver + " has ended.";
 }
 
 }  // namespace vantoscope

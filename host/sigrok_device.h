@@ -2,9 +2,8 @@
 //
 // Analog channels come as 1, 2, ... in the instrument's order with the unit that it reports. Their
 // range is `range`, or else what the library tells: the vertical divisions of an oscilloscope, the
-// amplitude of a generator, or the resolution of a multimeter (then a word is one digit). A value
-// beyond it is clipped. Eight logic channels make one digital input, the first of them in bit 8 of
-// the word; it stands before the last analog channel.
+// amplitude of a generator, or what 32767 digits of a multimeter are. Eight logic channels make one
+// digital input, the first of them in bit 8 of the word; it stands before the last analog channel.
 //
 // An instrument with a sample rate is read sample by sample, at `rate` (1000) if it can. One
 // without (a multimeter) is read as `rate` (then 10) scans per second that hold its last value, for
@@ -36,9 +35,9 @@ class SigrokDevice : public Device {
   void Stop() override {}
   double LatestValue(std::int16_t channel) override;
   std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override;
-  RawScans ScansSince(std::int64_t next, std::size_t limit) override;
+  Scans ScansSince(std::int64_t next, std::size_t limit) override;
   Freshness DataFreshness() override;
-  bool HostGone() override;
+  std::optional<std::string> HostGone() override;
 
  private:
   void OnPacket(const sr_datafeed_packet& packet);

@@ -3,17 +3,23 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <string>
 
+#include "host/end_watch.h"
 #include "host/host.h"
 #include "host/sigrok_device.h"
+#include "program/standard_descriptors.h"
 #include "sources/open_device.h"
+#include "text/shown_text.h"
 #include "text/version.h"
 
 namespace vantoscope {
 namespace {
+
+constexpr int kWrongCommandLine = 2;
 
 struct Options {
   std::string from = std::string(kDefaultDevice);
@@ -21,29 +27,48 @@ struct Options {
   int interval_ms = 40;
 };
 
-void Say(const std::string& line) { std::cerr << "telvixd: " << line << std::endl; }
+/// In one piece, whoever else writes there.
+void Say(const std::string& line) { std::cerr << "telvixd: " + Escaped(line) + '\n' << std::flush; }
+
+int SayWrong(const std::string& why) {
+  Say(why);
+  return kWrongCommandLine;
+}
 
 std::unique_ptr<Device> OpenAny(const std::string& text) {
   if (text.starts_with(kSigrokPrefix)) return std::make_unique<SigrokDevice>(text);
   return OpenDevice(text);
 }
 
-int Run(const Options& options) {
-  const MqttAddress address = ParseMqttTarget(options.to);
-  // Before any thread begins, so that only the wait between two blocks takes them.
-  sigset_t ends;
-  sigemptyset(&ends);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ends, signal);
-  pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+int Run(const Options& options, const MqttAddress& address) {
+  EndWatch end;
   const std::unique_ptr<Device> device = OpenAny(options.from);
   Host host(*device, address, Say);
-  return host.Run(std::chrono::milliseconds(options.interval_ms), ends);
+  return host.Run(std::chrono::milliseconds(options.interval_ms), end);
+}
+
+int RunGuarded(const Options& options) {
+  std::optional<MqttAddress> address;
+  try {
+    address = ParseMqttTarget(options.to);
+  } catch (const SourceError& error) {
+    return SayWrong(std::string("--to: ") + error.what());
+  }
+  try {
+    return Run(options, *address);
+  } catch (const std::exception& error) {
+    Say(error.what());
+    return EXIT_FAILURE;
+  }
 }
 
 }  // namespace
 }  // namespace vantoscope
 
 int main(int argc, char** argv) {
+  vantoscope::FillStandardDescriptors();
+  // A reader of standard error that goes away is no end.
+  std::signal(SIGPIPE, SIG_IGN);
   vantoscope::Options options;
   CLI::App app(
       "Acquires from one device and publishes its scans through an MQTT broker, so that meters on "
@@ -60,22 +85,28 @@ int main(int argc, char** argv) {
                  "Broker and root topic, HOST[:PORT]/ROOT or /SOCKET!ROOT;\n"
                  "port 8883 or ?tls means TLS, ?cafile=PATH whom to trust")
       ->required();
-  app.add_option("--interval", options.interval_ms, "Milliseconds between blocks (40)")
+  app.add_option("--interval", options.interval_ms, "Milliseconds between blocks, at most (40)")
       ->check(CLI::Range(1, 10'000));
   app.set_version_flag("--version", vantoscope::VersionText("telvixd"));
   app.footer(
       "Environment:\n"
       "  VANTOSCOPE_MQTT_CREDENTIALS   file with the user name in its first line and the password\n"
       "                                in its second\n\n"
+      "Exit code: 0 for an end that was asked for or that the device came to, 1 for what failed,\n"
+      "2 for a wrong command line.\n\n"
       "Example:\n"
       "  mosquitto -p 1883 &\n"
       "  telvixd --from sim --to localhost:1883/lab/bench1 &\n"
       "  vantoscope -dmqtt://localhost:1883/lab/bench1 -nBench -i-1");
-  CLI11_PARSE(app, argc, argv);
   try {
-    return vantoscope::Run(options);
-  } catch (const std::exception& error) {
-    vantoscope::Say(error.what());
-    return 1;
+    app.parse(argc, argv);
+  } catch (const CLI::Success& wanted) {
+    return app.exit(wanted);
+  } catch (const CLI::ExtrasError&) {
+    const std::string word = vantoscope::WithoutCredentials(app.remaining().front());
+    return vantoscope::SayWrong('"' + word + "\" belongs to no option; --help shows what there is");
+  } catch (const CLI::ParseError& error) {
+    return vantoscope::SayWrong(error.what());
   }
+  return vantoscope::RunGuarded(options);
 }

@@ -21,8 +21,10 @@
 #include "program/ending.h"
 #include "program/launch_watch.h"
 #include "program/meter_watch.h"
+#include "program/standard_descriptors.h"
 #include "program/termination.h"
 #include "program/usage.h"
+#include "program/waiting_box.h"
 #include "settings/command1_click.h"
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
@@ -68,6 +70,7 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
   form.OnUnload = [&] { UnloadMeter(meter); };
   meter.telvix.HostClosed = [&] {
     form.LookAgain();
+    watch.SayWhyHostClosed();
     EndByHost(meter);
   };
 }
@@ -86,11 +89,11 @@ void CloseBox() {
   if (QWidget* box = QApplication::activeModalWidget()) box->close();
 }
 
-void ReportStartError(const SourceError& error, bool in_group, LaunchReport& launcher) {
+void ReportStartError(const SourceError& error, bool quietly, LaunchReport& launcher) {
   std::cerr << "vantoscope: " << error.what() << std::endl;
   launcher.Failed(error.what());
   // One box per process would be a screen full of them in a group: the first meter shows one.
-  if (!in_group) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
+  if (!quietly) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
 }
 
 WordCheck SayWordsWithoutEffect(const std::string& command_line) {
@@ -135,7 +138,9 @@ int Run(int count, char** arguments) {
   const auto application = CreateApplication(
       arguments[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
   Form0 form(!in_group);
-  DeviceControl telvix;
+  WaitingBox waiting;
+  DeviceControl telvix(SystemTime,
+                       [&](const std::string& sentence) { return waiting.Look(sentence); });
   ProfileFile profile;
   Launches launches;
   PosixProcessStart processes(launches);
@@ -163,7 +168,7 @@ int Run(int count, char** arguments) {
     host_timer.stop();
     termination.OnRequest = CloseBox;
     termination.Watch();
-    ReportStartError(error, in_group, launcher);
+    ReportStartError(error, in_group || waiting.GivenUp(), launcher);
     return EXIT_FAILURE;
   }
   termination.Watch();

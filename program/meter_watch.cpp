@@ -50,6 +50,10 @@ void MeterWatch::LookAfterTick() {
   if (shown_ != ReadingState::Live && shown_ != ReadingState::Simulated) Look();
 }
 
+void MeterWatch::SayWhyHostClosed() const {
+  std::cerr << "vantoscope: " << form_.Title() << ": " << source_.WhyClosed() << std::endl;
+}
+
 std::string MeterWatch::About() {
   const MeterConfig& config = meter_.config;
   const std::int16_t index = meter_.runtime.ChannelIndex;

@@ -19,6 +19,8 @@ class MeterWatch {
   void Look();
   /// After a tick: a reading that was in doubt is live at its first new value.
   void LookAfterTick();
+  /// The host has gone, and the meter ends.
+  void SayWhyHostClosed() const;
   /// The device was named for a group in which no user has named one.
   void SetNobodyNamedDevice() { somebody_named_device_ = false; }
   /// While the settings are open no tick runs.

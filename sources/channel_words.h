@@ -1,8 +1,10 @@
 // How the signed 16-bit words of a channel and its values in engineering units come from each
-// other: for the special channels, and for the ways in which a range is spread over the words.
+// other, and what that means for its samples.
 #pragma once
 
 #include <cstdint>
+#include <span>
+#include <vector>
 
 #include "meter/channel_number.h"
 #include "sources/device.h"
@@ -14,10 +16,7 @@ namespace vantoscope {
 /// counter counts from 0 to 16384.
 ChannelInfo SpecialChannel(std::int16_t number);
 
-/// Sets the range of an analog channel and its words: -32768 at the low end, 32767 at the high one.
-void SpreadOver(ChannelInfo& info, Range range);
-
-/// Sets the range of an analog channel and its words: 0 in the middle, `steps` of them to each end.
+/// Makes a channel one of words and sets its range: word 0 in the middle, `steps` to each end.
 void SpreadAroundMiddle(ChannelInfo& info, Range range, double steps);
 
 /// From the words of one channel to its values; small, to be copied into a loop.
@@ -36,8 +35,17 @@ class WordScale {
   double offset_;
 };
 
-/// The word behind a value of that channel, the nearest there is.
+/// The word behind a value of that channel, the nearest there is. A channel without words of its
+/// own has its present range spread over all of them. What is missing is the lowest word.
 std::int16_t WordOf(const ChannelInfo& info, double value);
+
+/// Values of that channel as its samples.
+Samples SamplesOf(const ChannelInfo& info, std::vector<double> values);
+/// Samples of that channel as elements of a block, from the place `from` on; see Device::GetData.
+void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const std::int16_t> words,
+                    double* to);
+void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const double> values,
+                    double* to);
 
 /// The value of a channel whose values somebody writes as numbers: the number itself, but for a
 /// digital input the byte that it stands for, signed or not: -1 is 255.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,28 +10,31 @@
 
 #include "meter/data_source.h"
 #include "meter/reading_state.h"
-#include "sources/raw_scans.h"
+#include "sources/scans.h"
 
 namespace vantoscope {
 
-/// One entry of a device's channel list. The 16-bit word w of a scan stands for the number
-/// `offset + factor * w` in `unit`; that of a digital input for its byte (see channel_words.h).
+/// One entry of a device's channel list. Where the samples are 16-bit words, a word w stands for
+/// the number `offset + factor * w` in `unit`; that of a digital input for its byte
+/// (channel_words.h).
 struct ChannelInfo {
   std::int16_t number = 0;  ///< see Telvix1::ChannelNumber
   std::string name;         ///< as the device calls it; may be empty
   std::string unit;         ///< UTF-8; may be empty
-  double low = 0;           ///< range in `unit`; encloses the data
+  double low = 0;           ///< range in `unit`; encloses the data, but for what is over range
   double high = 0;
-  double factor = 1;  ///< `unit` per word step
-  double offset = 0;  ///< `unit` at word 0
+  Encoding encoding = Encoding::kFloat64;
+  double factor = 1;  ///< only of words: `unit` per word step
+  double offset = 0;  ///< only of words: `unit` at word 0
 
   bool operator==(const ChannelInfo&) const = default;
 };
 
 /// Every operation runs on one thread and may throw SourceError. Indices, counts and modes are in
-/// range: the control has looked at them (device_control.h). The channel list, its ranges and
-/// the rate are known from the moment the device exists and do not change; but a file that is
-/// followed widens `low` and `high` (never factor and offset) when values go beyond them.
+/// range: the control has looked at them (device_control.h). The channel list and the rate are
+/// known from the moment the device exists. Name, unit and range of a channel may change while it
+/// runs, but only within a call of GetData, LatestValue or ScansSince, and seldom: a range grows in
+/// steps. Scans from before a change of unit are not held any more.
 class Device {
  public:
   Device() = default;
@@ -51,12 +55,17 @@ class Device {
   /// The scans from index `next` on that have been acquired by now, at most `limit` of them. Starts
   /// later than `next` when those are no longer held; empty when there is none yet. A `next` below
   /// 0 stands for the newest scan.
-  virtual RawScans ScansSince(std::int64_t next, std::size_t limit) = 0;
+  virtual Scans ScansSince(std::int64_t next, std::size_t limit) = 0;
   /// How old the newest scan is, and why there is none newer, whether or not anybody fetches scans.
   /// Never throws. Cheap; asked a few times a second.
   virtual Freshness DataFreshness() = 0;
-  /// True from the moment on when the host is gone for good. Cheap; asked a few times a second.
-  virtual bool HostGone() = 0;
+  /// Why, in one sentence, from the moment on when the host is gone for good. Cheap; asked a few
+  /// times a second.
+  virtual std::optional<std::string> HostGone() = 0;
 };
+
+/// Called several times a second while a device that takes its time is opened, with what is missing
+/// in one sentence, and with an empty one when that is over; false gives up.
+using Meanwhile = std::function<bool(const std::string& sentence)>;
 
 }  // namespace vantoscope

@@ -6,7 +6,8 @@
 
 namespace vantoscope {
 
-DeviceControl::DeviceControl(Clock clock) : clock_(std::move(clock)) {}
+DeviceControl::DeviceControl(Clock clock, Meanwhile meanwhile)
+    : clock_(std::move(clock)), meanwhile_(std::move(meanwhile)) {}
 
 Device& DeviceControl::Opened() {
   if (!device_) device_ = OpenDevice(std::string(kDefaultDevice), clock_);
@@ -26,7 +27,7 @@ const ChannelInfo& DeviceControl::Channel(std::int16_t channel) {
 std::string DeviceControl::DeviceName() { return Opened().Name(); }
 
 void DeviceControl::SetDeviceName(const std::string& text) {
-  device_ = OpenDevice(text, clock_);
+  device_ = OpenDevice(text, clock_, meanwhile_);
   named_ = true;
 }
 
@@ -68,9 +69,9 @@ Freshness DeviceControl::DataFreshness() { return Opened().DataFreshness(); }
 std::string DeviceControl::ChannelName(std::int16_t channel) { return Channel(channel).name; }
 
 void DeviceControl::CheckHost() {
-  if (host_closed_ || !device_ || !device_->HostGone()) return;
-  host_closed_ = true;
-  if (HostClosed) HostClosed();
+  if (why_closed_ || !device_) return;
+  why_closed_ = device_->HostGone();
+  if (why_closed_ && HostClosed) HostClosed();
 }
 
 }  // namespace vantoscope

@@ -15,7 +15,7 @@ namespace vantoscope {
 /// written. SetStartupToggle has no effect that shows.
 class DeviceControl final : public Telvix1 {
  public:
-  explicit DeviceControl(Clock clock = SystemTime);
+  explicit DeviceControl(Clock clock = SystemTime, Meanwhile meanwhile = {});
 
   std::string DeviceName() override;
   void SetDeviceName(const std::string& text) override;
@@ -36,6 +36,8 @@ class DeviceControl final : public Telvix1 {
   Freshness DataFreshness();
   /// What the device calls the channel; may be empty.
   std::string ChannelName(std::int16_t channel);
+  /// Why the host went away, in one sentence; empty before HostClosed.
+  [[nodiscard]] std::string WhyClosed() const { return why_closed_.value_or(""); }
   /// False while the default device stands in for one that nobody has named.
   [[nodiscard]] bool IsNamed() const { return named_; }
 
@@ -44,9 +46,10 @@ class DeviceControl final : public Telvix1 {
   const ChannelInfo& Channel(std::int16_t channel);
 
   Clock clock_;
+  Meanwhile meanwhile_;
   std::unique_ptr<Device> device_;
   bool named_ = false;
-  bool host_closed_ = false;
+  std::optional<std::string> why_closed_;
 };
 
 }  // namespace vantoscope

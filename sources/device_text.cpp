@@ -7,6 +7,7 @@
 
 #include "meter/data_source.h"
 #include "text/characters.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -20,19 +21,19 @@ int HexValue(char c) {
 std::string DecodedOrThrow(std::string_view text) {
   std::optional<std::string> decoded = PercentDecoded(text);
   if (!decoded) {
-    throw SourceError("The device text part '" + std::string(text) +
+    throw SourceError("The device text part '" + WithoutCredentials(text) +
                       "' holds a % that is not followed by two hexadecimal digits; a % of its own "
                       "is written %25.");
   }
   return *std::move(decoded);
 }
 
-/// Encodes what would break a device text; everything else stays as it is.
-std::string PercentEncoded(std::string_view text) {
+/// Encodes what would break a device text, and each of `more`; everything else stays as it is.
+std::string PercentEncoded(std::string_view text, std::string_view more = {}) {
   constexpr std::string_view kHex = "0123456789ABCDEF";
   std::string encoded;
   for (const char c : text) {
-    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&') {
+    if (c == ' ' || IsControl(c) || c == '%' || c == '?' || c == '&' || more.find(c) != more.npos) {
       const auto byte = static_cast<unsigned char>(c);
       encoded += {'%', kHex[byte >> 4U], kHex[byte & 15U]};
     } else {
@@ -61,7 +62,7 @@ bool LooksLikeDeviceText(std::string_view text) {
 
 DeviceText ParseDeviceText(std::string_view text) {
   if (!LooksLikeDeviceText(text)) {
-    throw SourceError("'" + std::string(text) +
+    throw SourceError("'" + WithoutCredentials(text) +
                       "' is no device text: two letters for the kind and two digits for the model "
                       "come first, as in SM64 or FI64:/data/run.csv.");
   }
@@ -89,7 +90,7 @@ std::string FullText(const DeviceText& device) {
   if (!device.rest.empty()) text.append(":").append(PercentEncoded(device.rest));
   char separator = '?';
   for (const auto& [name, value] : device.options) {
-    text += separator + PercentEncoded(name);
+    text += separator + PercentEncoded(name, "=");
     if (!value.empty()) text.append("=").append(PercentEncoded(value));
     separator = '&';
   }
@@ -131,6 +132,7 @@ DeviceOptions ParseOptions(std::string_view text, char separator) {
   for (auto& [name, value] : options) {
     name = DecodedOrThrow(name);
     value = DecodedOrThrow(value);
+    if (name.empty()) throw SourceError("The device option '=" + value + "' has no name.");
   }
   return options;
 }

@@ -1,7 +1,7 @@
 // The text that selects a device: `KKnn`, `KKnn:rest`, `KKnn:rest?option=value&option`. Two capital
 // letters are the kind, two digits the model. A blank, a control character and any of % ? & stand
-// percent-encoded in rest and options, so that a text never holds a blank. What the parts mean,
-// each kind of device tells in its header.
+// percent-encoded in rest and options, and an = in an option's name, so that a text never holds a
+// blank. What the parts mean, each kind of device tells in its header.
 #pragma once
 
 #include <optional>
@@ -46,7 +46,8 @@ std::optional<std::string> PercentDecoded(std::string_view text);
 /// Splits `a=1&b` at `separator`. An empty option counts for nothing.
 DeviceOptions SplitOptions(std::string_view text, char separator);
 
-/// The same, percent-decoded. Throws SourceError on a broken percent sequence.
+/// The same, percent-decoded. Throws SourceError on a broken percent sequence or an option without
+/// a name.
 DeviceOptions ParseOptions(std::string_view text, char separator);
 
 /// Removes the option of that name and gives its value (empty for a bare name), or nothing.

@@ -8,6 +8,7 @@
 #include "sources/mqtt/mqtt_device.h"
 #include "sources/recording/recording.h"
 #include "sources/simulator.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -19,7 +20,6 @@ constexpr std::string_view kSimulatorPrefix = "sim:";
 /// Refuses what is meant for no file, with what to write instead. A password in an address is not
 /// repeated.
 void RefuseNoPath(const std::string& text) {
-  const std::size_t scheme = text.find("://");
   if (text.starts_with("sigrok:")) {
     throw SourceError("The instrument '" + text + "' is read by telvixd: after 'telvixd --from " +
                       text +
@@ -32,9 +32,9 @@ void RefuseNoPath(const std::string& text) {
   if (text.starts_with("mqtts://")) {
     throw SourceError("TLS is chosen by the port 8883 or by ?tls, as in mqtt://host:8883/root.");
   }
-  if (scheme != std::string::npos || text.starts_with("mqtt:")) {
-    throw SourceError("A device does not begin with '" + text.substr(0, text.find(':') + 1) +
-                      "'; a host in the network is mqtt://host:port/root.");
+  if (text.find("://") != std::string::npos || text.starts_with("mqtt:")) {
+    throw SourceError("The device '" + WithoutCredentials(text) +
+                      "' is of an unknown kind; a network host is written mqtt://HOST:PORT/ROOT.");
   }
   if (text.find_first_of("./") == std::string::npos) {
     throw SourceError("There is neither a device nor a file '" + text + "'; the simulator is sim.");
@@ -73,19 +73,22 @@ DeviceText ParseAnyDeviceText(const std::string& text) {
   return RecordingAt(text);
 }
 
-std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock) {
+std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
+                                   const Meanwhile& meanwhile) {
   DeviceText device = ParseAnyDeviceText(text);
   if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
-    throw SourceError("The device '" + text + "' is of the unknown kind " + device.kind +
+    throw SourceError("The device '" + WithoutCredentials(text) + "' is of the unknown kind " +
+                      device.kind +
                       "; there are SM (simulator), FI (recording) and MQ (network host).");
   }
   if (device.model != 64 && device.model != 32) {
-    throw SourceError("The device '" + text + "' is of an unknown model; the kind " + device.kind +
+    throw SourceError("The device '" + WithoutCredentials(text) +
+                      "' is of an unknown model; the kind " + device.kind +
                       " has the models 64 and 32.");
   }
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
   if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock));
-  return OpenMqttDevice(device);
+  return OpenMqttDevice(device, meanwhile);
 }
 
 }  // namespace vantoscope

@@ -22,6 +22,7 @@ DeviceText ParseAnyDeviceText(const std::string& text);
 
 /// Opens the device that `text`, in full or friendly form, selects. Throws SourceError with one
 /// sentence for the user: what could not be opened, and why.
-std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock = SystemTime);
+std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock = SystemTime,
+                                   const Meanwhile& meanwhile = {});
 
 }  // namespace vantoscope

@@ -243,16 +243,15 @@ class Simulator final : public Device {
     return block;
   }
 
-  RawScans ScansSince(std::int64_t next, std::size_t limit) override {
+  Scans ScansSince(std::int64_t next, std::size_t limit) override {
     if (!Delivers()) return {};
     const std::int64_t newest = Newest();
-    RawScans scans = ScansWanted(next, limit, newest - kHeldScans + 1, newest);
-    scans.words.resize(scans.scans * signals_.size());
-    for (std::size_t channel = 0; channel < signals_.size(); ++channel) {
-      std::int16_t* const words = scans.words.data() + channel;
-      const std::size_t stride = signals_.size();
-      signals_[channel].Words(scans.first, scans.scans,
-                              [=](std::size_t i, std::int16_t word) { words[i * stride] = word; });
+    Scans scans = ScansWanted(next, limit, newest - kHeldScans + 1, newest);
+    for (const Signal& signal : signals_) {
+      std::vector<std::int16_t> words(scans.scans);
+      signal.Words(scans.first, scans.scans,
+                   [&](std::size_t i, std::int16_t word) { words[i] = word; });
+      scans.channels.emplace_back(std::move(words));
     }
     return scans;
   }
@@ -264,13 +263,16 @@ class Simulator final : public Device {
     return FreshnessOf(age, FreshnessLimit(rate_), "the simulator is not running");
   }
 
-  bool HostGone() override {
-    if (!close_ || !first_start_) return false;
-    return static_cast<double>(clock_() - *first_start_) >= *close_ * 1e9;
+  std::optional<std::string> HostGone() override {
+    if (!Closed()) return std::nullopt;
+    return "The simulator has closed, as close=" + ShortestText(*close_) + " wants it.";
   }
 
  private:
-  bool Delivers() { return running_ && !HostGone(); }
+  [[nodiscard]] bool Closed() const {
+    return close_ && first_start_ && static_cast<double>(clock_() - *first_start_) >= *close_ * 1e9;
+  }
+  bool Delivers() { return running_ && !Closed(); }
   std::int64_t Newest() { return ScanIndexAt(clock_(), rate_); }
 
   std::string name_;

@@ -5,21 +5,26 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::int64_t kSetBack = 1'000'000;
+constexpr HostClock::Microseconds kFits{1'000'000};
 // Two clocks drift apart, by no more than one part in so many. Lateness of a few seconds takes
 // hours to be taken for drift.
 constexpr int kDrift = 5000;
 
 }  // namespace
 
-HostClock::Microseconds HostClock::Lateness(std::int64_t sent_us, Time now) {
+std::optional<HostClock::Microseconds> HostClock::Lateness(std::int64_t sent_us, Time now) {
   using std::chrono::duration_cast;
   const auto road = duration_cast<Microseconds>(now.time_since_epoch()) - Microseconds(sent_us);
-  if (!best_ || sent_us < sent_us_ - kSetBack) {
+  const bool fits = best_ && sent_us >= sent_us_ - kFits.count() && road >= *best_ - kFits;
+  if (fits) {
+    best_ = std::min(road, *best_ + duration_cast<Microseconds>(now - came_at_) / kDrift);
+  } else if (!best_ || (other_road_ && std::chrono::abs(road - *other_road_) <= kFits)) {
     best_ = road;
   } else {
-    best_ = std::min(road, *best_ + duration_cast<Microseconds>(now - came_at_) / kDrift);
+    other_road_ = road;
+    return std::nullopt;
   }
+  other_road_.reset();
   sent_us_ = sent_us;
   came_at_ = now;
   return road - *best_;

@@ -35,13 +35,18 @@ void HostFreshness::Begin(double rate) {
   taken_at_.reset();
 }
 
-void HostFreshness::Hear(const std::optional<HostTimes>& times, Time now) {
+bool HostFreshness::Hear(const std::optional<HostTimes>& times, Time now) {
+  if (times) {
+    const auto late = clock_.Lateness(times->sent_us, now);
+    if (!late) return false;
+    late_ = late;
+  }
   heard_at_ = now;
-  if (!times) return;
-  late_ = clock_.Lateness(times->sent_us, now);
-  if (!times->taken_us) return;
-  const Microseconds at_sending(times->sent_us - *times->taken_us);
-  taken_at_ = now - std::min<Microseconds>(at_sending + *late_, kEver);
+  if (times && times->taken_us) {
+    const Microseconds at_sending(times->sent_us - *times->taken_us);
+    taken_at_ = now - std::min<Microseconds>(at_sending + *late_, kEver);
+  }
+  return true;
 }
 
 void HostFreshness::NoteBlock(const HostTimes& times, std::size_t scans) {

@@ -23,8 +23,9 @@ class HostFreshness {
   void OnLost();
   /// Another host, or the same one begun anew, with `rate` scans per second. Its clock is another.
   void Begin(double rate);
-  /// A live message of the host has come.
-  void Hear(const std::optional<HostTimes>& times, Time now);
+  /// A live message of the host has come. False, and nothing else, when its times do not fit those
+  /// before (host_clock.h): it may not be the host's.
+  bool Hear(const std::optional<HostTimes>& times, Time now);
   /// What was heard last were `scans` scans, and new ones among them.
   void NoteBlock(const HostTimes& times, std::size_t scans);
   /// No scans are held any more.
@@ -33,6 +34,10 @@ class HostFreshness {
   /// Seconds; see Freshness.
   [[nodiscard]] double Limit() const;
   [[nodiscard]] Freshness At(Time now) const;
+  /// Time since the last live message, or the first connection.
+  [[nodiscard]] HostClock::Time::duration Silence(Time now) const {
+    return heard_at_ ? now - *heard_at_ : HostClock::Time::duration{};
+  }
   /// True when no live message has come for `timeout`. To be asked a few times a second: a meter
   /// that was frozen itself has heard nobody, so a silence counts only when it has lasted for a
   /// moment longer than from when it was first seen.

@@ -1,5 +1,9 @@
 #include "sources/mqtt/mqtt_address.h"
 
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -8,6 +12,8 @@
 
 #include "meter/data_source.h"
 #include "text/characters.h"
+#include "text/shown_text.h"
+#include "text/utf8.h"
 
 namespace vantoscope {
 namespace {
@@ -15,10 +21,23 @@ namespace {
 constexpr int kPlainPort = 1883;
 constexpr int kTlsPort = 8883;
 constexpr double kLongestSeconds = 86400;
+constexpr std::size_t kLongestRoot = 1024;
+constexpr std::size_t kLongestSocket = sizeof(sockaddr_un::sun_path) - 1;
+
+std::string Shown(const std::string& text) {
+  constexpr std::size_t kMost = 100;  // characters
+  const std::string_view first = FirstCharacters(text, kMost);
+  return Escaped(first) + (first.size() < text.size() ? "..." : "");
+}
 
 [[noreturn]] void Refuse(const std::string& text, const std::string& why) {
-  // What stands before an @ may be a password.
-  throw SourceError("\"" + text.substr(text.rfind('@') + 1) + "\" names no network host: " + why +
+  // What stands before an @ may be a name and a password, and also what makes the rest wrong.
+  if (text.find('@') != std::string::npos) {
+    throw SourceError(
+        "A network host is written without user name and password; they belong into the file that "
+        "VANTOSCOPE_MQTT_CREDENTIALS names, and only HOST:PORT/ROOT or /PATH/OF/SOCKET!ROOT here.");
+  }
+  throw SourceError("\"" + Shown(text) + "\" names no network host: " + why +
                     "; HOST:PORT/ROOT or /PATH/OF/SOCKET!ROOT is expected.");
 }
 
@@ -31,19 +50,20 @@ std::string SecondsText(std::chrono::milliseconds time) {
 }
 
 /// A root is a topic of its own: no wildcard, no empty level, no broker's own tree.
-bool IsRoot(std::string_view root) {
-  return !root.empty() && root.size() <= 1024 && !root.starts_with('$') && !root.starts_with('/') &&
-         !root.ends_with('/') && root.find("//") == root.npos &&
-         root.find_first_of("#+") == root.npos;
+void CheckRoot(const std::string& text, std::string_view root) {
+  if (root.size() > kLongestRoot) {
+    Refuse(text, "its root is longer than " + std::to_string(kLongestRoot) + " bytes");
+  }
+  if (std::ranges::any_of(root, IsControl)) Refuse(text, "its root has a control character");
+  if (root.empty() || root.starts_with('$') || root.starts_with('/') || root.ends_with('/') ||
+      root.find("//") != root.npos || root.find_first_of("#+") != root.npos) {
+    Refuse(text, "its root is no plain topic");
+  }
 }
 
 /// What stands before the root: HOST, HOST:PORT, [ADDRESS] or [ADDRESS]:PORT.
 void ParseHost(const std::string& text, std::string_view host, MqttAddress& address) {
-  if (host.find('@') != host.npos) {
-    Refuse(text,
-           "user name and password do not belong here but into the file that "
-           "VANTOSCOPE_MQTT_CREDENTIALS names");
-  }
+  if (host.find('@') != host.npos) Refuse(text, "it has a user name");
   std::string_view port;
   bool has_port = false;
   if (host.starts_with('[')) {
@@ -91,6 +111,7 @@ MqttAddress ParseMqttAddress(DeviceText device) {
   }
   if (const auto seconds = TakeNumber(device, "wait", 0.1, kLongestSeconds)) {
     address.wait = Milliseconds(*seconds);
+    address.patient = true;
   }
   RefuseOtherOptions(device, "tls, cafile, timeout and wait");
 
@@ -99,9 +120,10 @@ MqttAddress ParseMqttAddress(DeviceText device) {
   const std::size_t separator = text.find(socket ? '!' : '/');
   if (separator == std::string::npos) Refuse(text, "the root topic is missing");
   address.root = text.substr(separator + 1);
-  if (!IsRoot(address.root)) Refuse(text, "its root is no plain topic");
+  CheckRoot(text, address.root);
   if (socket) {
     if (address.tls) Refuse(text, "a Unix socket has no TLS");
+    if (separator > kLongestSocket) Refuse(text, "the path of its socket is too long");
     address.broker = text.substr(0, separator);
   } else {
     ParseHost(text, std::string_view(text).substr(0, separator), address);
@@ -129,7 +151,7 @@ DeviceText MqttDeviceText(int model, const MqttAddress& address) {
   if (address.timeout != usual.timeout) {
     device.options.emplace_back("timeout", SecondsText(address.timeout));
   }
-  if (address.wait != usual.wait) device.options.emplace_back("wait", SecondsText(address.wait));
+  if (address.patient) device.options.emplace_back("wait", SecondsText(address.wait));
   return device;
 }
 
@@ -138,6 +160,12 @@ std::optional<MqttCredentials> ReadMqttCredentials() {
   if (path == nullptr || *path == '\0') return std::nullopt;
   std::ifstream file(path);
   MqttCredentials credentials;
+  struct stat status {};
+  if (stat(path, &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0) {
+    credentials.warning = std::string("The file ") + path +
+                          " with the password for the broker can be read by others than its owner; "
+                          "chmod 600 prevents that.";
+  }
   if (!file || !std::getline(file, credentials.user) || credentials.user.empty()) {
     throw SourceError(std::string("The file ") + path +
                       " that VANTOSCOPE_MQTT_CREDENTIALS names cannot be read, or has no user name "

@@ -7,7 +7,7 @@
 //   tls            TLS on any port (then 8883 is the default)
 //   cafile=PATH    certificates to trust instead of those of the system; means tls
 //   timeout=SEC    without contact for so long the host is gone (30)
-//   wait=SEC       time to wait for the host when a meter opens it (5)
+//   wait=SEC       time to wait for the host when a meter opens it (5), and for its broker too
 // There is no place for a password: see ReadMqttCredentials.
 #pragma once
 
@@ -28,6 +28,7 @@ struct MqttAddress {
   std::string ca_file;  ///< empty: the certificates of the system
   std::chrono::milliseconds timeout{30'000};
   std::chrono::milliseconds wait{5'000};
+  bool patient = false;  ///< a wait was asked for: also for a broker that does not answer
 
   /// HOST:PORT, [ADDRESS]:PORT or the path of the socket.
   [[nodiscard]] std::string Endpoint() const;
@@ -47,6 +48,7 @@ DeviceText MqttDeviceText(int model, const MqttAddress& address);
 struct MqttCredentials {
   std::string user;
   std::string password;
+  std::string warning;  ///< a sentence, when others than its owner can read the file
 };
 
 /// User name and password from the first two lines of the file that the environment variable

@@ -13,6 +13,8 @@ using std::chrono::steady_clock;
 
 // A broker that is gone without a word is noticed within two of these.
 constexpr std::chrono::seconds kKeepAlive{10};
+// Between two looks while the host is waited for.
+constexpr std::chrono::milliseconds kLook{100};
 
 }  // namespace
 
@@ -33,6 +35,7 @@ struct MqttDevice::Reader {
       const std::scoped_lock lock(mutex);
       reached = true;
       connected = true;
+      fault.clear();
       feed.OnConnected(steady_clock::now());
       scans = started;
     }
@@ -59,31 +62,47 @@ struct MqttDevice::Reader {
   }
 
   /// Throws SourceError with what is known of the reason.
-  void WaitUntilReady() {
+  void WaitUntilReady(const Meanwhile& meanwhile) {
     std::unique_lock lock(mutex);
     // An attempt that failed tells more than waiting does; a host may still be on its way.
-    changed.wait_for(lock, address.wait, [this] { return feed.Ready() || !fault.empty(); });
-    if (feed.Ready()) {
-      feed.FixChannels();
-      opened = true;
-      return;
+    const auto decided = [this] {
+      return feed.Ready() || refused || (!fault.empty() && !address.patient);
+    };
+    const auto until = steady_clock::now() + address.wait;
+    bool go_on = true;
+    while (go_on && !changed.wait_for(lock, kLook, decided) && steady_clock::now() < until) {
+      if (!meanwhile) continue;
+      const std::string sentence = Missing();
+      lock.unlock();
+      go_on = meanwhile(sentence);
+      lock.lock();
     }
+    const bool ready = feed.Ready();
+    const std::string sentence = Missing();
+    if (ready) feed.FixChannels();
+    opened = ready;
+    lock.unlock();
+    if (meanwhile) meanwhile("");
+    if (!ready) throw SourceError(sentence);
+  }
+
+  /// Why there is no channel list of an open host. Only under the lock.
+  [[nodiscard]] std::string Missing() const {
     const std::string broker = address.BrokerText();
     const std::string root = '"' + address.root + '"';
-    if (refused) throw SourceError("The " + broker + " refuses the connection: " + fault + ".");
+    if (refused) return "The " + broker + " refuses the connection: " + fault + ".";
     if (!fault.empty() || !reached) {
-      throw SourceError("The " + broker + " cannot be reached: " +
-                        (fault.empty() ? "no answer in time" : fault) + ".");
+      return "The " + broker +
+             " cannot be reached: " + (fault.empty() ? "no answer in time" : fault) + ".";
     }
     if (!feed.InfoFault().empty()) {
-      throw SourceError("The channel list under " + root + " at the " + broker +
-                        " is not understood: " + feed.InfoFault() + ".");
+      return "The channel list under " + root + " at the " + broker +
+             " is not understood: " + feed.InfoFault() + ".";
     }
     if (feed.Closed()) {
-      throw SourceError("The host that published under " + root + " at the " + broker +
-                        " has closed.");
+      return "The host that published under " + root + " at the " + broker + " has closed.";
     }
-    throw SourceError("No host publishes under " + root + " at the " + broker + ".");
+    return "No host publishes under " + root + " at the " + broker + ".";
   }
 
   const MqttAddress address;
@@ -99,14 +118,14 @@ struct MqttDevice::Reader {
   MqttLink link;  // last: its thread uses what stands above
 };
 
-MqttDevice::MqttDevice(int model, const MqttAddress& address)
+MqttDevice::MqttDevice(int model, const MqttAddress& address, const Meanwhile& meanwhile)
     : name_(FullText(MqttDeviceText(model, address))), reader_(std::make_unique<Reader>(address)) {
   reader_->link.Connect();
-  reader_->WaitUntilReady();
+  reader_->WaitUntilReady(meanwhile);
   const std::scoped_lock lock(reader_->mutex);
-  const HostInfo& info = *reader_->feed.Info();
-  channels_ = info.channels;
-  rate_ = info.rate;
+  channels_ = reader_->feed.Info()->channels;
+  list_changes_ = reader_->feed.ListChanges();
+  rate_ = reader_->feed.Info()->rate;
 }
 
 MqttDevice::~MqttDevice() = default;
@@ -139,12 +158,21 @@ double MqttDevice::LatestValue(std::int16_t channel) {
 std::optional<Block> MqttDevice::GetData(std::int16_t count, std::int32_t mode) {
   const std::scoped_lock lock(reader_->mutex);
   if (!reader_->started) return std::nullopt;
+  TakeList();
   return reader_->feed.GetData(static_cast<std::size_t>(count), mode, steady_clock::now());
 }
 
-RawScans MqttDevice::ScansSince(std::int64_t next, std::size_t limit) {
+Scans MqttDevice::ScansSince(std::int64_t next, std::size_t limit) {
   const std::scoped_lock lock(reader_->mutex);
+  TakeList();
   return reader_->feed.Since(next, limit);
+}
+
+/// The list of the scans that are held. Only under the lock.
+void MqttDevice::TakeList() {
+  if (list_changes_ == reader_->feed.ListChanges()) return;
+  list_changes_ = reader_->feed.ListChanges();
+  channels_ = reader_->feed.Info()->channels;
 }
 
 Freshness MqttDevice::DataFreshness() {
@@ -152,9 +180,12 @@ Freshness MqttDevice::DataFreshness() {
   return reader_->feed.DataFreshness(steady_clock::now());
 }
 
-bool MqttDevice::HostGone() {
+std::optional<std::string> MqttDevice::HostGone() {
   const std::scoped_lock lock(reader_->mutex);
-  return reader_->feed.HostGone(steady_clock::now());
+  const auto what = reader_->feed.HostGone(steady_clock::now());
+  if (!what) return std::nullopt;
+  return "The host under \"" + reader_->address.root + "\" at the " +
+         reader_->address.BrokerText() + ' ' + *what + '.';
 }
 
 MqttCounts MqttDevice::Counts() {
@@ -162,8 +193,8 @@ MqttCounts MqttDevice::Counts() {
   return reader_->feed.Counts();
 }
 
-std::unique_ptr<Device> OpenMqttDevice(const DeviceText& device) {
-  return std::make_unique<MqttDevice>(device.model, ParseMqttAddress(device));
+std::unique_ptr<Device> OpenMqttDevice(const DeviceText& device, const Meanwhile& meanwhile) {
+  return std::make_unique<MqttDevice>(device.model, ParseMqttAddress(device), meanwhile);
 }
 
 }  // namespace vantoscope

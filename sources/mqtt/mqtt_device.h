@@ -15,9 +15,10 @@ namespace vantoscope {
 class MqttDevice : public Device {
  public:
   /// Connects and waits, for `address.wait` at most, until the host's channel list is there and the
-  /// host says that it is open. Throws SourceError: no broker, not let in, no host, host closed.
-  /// `model` is 32 or 64.
-  MqttDevice(int model, const MqttAddress& address);
+  /// host says that it is open; for a broker that does not answer only if it is to be `patient`.
+  /// Throws SourceError: no broker, not let in, no host, host closed, given up. `model` is 32
+  /// or 64.
+  MqttDevice(int model, const MqttAddress& address, const Meanwhile& meanwhile = {});
   ~MqttDevice() override;
 
   [[nodiscard]] std::string Name() const override { return name_; }
@@ -27,23 +28,25 @@ class MqttDevice : public Device {
   void Stop() override;
   double LatestValue(std::int16_t channel) override;
   std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override;
-  RawScans ScansSince(std::int64_t next, std::size_t limit) override;
+  Scans ScansSince(std::int64_t next, std::size_t limit) override;
   Freshness DataFreshness() override;
-  bool HostGone() override;
+  std::optional<std::string> HostGone() override;
 
   /// What came in so far.
   MqttCounts Counts();
 
  private:
   struct Reader;
+  void TakeList();
 
   std::string name_;
   std::vector<ChannelInfo> channels_;
+  std::uint64_t list_changes_ = 0;  // that `channels_` knows of
   double rate_ = 0;
   std::unique_ptr<Reader> reader_;
 };
 
 /// Opens the device of kind MQ that the text selects; throws SourceError.
-std::unique_ptr<Device> OpenMqttDevice(const DeviceText& device);
+std::unique_ptr<Device> OpenMqttDevice(const DeviceText& device, const Meanwhile& meanwhile);
 
 }  // namespace vantoscope

@@ -1,8 +1,11 @@
 #include "sources/mqtt/mqtt_feed.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <utility>
 
+#include "sources/device_text.h"
 #include "sources/freshness.h"
 
 namespace vantoscope {
@@ -12,18 +15,36 @@ using std::chrono::milliseconds;
 
 // How long `closed` must stand before it counts, while the broker stays.
 constexpr milliseconds kClosedStands{700};
+// An open host gives a sign every second; one without has lost its root to a rival that does.
+constexpr std::chrono::seconds kRivalWaits{3};
 constexpr std::size_t kLongestBlock = std::numeric_limits<std::int16_t>::max();
 // What a ring takes unless a longer block is asked for: all that can be asked for up to 16
-// channels.
+// channels of words.
 constexpr std::size_t kRingBytes = 1 << 20;
 
 std::string_view AsText(std::span<const std::byte> payload) {
   return {reinterpret_cast<const char*>(payload.data()), payload.size()};
 }
 
-/// True when values under the labels of `a` stand for the same under those of `b`.
-bool SameList(const HostInfo& a, const HostInfo& b) {
-  return a.rate == b.rate && a.channels == b.channels;
+/// True when samples under the labels of `a` are to be read as those of `b`.
+bool SameSamples(const HostInfo& a, const HostInfo& b) {
+  const auto same = [](const ChannelInfo& one, const ChannelInfo& other) {
+    return one.number == other.number && one.encoding == other.encoding &&
+           one.factor == other.factor && one.offset == other.offset;
+  };
+  return a.rate == b.rate && std::ranges::equal(a.channels, b.channels, same);
+}
+
+bool SameUnits(const HostInfo& a, const HostInfo& b) {
+  return std::ranges::equal(a.channels, b.channels, {}, &ChannelInfo::unit, &ChannelInfo::unit);
+}
+
+std::size_t BytesOfScan(const std::vector<ChannelInfo>& channels) {
+  std::size_t bytes = 0;
+  for (const ChannelInfo& channel : channels) {
+    bytes += channel.encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
+  }
+  return bytes;
 }
 
 }  // namespace
@@ -41,8 +62,10 @@ void MqttFeed::OnMessage(std::string_view leaf, std::span<const std::byte> paylo
     OnInfo(payload);
   } else if (leaf == "state") {
     OnState(payload, retained, now);
-  } else if (leaf == "scan") {
-    OnScan(payload, retained, now);
+  } else if (leaf == "scan" && retained) {
+    ++counts_.retained;
+  } else if (leaf == "scan" && !OnScan(payload, now)) {
+    ++counts_.ignored;
   }
 }
 
@@ -55,22 +78,36 @@ void MqttFeed::OnInfo(std::span<const std::byte> payload) {
     return;
   }
   info_fault_.clear();
-  if (fixed_ && !SameList(*info_, *info)) {
-    other_list_ = true;
-    return;
+  if (!fixed_) {
+    if (info_ && info_->epoch == info->epoch && info_->channels == info->channels) return;
+    info_ = std::move(info);
+    BeginEpoch();
+  } else if (info->epoch != info_->epoch) {
+    rival_ = std::move(info);
+  } else if (!SameSamples(*info_, *info)) {
+    ++counts_.ignored;  // an epoch has one list
+  } else if (info->revision == info_->revision) {
+    TakeList(std::move(*info));
+  } else {
+    other_revision_ = std::move(info);
   }
-  if (info_ && info_->epoch == info->epoch && SameList(*info_, *info)) return;
+}
+
+/// A list that differs from the present one in names, units and ranges.
+void MqttFeed::TakeList(HostInfo info) {
+  if (!SameUnits(*info_, info)) BeginRing();
+  if (info_->channels != info.channels) ++list_changes_;
   info_ = std::move(info);
-  BeginEpoch();
 }
 
 void MqttFeed::BeginEpoch() {
   Clear();
   closed_at_.reset();
+  other_revision_.reset();
   freshness_.Begin(info_->rate);
-  const std::size_t channels = info_->channels.size();
-  const std::size_t scans = kRingBytes / (channels * sizeof(std::int16_t));
-  if (!fixed_ || !ring_) ring_.emplace(channels, std::min(scans, kLongestBlock));
+  if (fixed_ && ring_) return;
+  const std::size_t scans = kRingBytes / BytesOfScan(info_->channels);
+  ring_.emplace(info_->channels, std::min(scans, kLongestBlock));
 }
 
 void MqttFeed::OnState(std::span<const std::byte> payload, bool retained, Time now) {
@@ -80,51 +117,98 @@ void MqttFeed::OnState(std::span<const std::byte> payload, bool retained, Time n
     return;
   }
   const bool ours = info_ && state->epoch == info_->epoch;
-  // The farewell of another host says nothing of ours.
-  if (!state->open && info_ && !ours) {
+  if (info_ && !ours && (fixed_ || !state->open)) {
+    OnRivalState(*state, retained, now);
+    return;
+  }
+  if (ours && state->open && !retained && !freshness_.Hear(state->times, now)) {
     ++counts_.ignored;
     return;
   }
   state_ = state;
   if (state->open) {
     closed_at_.reset();
-    if (ours && !retained) freshness_.Hear(state->times, now);
   } else {
     // A broker that kept its messages over a restart says "closed" until the host is back, too.
     closed_at_ = now + (retained ? timeout_ : kClosedStands);
   }
 }
 
-void MqttFeed::OnScan(std::span<const std::byte> payload, bool retained, Time now) {
-  if (retained) {
-    ++counts_.retained;
+/// The farewell of another host says nothing of ours. The sign of a rival counts when ours is no
+/// more.
+void MqttFeed::OnRivalState(const HostState& state, bool retained, Time now) {
+  ++counts_.ignored;
+  const bool open = rival_ && state.epoch == rival_->epoch && state.open && !retained;
+  if (!open || (!Closed() && freshness_.Silence(now) < kRivalWaits)) return;
+  if (!SameSamples(*info_, *rival_)) {
+    other_list_ = true;
     return;
   }
+  if (info_->channels != rival_->channels) ++list_changes_;
+  info_ = std::exchange(rival_, std::nullopt);
+  BeginEpoch();
+  state_ = state;
+  freshness_.Hear(state.times, now);
+}
+
+/// False when nothing of the block is taken.
+bool MqttFeed::OnScan(std::span<const std::byte> payload, Time now) {
   const auto block = DecodeScans(payload);
-  if (!block || !info_ || other_list_ || block->epoch != info_->epoch ||
-      block->channels != info_->channels.size()) {
-    ++counts_.ignored;
-    return;
-  }
-  freshness_.Hear(block->times, now);
+  if (!block || !info_ || other_list_ || block->epoch != info_->epoch) return false;
+  auto scans = ScansOf(*block, info_->channels);
+  if (!scans || !FollowRevision(*block) || !freshness_.Hear(block->times, now)) return false;
+  if (!JoinsOrIsConfirmed(*block)) return false;
   // Own indices go on upwards when the host begins anew, with one left out, so that scans of two
   // epochs are never taken for consecutive.
   if (!shift_) shift_ = next_own_ > 0 ? next_own_ + 1 - block->first : 0;
   constexpr std::int64_t kMaxOwn = std::numeric_limits<std::int64_t>::max() / 2;
-  if (*shift_ > 0 && block->first > kMaxOwn - *shift_) {
-    ++counts_.ignored;
-    return;
-  }
+  if (*shift_ > 0 && block->first > kMaxOwn - *shift_) return false;
   Bridge(*block);
-  const std::size_t taken = ring_->Append(block->first + *shift_, block->Words());
-  if (taken == 0) {
-    ++counts_.ignored;
-    return;
-  }
+  scans->first += *shift_;
+  const std::size_t taken = ring_->Append(*scans);
+  if (taken == 0) return false;
   next_own_ = ring_->Next();
   ++counts_.blocks;
   counts_.scans += taken;
   freshness_.NoteBlock(block->times, block->scans);
+  return true;
+}
+
+/// False for a block of a list that is not known (yet).
+bool MqttFeed::FollowRevision(const ScanBlock& block) {
+  if (block.revision == info_->revision) return true;
+  if (!other_revision_ || block.revision != other_revision_->revision) return false;
+  HostInfo former = *info_;
+  TakeList(std::move(*other_revision_));
+  other_revision_ = std::move(former);
+  return true;
+}
+
+bool MqttFeed::JoinsOrIsConfirmed(const ScanBlock& block) {
+  const double most = freshness_.Limit() * info_->rate;
+  const auto within = [&](std::int64_t scans) {
+    return scans >= 0 && static_cast<double>(scans) <= most;
+  };
+  const std::int64_t end = block.first + static_cast<std::int64_t>(block.scans);
+  if (shift_ && ring_->Next() > 0) {
+    const std::int64_t next = ring_->Next() - *shift_;
+    const auto joins_behind = [&](std::int64_t index) {
+      return block.first <= index ? end >= index || within(index - end)
+                                  : within(block.first - index);
+    };
+    const bool joins = joins_behind(next);
+    if (!joins && !(jump_ && joins_behind(*jump_))) {
+      jump_ = end;
+      return false;
+    }
+    if (!joins) {
+      ++counts_.gaps;
+      counts_.missing += static_cast<std::uint64_t>(std::max<std::int64_t>(block.first - next, 0));
+      BeginRing();
+    }
+  }
+  jump_.reset();
+  return true;
 }
 
 /// A gap no longer than the limit is closed by moving on from the host's indices.
@@ -133,7 +217,7 @@ void MqttFeed::Bridge(const ScanBlock& block) {
   if (ring_->Next() == 0 || missing <= 0) return;
   ++counts_.gaps;
   counts_.missing += static_cast<std::uint64_t>(missing);
-  if (static_cast<double>(missing) / info_->rate <= freshness_.Limit()) *shift_ -= missing;
+  *shift_ -= missing;
 }
 
 bool MqttFeed::Closed() const {
@@ -144,9 +228,13 @@ bool MqttFeed::Ready() const {
   return info_ && state_ && state_->open && state_->epoch == info_->epoch;
 }
 
-bool MqttFeed::HostGone(Time now) {
-  const bool silent = freshness_.Silent(timeout_, now);
-  return silent || other_list_ || (closed_at_ && Closed() && now >= *closed_at_);
+std::optional<std::string> MqttFeed::HostGone(Time now) {
+  if (other_list_) return "publishes other channels now";
+  if (closed_at_ && Closed() && now >= *closed_at_) return "has closed";
+  if (!freshness_.Silent(timeout_, now)) return std::nullopt;
+  const double seconds = std::chrono::duration<double>(timeout_).count();
+  return "has given no sign of life for " + ShortestText(seconds) +
+         " s: " + freshness_.At(now).reason;
 }
 
 std::optional<Block> MqttFeed::GetData(std::size_t count, std::int32_t mode, Time now) {
@@ -156,13 +244,19 @@ std::optional<Block> MqttFeed::GetData(std::size_t count, std::int32_t mode, Tim
   return ring_->Newest(count, mode, info_->channels);
 }
 
-RawScans MqttFeed::Since(std::int64_t next, std::size_t limit) const {
-  return ring_ ? ring_->Since(next, limit) : RawScans{};
+Scans MqttFeed::Since(std::int64_t next, std::size_t limit) const {
+  return ring_ ? ring_->Since(next, limit) : Scans{};
+}
+
+/// What comes next does not join the scans that were held.
+void MqttFeed::BeginRing() {
+  if (ring_) ring_->Clear();
+  shift_.reset();
+  jump_.reset();
 }
 
 void MqttFeed::Clear() {
-  if (ring_) ring_->Clear();
-  shift_.reset();
+  BeginRing();
   freshness_.Forget();
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
+#include <iostream>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -11,6 +12,7 @@
 #include "sources/mqtt/mosquitto_library.h"
 #include "sources/mqtt/retry_pause.h"
 #include "sources/signals_blocked.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -19,7 +21,7 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr milliseconds kConnectTime{5'000};  // for the broker's answer to one attempt
-constexpr milliseconds kPartingTime{1'000};  // for the last bytes and the thread's end
+constexpr milliseconds kPartingTime{300};    // for the last bytes, and the thread's end after it
 
 std::string Describe(int rc, int error_number) {
   if (rc == MOSQ_ERR_ERRNO) return std::generic_category().message(error_number);
@@ -28,6 +30,14 @@ std::string Describe(int rc, int error_number) {
   if (rc == MOSQ_ERR_KEEPALIVE) return "the broker no longer answers";
   if (rc == MOSQ_ERR_CONN_LOST) return "the connection was closed";
   return Mosquitto().strerror(rc);
+}
+
+/// Once for all links of the process.
+void SayOnce(const std::string& sentence) {
+  static std::once_flag said;
+  std::call_once(said, [&] {
+    std::cerr << std::string(program_invocation_short_name) + ": " + Escaped(sentence) + '\n';
+  });
 }
 
 struct DestroyClient {
@@ -50,6 +60,7 @@ class MqttLink::Client {
   bool Subscribe(const std::string& topic, int qos);
   bool Unsubscribe(const std::string& topic);
   bool Flush(milliseconds at_most);
+  std::size_t Outstanding();
 
  private:
   void SetTls(const std::string& ca_file);
@@ -59,7 +70,7 @@ class MqttLink::Client {
   void OnSent();
 
   void Run();
-  bool OneConnection();
+  milliseconds OneConnection();
   int LoopUntilLost();
   void Part();
   bool Stopping();
@@ -83,7 +94,8 @@ class MqttLink::Client {
   std::mutex telling_;  // held during an event, so that the link can end between two
   bool silent_ = false;
 
-  std::optional<int> answer_;  // of the broker; only the thread uses it
+  std::optional<int> answer_;  // of the broker; only the thread uses these two
+  std::optional<steady_clock::time_point> accepted_;
   const std::unique_ptr<mosquitto, DestroyClient> client_;
 };
 
@@ -96,8 +108,13 @@ MqttLink::Client::Client(const MqttAddress& address, std::chrono::seconds keep_a
   if (!client_) throw SourceError("libmosquitto gave no client.");
   Mosquitto().threaded_set(client_.get(), true);
   if (const auto credentials = ReadMqttCredentials()) {
-    Mosquitto().username_pw_set(client_.get(), credentials->user.c_str(),
-                                credentials->password.c_str());
+    if (!credentials->warning.empty()) SayOnce(credentials->warning);
+    const int rc = Mosquitto().username_pw_set(client_.get(), credentials->user.c_str(),
+                                               credentials->password.c_str());
+    if (rc == MOSQ_ERR_MALFORMED_UTF8) {
+      throw SourceError(
+          "The user name in the file that VANTOSCOPE_MQTT_CREDENTIALS names is not UTF-8.");
+    }
   }
   if (address.tls) SetTls(address.ca_file);
   if (will) {
@@ -131,6 +148,7 @@ void MqttLink::Client::SetCallbacks() {
 void MqttLink::Client::OnAnswer(int answer) {
   answer_ = answer;
   if (answer != 0) return;
+  accepted_ = steady_clock::now();
   {
     const std::scoped_lock lock(mutex_);
     connected_ = true;
@@ -161,18 +179,19 @@ void MqttLink::Client::Start(const std::shared_ptr<Client>& self) {
 void MqttLink::Client::Run() {
   RetryPause pause;
   while (!Stopping()) {
-    if (OneConnection()) pause.Reset();
+    const milliseconds rest = pause.After(OneConnection());
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, pause.Next(), [this] { return stop_; });
+    changed_.wait_for(lock, rest, [this] { return stop_; });
   }
   const std::scoped_lock lock(mutex_);
   running_ = false;
   changed_.notify_all();
 }
 
-/// From the attempt to the end; true when the broker accepted it.
-bool MqttLink::Client::OneConnection() {
+/// From the attempt to the end; how long it stood.
+milliseconds MqttLink::Client::OneConnection() {
   answer_.reset();
+  accepted_.reset();
   const int rc = LoopUntilLost();
   const int error_number = errno;
   Mosquitto().disconnect(client_.get());
@@ -188,7 +207,8 @@ bool MqttLink::Client::OneConnection() {
          refused ? std::string(Mosquitto().connack_string(*answer_)) : Describe(rc, error_number),
          refused);
   }
-  return answer_ == 0;
+  if (!accepted_) return milliseconds(0);
+  return std::chrono::duration_cast<milliseconds>(steady_clock::now() - *accepted_);
 }
 
 /// The library's reason of the end; for MOSQ_ERR_ERRNO it is in `errno`.
@@ -212,7 +232,8 @@ int MqttLink::Client::LoopUntilLost() {
   return rc;
 }
 
-/// Sends what is still to be sent and the goodbye.
+/// Sends what is still to be sent and the goodbye; without the goodbye where something is left, so
+/// that the broker says the last will in its place.
 void MqttLink::Client::Part() {
   const auto deadline = steady_clock::now() + kPartingTime;
   const auto send_rest = [&] {
@@ -222,6 +243,7 @@ void MqttLink::Client::Part() {
     }
   };
   send_rest();
+  if (Outstanding() > 0) return;
   Mosquitto().disconnect(client_.get());
   send_rest();
 }
@@ -271,6 +293,11 @@ bool MqttLink::Client::Flush(milliseconds at_most) {
   return connected_ && unconfirmed_ == 0;
 }
 
+std::size_t MqttLink::Client::Outstanding() {
+  const std::scoped_lock lock(mutex_);
+  return unconfirmed_;
+}
+
 MqttLink::MqttLink(const MqttAddress& address, std::chrono::seconds keep_alive,
                    const std::optional<MqttWill>& will, MqttEvents events)
     : client_(std::make_shared<Client>(address, keep_alive, will, std::move(events))) {}
@@ -289,6 +316,8 @@ bool MqttLink::Subscribe(const std::string& topic, int qos) {
 }
 
 bool MqttLink::Unsubscribe(const std::string& topic) { return client_->Unsubscribe(topic); }
+
+std::size_t MqttLink::Outstanding() const { return client_->Outstanding(); }
 
 bool MqttLink::Flush(milliseconds at_most) { return client_->Flush(at_most); }
 

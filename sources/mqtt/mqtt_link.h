@@ -36,7 +36,8 @@ class MqttLink {
            const std::optional<MqttWill>& will, MqttEvents events);
   MqttLink(const MqttLink&) = delete;
   MqttLink& operator=(const MqttLink&) = delete;
-  /// Disconnects in order (no will is sent). No event comes once it returns.
+  /// Disconnects in order (no will is sent) if all that was published is sent. No event comes once
+  /// it returns.
   ~MqttLink();
 
   /// Begins to connect, and to call events. Once, and before anything that follows.
@@ -45,6 +46,8 @@ class MqttLink {
   bool Publish(const std::string& topic, std::span<const std::byte> payload, int qos, bool retain);
   bool Subscribe(const std::string& topic, int qos);
   bool Unsubscribe(const std::string& topic);
+  /// Messages that were published and are not sent, or not confirmed where they have QoS 1.
+  [[nodiscard]] std::size_t Outstanding() const;
   /// Waits until all that was published is sent, and what has QoS 1 is confirmed.
   bool Flush(std::chrono::milliseconds at_most);
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <type_traits>
 
 #include "text/characters.h"
 
@@ -15,10 +16,12 @@ namespace {
 using nlohmann::json;
 
 constexpr std::uint32_t kMagic = 0x02585654;  // "TVX" 2
-constexpr std::size_t kScanHeaderBytes = 40;
+constexpr std::size_t kScanHeaderBytes = 48;
 constexpr std::size_t kMaxInfoBytes = 1 << 20;
 constexpr std::size_t kMaxText = 256;
 constexpr double kMaxRate = 1e9;
+constexpr const char* kWordsText = "i16";
+constexpr const char* kNumbersText = "f64";
 constexpr std::int64_t kMaxMicroseconds = std::int64_t{1} << 58U;
 
 template <typename T>
@@ -84,97 +87,152 @@ std::optional<double> Number(const json& object, const char* key) {
   return std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
-std::optional<std::string> Text(const json& object, const char* key) {
+/// Thrown within this file: what is wrong with a list, as the end of a sentence.
+struct Misread {
+  std::string why;
+};
+
+/// A text of the object; Misread, with `what` it is the text of, when it cannot be taken.
+std::string Text(const json& object, const char* key, const std::string& what) {
   const auto it = object.find(key);
-  if (it == object.end() || !it->is_string()) return std::nullopt;
+  if (it == object.end() || !it->is_string()) throw Misread{what + " is no text"};
   auto value = it->get<std::string>();
-  if (value.size() > kMaxText || std::ranges::any_of(value, IsControl)) return std::nullopt;
+  if (value.size() > kMaxText) {
+    throw Misread{what + " is longer than " + std::to_string(kMaxText) + " bytes"};
+  }
+  if (std::ranges::any_of(value, IsControl)) throw Misread{what + " holds a control character"};
   return value;
 }
 
-std::optional<ChannelInfo> Channel(const json& entry) {
-  const auto number = Number(entry, "number");
-  const auto name = Text(entry, "name");
-  const auto unit = Text(entry, "unit");
-  const auto low = Number(entry, "low");
-  const auto high = Number(entry, "high");
-  const auto factor = Number(entry, "factor");
-  const auto offset = Number(entry, "offset");
-  using Int16 = std::numeric_limits<std::int16_t>;
-  if (!number || !name || !unit || !low || !high || !factor || !offset ||
-      *number != std::nearbyint(*number) || *number < Int16::min() || *number > Int16::max()) {
-    return std::nullopt;
+double Finite(const json& object, const char* key, const std::string& of) {
+  const auto number = Number(object, key);
+  if (!number) throw Misread{"the " + std::string(key) + of + " is no finite number"};
+  return *number;
+}
+
+template <typename Whole>
+Whole WholeIn(const json& object, const char* key, const std::string& of) {
+  using Limits = std::numeric_limits<Whole>;
+  const double number = Finite(object, key, of);
+  if (number != std::nearbyint(number) || number < Limits::min() || number > Limits::max()) {
+    throw Misread{"the " + std::string(key) + of + " is out of range"};
   }
-  return ChannelInfo{.number = static_cast<std::int16_t>(*number),
-                     .name = *name,
-                     .unit = *unit,
-                     .low = *low,
-                     .high = *high,
-                     .factor = *factor,
-                     .offset = *offset};
+  return static_cast<Whole>(number);
+}
+
+ChannelInfo Channel(const json& entry, std::size_t place) {
+  const std::string of = " of channel " + std::to_string(place);
+  ChannelInfo channel{.number = WholeIn<std::int16_t>(entry, "number", of),
+                      .name = Text(entry, "name", "the name" + of),
+                      .unit = Text(entry, "unit", "the unit" + of),
+                      .low = Finite(entry, "low", of),
+                      .high = Finite(entry, "high", of)};
+  const std::string encoding = Text(entry, "encoding", "the encoding" + of);
+  if (encoding == kWordsText) {
+    channel.encoding = Encoding::kInt16;
+    channel.factor = Finite(entry, "factor", of);
+    channel.offset = Finite(entry, "offset", of);
+  } else if (encoding != kNumbersText) {
+    throw Misread{"the encoding" + of + " is not known"};
+  }
+  return channel;
+}
+
+json Entry(const ChannelInfo& channel) {
+  const bool words = channel.encoding == Encoding::kInt16;
+  json entry = {{"number", channel.number}, {"name", channel.name},
+                {"unit", channel.unit},     {"low", channel.low},
+                {"high", channel.high},     {"encoding", words ? kWordsText : kNumbersText}};
+  if (words) {
+    entry["factor"] = channel.factor;
+    entry["offset"] = channel.offset;
+  }
+  return entry;
+}
+
+std::size_t BytesOf(const ChannelInfo& channel) {
+  return channel.encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
+}
+
+/// The integer of the same bits.
+template <typename T>
+auto BitsOf(T value) {
+  if constexpr (std::is_floating_point_v<T>) {
+    return std::bit_cast<std::uint64_t>(value);
+  } else {
+    return value;
+  }
+}
+
+std::byte* PutSamples(std::byte* to, const Samples& samples) {
+  return std::visit(
+      [to](const auto& values) mutable {
+        for (const auto value : values) {
+          Put(to, BitsOf(value));
+          to += sizeof value;
+        }
+        return to;
+      },
+      samples);
+}
+
+Samples TakeSamples(const std::byte* from, Encoding encoding, std::size_t count) {
+  if (encoding == Encoding::kInt16) {
+    std::vector<std::int16_t> words(count);
+    for (std::size_t i = 0; i < count; ++i) words[i] = Take<std::int16_t>(from + 2 * i);
+    return words;
+  }
+  std::vector<double> values(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    values[i] = std::bit_cast<double>(Take<std::uint64_t>(from + 8 * i));
+  }
+  return values;
+}
+
+HostInfo InfoOf(std::string_view text) {
+  if (text.size() > kMaxInfoBytes) throw Misread{"it is longer than 1 MiB"};
+  // What lies deeper than the fields of a channel is dropped as it is read.
+  const auto in_reach = [](int depth, json::parse_event_t, json&) { return depth <= 3; };
+  const json root = json::parse(text, in_reach, false);
+  if (root.is_discarded() || !root.is_object()) throw Misread{"it is no JSON object"};
+  if (Finite(root, "format", "") != 2) throw Misread{"its format is not 2"};
+  const auto epoch = FromHex(Text(root, "epoch", "its epoch"));
+  if (!epoch) throw Misread{"its epoch is not 16 hexadecimal digits"};
+  HostInfo info{.epoch = *epoch,
+                .revision = WholeIn<std::uint32_t>(root, "revision", ""),
+                .device = Text(root, "device", "its device text"),
+                .rate = Finite(root, "rate", ""),
+                .channels = {}};
+  if (info.rate <= 0 || info.rate > kMaxRate) throw Misread{"its rate is out of range"};
+  const auto list = root.find("channels");
+  if (list == root.end() || !list->is_array() || list->empty() || list->size() > kMaxWireChannels) {
+    throw Misread{"it has no list of 1 to 1024 channels"};
+  }
+  for (const json& entry : *list) {
+    info.channels.push_back(Channel(entry, info.channels.size() + 1));
+  }
+  return info;
 }
 
 }  // namespace
 
-std::vector<std::int16_t> ScanBlock::Words() const {
-  std::vector<std::int16_t> result(scans * channels);
-  for (std::size_t i = 0; i < result.size(); ++i) {
-    result[i] = Take<std::int16_t>(words.data() + 2 * i);
-  }
-  return result;
-}
-
 std::string EncodeInfo(const HostInfo& info) {
   json channels = json::array();
-  for (const ChannelInfo& channel : info.channels) {
-    channels.push_back({{"number", channel.number},
-                        {"name", channel.name},
-                        {"unit", channel.unit},
-                        {"low", channel.low},
-                        {"high", channel.high},
-                        {"factor", channel.factor},
-                        {"offset", channel.offset}});
-  }
-  const json text = {{"format", 2},
-                     {"epoch", Hex(info.epoch)},
-                     {"device", info.device},
-                     {"rate", info.rate},
-                     {"channels", std::move(channels)}};
+  for (const ChannelInfo& channel : info.channels) channels.push_back(Entry(channel));
+  const json text = {
+      {"format", 2},           {"epoch", Hex(info.epoch)}, {"revision", info.revision},
+      {"device", info.device}, {"rate", info.rate},        {"channels", std::move(channels)}};
   // Text that is no UTF-8 (a name from a file) must not stop a host.
   return text.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 std::optional<HostInfo> DecodeInfo(std::string_view text, std::string& why) {
-  const auto refuse = [&why](const char* sentence) {
-    why = sentence;
-    return std::optional<HostInfo>();
-  };
-  if (text.size() > kMaxInfoBytes) return refuse("it is longer than 1 MiB");
-  // What lies deeper than the fields of a channel is dropped as it is read.
-  const auto in_reach = [](int depth, json::parse_event_t, json&) { return depth <= 3; };
-  const json root = json::parse(text, in_reach, false);
-  if (root.is_discarded() || !root.is_object()) return refuse("it is no JSON object");
-  const auto format = Number(root, "format");
-  if (!format) return refuse("it names no format");
-  if (*format != 2) return refuse("its format is not 2");
-  const auto epoch_text = Text(root, "epoch");
-  const auto epoch = epoch_text ? FromHex(*epoch_text) : std::nullopt;
-  if (!epoch) return refuse("its epoch is not 16 hexadecimal digits");
-  const auto device = Text(root, "device");
-  if (!device) return refuse("its device is no text");
-  const auto rate = Number(root, "rate");
-  if (!rate || *rate <= 0 || *rate > kMaxRate) return refuse("its rate is out of range");
-  const auto list = root.find("channels");
-  if (list == root.end() || !list->is_array() || list->empty() || list->size() > kMaxWireChannels) {
-    return refuse("it has no list of 1 to 1024 channels");
+  try {
+    return InfoOf(text);
+  } catch (const Misread& misread) {
+    why = misread.why;
+    return std::nullopt;
   }
-  HostInfo info{.epoch = *epoch, .device = *device, .rate = *rate, .channels = {}};
-  for (const json& entry : *list) {
-    auto channel = Channel(entry);
-    if (!channel) return refuse("one of its channels is incomplete or out of range");
-    info.channels.push_back(std::move(*channel));
-  }
-  return info;
 }
 
 std::string EncodeState(const HostState& state) {
@@ -203,20 +261,25 @@ std::optional<HostState> DecodeState(std::string_view text) {
   return InRange(*state.times) ? std::optional(state) : std::nullopt;
 }
 
-std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, std::uint64_t epoch,
+std::vector<std::byte> EncodeScans(const Scans& scans, std::uint64_t epoch, std::uint32_t revision,
                                    const HostTimes& times) {
-  std::vector<std::byte> payload(kScanHeaderBytes + 2 * scans.words.size());
+  std::size_t bytes = kScanHeaderBytes;
+  for (const Samples& samples : scans.channels) {
+    bytes += std::visit([](const auto& values) { return std::as_bytes(std::span(values)).size(); },
+                        samples);
+  }
+  std::vector<std::byte> payload(bytes);
   std::byte* to = payload.data();
   Put(to, kMagic);
-  Put(to + 4, static_cast<std::uint16_t>(channels));
+  Put(to + 4, static_cast<std::uint16_t>(scans.channels.size()));
   Put(to + 6, static_cast<std::uint16_t>(scans.scans));
   Put(to + 8, epoch);
   Put(to + 16, scans.first);
   Put(to + 24, times.sent_us);
   Put(to + 32, times.taken_us.value_or(times.sent_us));
-  for (std::size_t i = 0; i < scans.words.size(); ++i) {
-    Put(to + kScanHeaderBytes + 2 * i, scans.words[i]);
-  }
+  Put(to + 40, revision);
+  to += kScanHeaderBytes;
+  for (const Samples& samples : scans.channels) to = PutSamples(to, samples);
   return payload;
 }
 
@@ -225,20 +288,33 @@ std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload) {
   const std::byte* from = payload.data();
   if (Take<std::uint32_t>(from) != kMagic) return std::nullopt;
   ScanBlock block{.epoch = Take<std::uint64_t>(from + 8),
+                  .revision = Take<std::uint32_t>(from + 40),
                   .first = Take<std::int64_t>(from + 16),
                   .times = {.sent_us = Take<std::int64_t>(from + 24),
                             .taken_us = Take<std::int64_t>(from + 32)},
                   .scans = Take<std::uint16_t>(from + 6),
                   .channels = Take<std::uint16_t>(from + 4),
-                  .words = payload.subspan(kScanHeaderBytes)};
+                  .samples = payload.subspan(kScanHeaderBytes)};
   // An index far from overflow, so that nobody behind has to think of it.
   constexpr std::int64_t kMaxIndex = std::numeric_limits<std::int64_t>::max() / 4;
   if (block.scans == 0 || block.channels == 0 || block.channels > kMaxWireChannels ||
-      block.first < 0 || block.first > kMaxIndex || !InRange(block.times) ||
-      block.words.size() != 2 * block.scans * block.channels) {
+      block.first < 0 || block.first > kMaxIndex || !InRange(block.times)) {
     return std::nullopt;
   }
   return block;
+}
+
+std::optional<Scans> ScansOf(const ScanBlock& block, const std::vector<ChannelInfo>& channels) {
+  std::size_t bytes = 0;
+  for (const ChannelInfo& channel : channels) bytes += block.scans * BytesOf(channel);
+  if (block.channels != channels.size() || block.samples.size() != bytes) return std::nullopt;
+  Scans scans{.first = block.first, .scans = block.scans, .channels = {}};
+  const std::byte* from = block.samples.data();
+  for (const ChannelInfo& channel : channels) {
+    scans.channels.push_back(TakeSamples(from, channel.encoding, block.scans));
+    from += block.scans * BytesOf(channel);
+  }
+  return scans;
 }
 
 }  // namespace vantoscope

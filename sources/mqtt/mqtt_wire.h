@@ -3,9 +3,14 @@
 // nothing throws.
 //
 //   info   JSON, retained, QoS 1:
-//          {"format": 2, "epoch": "0123456789abcdef", "device": "SM64", "rate": 1000.0,
+//          {"format": 2, "epoch": "0123456789abcdef", "revision": 1, "device": "SM64",
+//           "rate": 1000.0,
 //           "channels": [{"number": 1, "name": "Tank", "unit": "m", "low": 0.0, "high": 10.0,
-//                         "factor": 0.00015, "offset": 5.0}, ...]}
+//                         "encoding": "i16", "factor": 0.00015, "offset": 5.0},
+//                        {"number": 2, "name": "Flow", "unit": "l/s", "low": -1.0, "high": 1.0,
+//                         "encoding": "f64"}, ...]}
+//          It comes again every ten seconds, and with the next revision whenever the name, the unit
+//          or the range of a channel has changed; everything else stays as it is for an epoch
 //   state  "open EPOCH SENT TAKEN" or "closed EPOCH", retained, QoS 1; "closed EPOCH" is the last
 //          will too. An open host repeats it every second, QoS 0, whether or not there are scans
 //          to send; TAKEN is missing while it has none
@@ -17,8 +22,11 @@
 //          16 8  index of the first scan
 //          24 8  SENT
 //          32 8  TAKEN
-//          40    scans x channels signed 16-bit words, scan by scan; a word w stands for
-//                offset + factor * w, that of a digital input (number -1) for its bits 8 to 15
+//          40 4  revision of the list under which the samples stand
+//          44 4  0
+//          48    channel by channel its samples. i16: signed 16-bit words; a word w stands for
+//                offset + factor * w, that of a digital input (number -1) for its bits 8 to 15.
+//                f64: numbers in the unit; nan is missing, an infinity is over range
 //
 // SENT is when the message was sent, TAKEN when the newest scan that the host has was taken; both
 // in microseconds by one clock of the host. It may begin anywhere and need not agree with any
@@ -46,6 +54,7 @@ inline constexpr std::size_t kMaxWireScans = 65535;
 
 struct HostInfo {
   std::uint64_t epoch = 0;
+  std::uint32_t revision = 1;
   std::string device;  ///< text of the device behind the host, for people
   double rate = 0;     ///< scans per second
   std::vector<ChannelInfo> channels;
@@ -68,14 +77,12 @@ struct HostState {
 /// A view into a payload; valid as long as the payload.
 struct ScanBlock {
   std::uint64_t epoch = 0;
+  std::uint32_t revision = 0;
   std::int64_t first = 0;
   HostTimes times;  ///< with a taken_us
   std::size_t scans = 0;
   std::size_t channels = 0;
-  std::span<const std::byte> words;
-
-  /// The words in the byte order of this machine.
-  [[nodiscard]] std::vector<std::int16_t> Words() const;
+  std::span<const std::byte> samples;
 };
 
 std::string EncodeInfo(const HostInfo& info);
@@ -86,9 +93,12 @@ std::string EncodeState(const HostState& state);
 std::optional<HostState> DecodeState(std::string_view text);
 
 /// At most kMaxWireScans scans. Without a `taken_us` they were taken when they are sent.
-std::vector<std::byte> EncodeScans(const RawScans& scans, std::size_t channels, std::uint64_t epoch,
+std::vector<std::byte> EncodeScans(const Scans& scans, std::uint64_t epoch, std::uint32_t revision,
                                    const HostTimes& times);
-/// Nothing unless every field is in range and the length is exactly what the header says.
+/// Nothing unless every field is in range.
 std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload);
+/// The scans of a block in the byte order of this machine; nothing unless its length is exactly
+/// that of such channels.
+std::optional<Scans> ScansOf(const ScanBlock& block, const std::vector<ChannelInfo>& channels);
 
 }  // namespace vantoscope

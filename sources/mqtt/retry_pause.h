@@ -12,16 +12,18 @@ class RetryPause {
   using Milliseconds = std::chrono::milliseconds;
   static constexpr Milliseconds kFirst{250};
   static constexpr Milliseconds kLongest{4'000};
+  static constexpr Milliseconds kSettled{5'000};
 
-  /// Up to `kFirst`, then up to twice as long each time. Half of it is chance, so that the clients
-  /// of a broker that comes back do not all come at the same instant.
-  Milliseconds Next() {
+  /// Up to `kFirst`, then up to twice as long each time, and a first one again after a connection
+  /// that stood for `kSettled`: a broker that accepts and closes at once is not there yet. Half of
+  /// it is chance, so that the clients of a broker that comes back do not all come at the same
+  /// instant.
+  Milliseconds After(Milliseconds stood) {
+    if (stood >= kSettled) at_most_ = kFirst;
     std::uniform_int_distribution<Milliseconds::rep> spread(at_most_.count() / 2, at_most_.count());
     at_most_ = std::min(2 * at_most_, kLongest);
     return Milliseconds(spread(random_));
   }
-  /// After a success: the next pause is a first one.
-  void Reset() { at_most_ = kFirst; }
 
  private:
   std::minstd_rand random_{std::random_device{}()};

@@ -86,6 +86,7 @@ class Follow final : public Device {
     NoteReading(0);
     rate_ = rate.value_or(steps_.Rate().value_or(1));
     for (std::size_t channel = 0; channel < channels_.size(); ++channel) SetRange(channel, range);
+    opened_ = true;
   }
 
   [[nodiscard]] std::string Name() const override { return name_; }
@@ -107,20 +108,18 @@ class Follow final : public Device {
     for (std::size_t channel = 0; channel < channels_.size(); ++channel) {
       const std::span<double> values = block.Channel(channel);
       store_.Copy(channel, store_.Total() - count, values);
-      if (mode != kRawWords) continue;
-      for (double& value : values) value = WordOf(channels_[channel], value);
+      CopyAsElements(channels_[channel], mode, values, values.data());
     }
     return block;
   }
 
-  RawScans ScansSince(std::int64_t next, std::size_t limit) override {
+  Scans ScansSince(std::int64_t next, std::size_t limit) override {
     if (!Delivers()) return {};
-    RawScans scans = ScansWanted(next, limit, store_.Oldest(), store_.Total() - 1);
-    for (std::size_t i = 0; i < scans.scans; ++i) {
-      const std::int64_t scan = scans.first + static_cast<std::int64_t>(i);
-      for (std::size_t channel = 0; channel < channels_.size(); ++channel) {
-        scans.words.push_back(WordOf(channels_[channel], store_.At(channel, scan)));
-      }
+    Scans scans = ScansWanted(next, limit, store_.Oldest(), store_.Total() - 1);
+    for (std::size_t channel = 0; channel < channels_.size(); ++channel) {
+      std::vector<double> values(scans.scans);
+      store_.Copy(channel, scans.first, values);
+      scans.channels.push_back(SamplesOf(channels_[channel], std::move(values)));
     }
     return scans;
   }
@@ -134,8 +133,8 @@ class Follow final : public Device {
         gone_ ? "the recording is gone or was replaced" : "the recorder writes nothing");
   }
 
-  bool HostGone() override {
-    gone_ = gone_ || csv_.File().IsGoneOrReplaced();
+  std::optional<std::string> HostGone() override {
+    if (!gone_) gone_ = csv_.File().Fate();
     return gone_;
   }
 
@@ -145,21 +144,31 @@ class Follow final : public Device {
     for (std::size_t channel = 0; channel < columns_.size(); ++channel) {
       const double value = ValueOfNumber(channels_[channel], row.values[columns_[channel].column]);
       store_.Put(channel, value);
-      channels_[channel].low = std::min(channels_[channel].low, value);
-      channels_[channel].high = std::max(channels_[channel].high, value);
+      Enclose(channels_[channel], value);
     }
     store_.Next();
+  }
+
+  /// While the file is opened the range is the extent of its values; afterwards it grows in steps.
+  void Enclose(ChannelInfo& channel, double value) const {
+    if (!std::isfinite(value) || (value >= channel.low && value <= channel.high)) return;
+    const Range extent{.low = std::min(channel.low, value), .high = std::max(channel.high, value)};
+    const Range range = opened_ ? RoomAround(extent) : extent;
+    channel.low = range.low;
+    channel.high = range.high;
   }
 
   /// From the extent of the values so far to a range.
   void SetRange(std::size_t place, std::optional<Range> wanted) {
     ChannelInfo& channel = channels_[place];
     const Range extent =
-        store_.Total() > 0 ? Range{.low = channel.low, .high = channel.high} : Range{};
+        channel.low <= channel.high ? Range{.low = channel.low, .high = channel.high} : Range{};
     if (IsSpecial(channel.number)) {
       channel = columns_[place].info;
     } else {
-      SpreadOver(channel, wanted ? Joined(*wanted, extent) : RoomAround(extent));
+      const Range range = wanted ? Joined(*wanted, extent) : RoomAround(extent);
+      channel.low = range.low;
+      channel.high = range.high;
     }
   }
 
@@ -175,8 +184,8 @@ class Follow final : public Device {
     const std::int64_t scans_before = store_.Total();
     try {
       csv_.ReadOn(kMostBytesAtOnce);
-    } catch (const SourceError&) {
-      gone_ = true;  // what is there now is not the recording that was opened
+    } catch (const SourceError& error) {
+      gone_ = error.what();  // what is there now is not the recording that was opened
     }
     NoteReading(scans_before);
   }
@@ -200,8 +209,9 @@ class Follow final : public Device {
   std::vector<ListedColumn> columns_;
   ScanStore store_;
   double rate_ = 1;
+  bool opened_ = false;
   bool running_ = false;
-  bool gone_ = false;
+  std::optional<std::string> gone_;
   std::optional<std::int64_t> read_at_;  // these two by the steady clock
   std::int64_t newest_at_ = 0;
 };

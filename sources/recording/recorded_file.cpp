@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "meter/data_source.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -17,7 +18,7 @@ namespace {
 constexpr std::size_t kRemembered = 64;
 
 [[noreturn]] void Fail(const std::string& path, const char* what, int error) {
-  throw SourceError("The recording '" + path + "' cannot be " + what + ": " +
+  throw SourceError("The recording '" + WithoutCredentials(path) + "' cannot be " + what + ": " +
                     std::generic_category().message(error) + ".");
 }
 
@@ -66,15 +67,20 @@ void RecordedFile::Seek(std::uint64_t position) {
   last_bytes_.clear();
 }
 
-bool RecordedFile::IsGoneOrReplaced() const {
+std::optional<std::string> RecordedFile::Fate() const {
+  const auto fate = [this](const std::string& what) {
+    return "The recording '" + path_ + "' " + what + ".";
+  };
   struct stat now {};
-  if (stat(path_.c_str(), &now) != 0) return true;
-  if (now.st_dev != opened_.st_dev || now.st_ino != opened_.st_ino) return true;
-  if (now.st_size < opened_.st_size) return true;
-  if (static_cast<std::uint64_t>(now.st_size) < position_) return true;
+  if (stat(path_.c_str(), &now) != 0) return fate("is gone");
+  if (now.st_dev != opened_.st_dev || now.st_ino != opened_.st_ino) return fate("was replaced");
+  if (now.st_size < opened_.st_size || static_cast<std::uint64_t>(now.st_size) < position_) {
+    return fate("was truncated");
+  }
   const bool untouched = now.st_mtim.tv_sec == opened_.st_mtim.tv_sec &&
                          now.st_mtim.tv_nsec == opened_.st_mtim.tv_nsec;
-  return !untouched && LastBytesChanged();
+  if (!untouched && LastBytesChanged()) return fate("was written anew");
+  return std::nullopt;
 }
 
 bool RecordedFile::LastBytesChanged() const {

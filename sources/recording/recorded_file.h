@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -37,9 +38,10 @@ class RecordedFile {
   /// Reading goes on there.
   void Seek(std::uint64_t position);
 
-  /// Whether the path leads to another file now, or to none, or the file is shorter than what has
-  /// been read or than it was when it was opened, or the last bytes that were read have changed.
-  [[nodiscard]] bool IsGoneOrReplaced() const;
+  /// In one sentence, that the path leads to another file now, or to none, or that the file is
+  /// shorter than what has been read or than it was when it was opened, or that the last bytes that
+  /// were read have changed. Nothing while it is still the same.
+  [[nodiscard]] std::optional<std::string> Fate() const;
 
  private:
   [[nodiscard]] bool LastBytesChanged() const;

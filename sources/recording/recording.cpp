@@ -95,7 +95,9 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
     StoredChannel stored = StoredChannel::Packed(std::move(column));
     const Range extent = stored.Extent();
     if (!IsSpecial(listed.info.number)) {
-      SpreadOver(listed.info, options.range ? Joined(*options.range, extent) : NotEmpty(extent));
+      const Range range = options.range ? Joined(*options.range, extent) : NotEmpty(extent);
+      listed.info.low = range.low;
+      listed.info.high = range.high;
     }
     recorded.channels.push_back(std::move(listed.info));
     recorded.stored.push_back(std::move(stored));
@@ -113,15 +115,18 @@ RecordedScans ReadSoundScans(const RecordedFile& file, const Options& options) {
   recorded.rate = sound.rate;
   for (StoredChannel& stored : sound.channels) {
     const Range extent = stored.Extent();
-    // Float samples may go beyond full scale; then the words cover what there is.
+    // Float samples may go beyond full scale.
     const double peak = std::max({1.0, -extent.low, extent.high});
     stored.Calibrate(factor, offset);
     ChannelInfo channel;
     channel.number = static_cast<std::int16_t>(recorded.channels.size() + 1);
     channel.low = offset - factor * peak;
     channel.high = offset + factor * peak;
-    channel.factor = factor * peak / 32768;
-    channel.offset = offset;
+    if (stored.IsWords()) {
+      channel.encoding = Encoding::kInt16;
+      channel.factor = factor / 32768;
+      channel.offset = offset;
+    }
     recorded.channels.push_back(std::move(channel));
     recorded.stored.push_back(std::move(stored));
   }

@@ -27,7 +27,7 @@ namespace vantoscope {
 ///
 /// Follow: blocks come from the newest 32768 scans; of a long file only the end is read. Without
 /// range= it is the smallest of 1, 2, 5, 10, 20 ... to both sides that holds twice the values there
-/// are at opening; later values widen low and high, and clip in the raw words.
+/// are at opening; a later value beyond it widens it in the same way.
 ///
 /// Both: the host is gone when the file vanishes, is replaced or is truncated. Special channels are
 /// columns of their names, DigIn, Cntr and RCntr; a byte of DigIn may be written signed. Analog

@@ -42,24 +42,20 @@ class Replay final : public Device {
     for (std::size_t channel = 0; channel < block.Channels(); ++channel) {
       const std::span<double> values = block.Channel(channel);
       CopyScans(channel, first, values);
-      if (mode != kRawWords) continue;
-      for (double& value : values) value = WordOf(scans_.channels[channel], value);
+      CopyAsElements(scans_.channels[channel], mode, values, values.data());
     }
     return block;
   }
 
-  RawScans ScansSince(std::int64_t next, std::size_t limit) override {
+  Scans ScansSince(std::int64_t next, std::size_t limit) override {
     if (!running_) return {};
     const std::int64_t newest = times_.loop ? Newest() : std::min(Newest(), length_ - 1);
     const std::int64_t oldest = std::max<std::int64_t>(newest - kHeldScans + 1, 0);
-    RawScans scans = ScansWanted(next, limit, oldest, newest);
-    scans.words.resize(scans.scans * scans_.channels.size());
-    auto word = scans.words.begin();
-    for (std::size_t i = 0; i < scans.scans; ++i) {
-      const std::size_t row = RowOf(scans.first + static_cast<std::int64_t>(i));
-      for (std::size_t channel = 0; channel < scans_.channels.size(); ++channel) {
-        *word++ = WordOf(scans_.channels[channel], scans_.stored[channel][row]);
-      }
+    Scans scans = ScansWanted(next, limit, oldest, newest);
+    for (std::size_t channel = 0; channel < scans_.channels.size(); ++channel) {
+      std::vector<double> values(scans.scans);
+      CopyScans(channel, scans.first, values);
+      scans.channels.push_back(SamplesOf(scans_.channels[channel], std::move(values)));
     }
     return scans;
   }
@@ -72,8 +68,11 @@ class Replay final : public Device {
                        "the recording is over");
   }
 
-  bool HostGone() override {
-    gone_ = gone_ || AtEnd() || file_->IsGoneOrReplaced();
+  std::optional<std::string> HostGone() override {
+    if (!gone_) gone_ = file_->Fate();
+    if (!gone_ && AtEnd()) {
+      gone_ = "The recording '" + file_->Path() + "' has ended; ?loop repeats it.";
+    }
     return gone_;
   }
 
@@ -117,7 +116,7 @@ class Replay final : public Device {
   std::unique_ptr<RecordedFile> file_;
   Clock clock_;
   bool running_ = false;
-  bool gone_ = false;
+  std::optional<std::string> gone_;
 };
 
 }  // namespace

@@ -65,14 +65,6 @@ std::vector<std::vector<Sample>> ReadFrameByFrame(const RecordedFile& file, SNDF
   return samples;
 }
 
-void RepeatOverGaps(std::vector<float>& samples) {
-  float last = 0;
-  for (float& sample : samples) {
-    if (!std::isfinite(sample)) sample = last;
-    last = sample;
-  }
-}
-
 }  // namespace
 
 bool LooksLikeSound(std::string_view path, std::string_view first_bytes) {
@@ -126,7 +118,6 @@ Sound ReadSound(const RecordedFile& file, std::size_t most_samples) {
     default:
       for (auto& values : ReadFrameByFrame<float>(file, sound.get(), channels, most_samples,
                                                   library.readf_float)) {
-        RepeatOverGaps(values);
         result.channels.emplace_back(std::move(values));
       }
   }

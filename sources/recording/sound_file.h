@@ -20,8 +20,8 @@ struct Sound {
 bool LooksLikeSound(std::string_view path, std::string_view first_bytes);
 
 /// Reads the whole file: 8 to 16 bits as 16-bit words, 24 and 32 bits as 32-bit ones, everything
-/// else as float; a sample that is no number repeats the one before it. Throws SourceError when it
-/// is no sound file, holds no frame, or more than `most_samples` samples over all channels.
+/// else as float, also what is infinite or no number. Throws SourceError when it is no sound file,
+/// holds no frame, or more than `most_samples` samples over all channels.
 Sound ReadSound(const RecordedFile& file, std::size_t most_samples);
 
 }  // namespace vantoscope

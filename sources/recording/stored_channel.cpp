@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <utility>
 
 namespace vantoscope {
@@ -84,10 +85,17 @@ Range StoredChannel::Extent() const {
   };
   return std::visit(
       [&](const auto& stored) -> Range {
-        if (stored.empty()) return {};
-        const auto [least, greatest] = std::ranges::minmax_element(stored);
-        return Joined({.low = value(*least), .high = value(*least)},
-                      {.low = value(*greatest), .high = value(*greatest)});
+        std::optional<Range> extent;
+        for (const auto sample : stored) {
+          const double number = static_cast<double>(sample);
+          if (!std::isfinite(number)) continue;
+          if (!extent) extent = Range{.low = number, .high = number};
+          extent->low = std::min(extent->low, number);
+          extent->high = std::max(extent->high, number);
+        }
+        if (!extent) return {};
+        return Joined({.low = value(extent->low), .high = value(extent->low)},
+                      {.low = value(extent->high), .high = value(extent->high)});
       },
       stored_);
 }

@@ -32,10 +32,15 @@ class StoredChannel {
     offset_ = offset;
   }
 
+  /// Whether 16-bit words hold the samples.
+  [[nodiscard]] bool IsWords() const {
+    return std::holds_alternative<std::vector<std::int16_t>>(stored_);
+  }
   [[nodiscard]] std::size_t Size() const;
   [[nodiscard]] double operator[](std::size_t index) const;
   /// Copies the samples from `first` on to all of `values`.
   void Copy(std::size_t first, std::span<double> values) const;
+  /// Of the samples that are finite; 0 to 0 when none is.
   [[nodiscard]] Range Extent() const;
 
  private:

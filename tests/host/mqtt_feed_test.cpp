@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <numeric>
+
 namespace vantoscope {
 namespace {
 
@@ -21,6 +23,7 @@ class MqttFeedTest : public testing::Test {
     road_ = 5ms;
     age_ = 0s;
     next_ = 0;
+    revision_ = 1;
     feed_.emplace(30s);
     feed_->OnConnected(now_);
     Info(MakeInfo(kEpoch));
@@ -30,7 +33,7 @@ class MqttFeedTest : public testing::Test {
     feed_->FixChannels();
   }
   static HostInfo MakeInfo(std::uint64_t epoch) {
-    return {epoch, "SM64", 100, {{1, "A", "m", 0, 10, 0.5, 0}, {2, "B", "V", -1, 1, 1, 0}}};
+    return {epoch, 1, "DM64", 100, {{1, "A", "m", 0, 10}, {2, "B", "V", -1, 1}}};
   }
   void Text(const char* leaf, const std::string& text, bool retained) {
     feed_->OnMessage(leaf, std::as_bytes(std::span(text)), retained, now_);
@@ -46,18 +49,17 @@ class MqttFeedTest : public testing::Test {
     Text("state", EncodeState({open, epoch, open ? std::optional(Times()) : std::nullopt}),
          retained);
   }
-  /// Every word of scan n is n.
-  void Scans(std::int16_t first, std::int16_t count, std::uint64_t epoch = kEpoch,
-             bool retained = false, std::size_t channels = 2) {
-    RawScans scans{first, static_cast<std::size_t>(count), {}};
-    for (std::int16_t n = first; n < first + count; ++n) {
-      scans.words.insert(scans.words.end(), channels, n);
-    }
-    feed_->OnMessage("scan", EncodeScans(scans, channels, epoch, Times()), retained, now_);
-    next_ = static_cast<std::int16_t>(first + count);
+  /// Every value of scan n is n.
+  void Scans(std::int64_t first, int count, std::uint64_t epoch = kEpoch, bool retained = false,
+             std::size_t channels = 2) {
+    std::vector<double> values(static_cast<std::size_t>(count));
+    std::iota(values.begin(), values.end(), first);
+    const vantoscope::Scans scans{first, values.size(), {channels, values}};
+    feed_->OnMessage("scan", EncodeScans(scans, epoch, revision_, Times()), retained, now_);
+    next_ = first + count;
   }
   /// So many times `pause` later, a block of `count` scans and a sign of life.
-  void Blocks(int times, std::chrono::milliseconds pause, std::int16_t count) {
+  void Blocks(int times, std::chrono::milliseconds pause, int count) {
     for (; times > 0; --times) now_ += pause, Scans(next_, count), State(true, kEpoch);
   }
   /// So many seconds with nothing but signs of life, while the newest scan of the host grows older.
@@ -69,9 +71,9 @@ class MqttFeedTest : public testing::Test {
     feed_->OnLost();
     feed_->OnConnected(now_ + 2s);
   }
-  /// Newest word of the first channel, or -1 when there is no block of `count` scans.
+  /// Newest value of the first channel, or -1 when there is no block of `count` scans.
   double Newest(std::size_t count = 1) {
-    const auto block = feed_->GetData(count, kRawWords, now_);
+    const auto block = feed_->GetData(count, kEngineeringUnits, now_);
     return block ? (*block)(0, count - 1) : -1;
   }
 
@@ -79,7 +81,8 @@ class MqttFeedTest : public testing::Test {
   std::chrono::duration<double> road_{};
   std::chrono::duration<double> ahead_ = 1h;
   std::optional<std::chrono::duration<double>> age_;  // of the host's newest scan
-  std::int16_t next_ = 0;                             // the scan to come
+  std::int64_t next_ = 0;                             // the scan to come
+  std::uint32_t revision_ = 1;
   std::optional<MqttFeed> feed_;
 };
 
@@ -129,7 +132,7 @@ TEST_F(MqttFeedTest, SaysHowOldTheNewestScanIsAndWhyThereIsNoneNewer) {
     age_ = 0s;
     Blocks(1, 100ms, 1);
     EXPECT_LT(feed_->DataFreshness(now_).age.value(), 0.01) << "live at the first new value";
-    EXPECT_EQ(Newest(), next_ - 1);
+    EXPECT_EQ(Newest(), static_cast<double>(next_ - 1));
   }
 }
 
@@ -144,14 +147,14 @@ TEST_F(MqttFeedTest, IsOldAfterTwoSecondsOrThreeBlocks) {
     Open();
     act();
     EXPECT_NEAR(feed_->DataFreshness(now_).limit, limit, 1e-9) << name;
-    const double newest = next_ - 1;
+    const std::int64_t newest = next_ - 1;
     now_ += std::chrono::round<std::chrono::milliseconds>(limit * 1s);
-    EXPECT_EQ(Newest(), newest) << name;
+    EXPECT_EQ(Newest(), static_cast<double>(newest)) << name;
     now_ += 1ms;
     EXPECT_EQ(Newest(), -1) << name;
     EXPECT_EQ(feed_->DataFreshness(now_).reason, "the host is silent") << "known at once";
     State(true, kEpoch);
-    Scans(static_cast<std::int16_t>(newest), 1);
+    Scans(newest, 1);
     EXPECT_EQ(Newest(), -1) << "the same again is no news";
   }
 }
@@ -170,12 +173,14 @@ TEST_F(MqttFeedTest, TakesOnlyLiveScansOfItsHost) {
   Scans(211, 1);
   EXPECT_EQ(Newest(6), 211) << "200 were missing, two seconds of them";
   Scans(413, 1);
-  EXPECT_EQ(Newest(1), 413);
-  EXPECT_EQ(Newest(2), -1) << "201 were missing";
+  EXPECT_EQ(Newest(1), 211) << "201 were missing: not before the next one confirms it";
+  Scans(414, 1);
+  EXPECT_EQ(Newest(1), 414);
+  EXPECT_EQ(Newest(2), -1) << "a window has no such gap";
   EXPECT_EQ(feed_->Counts().gaps, 3U);
-  EXPECT_EQ(feed_->Counts().missing, 6U + 200U + 201U);
+  EXPECT_EQ(feed_->Counts().missing, 6U + 200U + 202U);
   EXPECT_EQ(feed_->Counts().retained, 1U);
-  EXPECT_EQ(feed_->Counts().ignored, 3U);
+  EXPECT_EQ(feed_->Counts().ignored, 4U);
   feed_->Clear();
   EXPECT_FALSE(feed_->DataFreshness(now_).age);
 }
@@ -185,11 +190,15 @@ TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
   Scans(0, 2, kNextEpoch);
   EXPECT_EQ(Newest(), 1004) << "not before its info";
   Info(MakeInfo(kNextEpoch));
-  EXPECT_EQ(Newest(), -1) << "nothing of the former host";
+  State(true, kNextEpoch);
+  EXPECT_EQ(Newest(), 1004) << "not while the former host has not closed";
   State(false, kEpoch);
   ahead_ -= 900ms;  // the machine was started anew, too
   age_.reset();
+  State(true, kNextEpoch, true);
+  EXPECT_EQ(Newest(), 1004) << "not before a live sign";
   State(true, kNextEpoch);
+  EXPECT_EQ(Newest(), -1) << "nothing of the former host";
   EXPECT_EQ(feed_->DataFreshness(now_).reason, "the host has no data yet");
   age_ = 0s;
   Scans(3, 2, kNextEpoch);
@@ -201,21 +210,88 @@ TEST_F(MqttFeedTest, FollowsAHostThatBeginsAnew) {
   EXPECT_FALSE(feed_->HostGone(now_)) << "the farewell was the former host's";
 }
 
-TEST_F(MqttFeedTest, AnotherListIsAnotherHost) {
+TEST_F(MqttFeedTest, OtherChannelsAreAnotherHost) {
   const std::function<void(HostInfo&)> changes[] = {
       [](HostInfo& info) { info.channels.pop_back(); }, [](HostInfo& info) { info.rate = 50; },
-      [](HostInfo& info) { info.channels[1].offset = 2; }};
+      [](HostInfo& info) { info.channels[1].encoding = Encoding::kInt16; },
+      [](HostInfo& info) { info.channels[1].number = 3; }};
   for (const auto& change : changes) {
-    for (const std::uint64_t epoch : {kEpoch, kNextEpoch}) {
-      Open();
-      Scans(0, 1);
-      HostInfo other = MakeInfo(epoch);
-      change(other);
-      Info(other);
-      EXPECT_TRUE(feed_->HostGone(now_));
-      Scans(50, 1, epoch);
-      EXPECT_EQ(Newest(), 0);
-    }
+    Open();
+    Scans(0, 1);
+    HostInfo other = MakeInfo(kEpoch);
+    change(other);
+    Info(other);
+    Scans(1, 1);
+    EXPECT_EQ(Newest(), 1) << "an epoch has one list";
+    other.epoch = kNextEpoch;
+    Info(other);
+    State(true, kNextEpoch);
+    EXPECT_FALSE(feed_->HostGone(now_)) << "the host is still there";
+    now_ += 3s;
+    State(true, kNextEpoch);
+    EXPECT_EQ(feed_->HostGone(now_), "publishes other channels now");
+  }
+}
+
+TEST_F(MqttFeedTest, TakesOverUnitsAndRangesWithTheNextBlock) {
+  const auto unit = [this] { return feed_->Info()->channels[0].unit; };
+  Scans(0, 3);
+  HostInfo changed = MakeInfo(kEpoch);
+  changed.revision = 2;
+  changed.channels[1].high = 500;
+  Info(changed);
+  EXPECT_EQ(feed_->Info()->channels[1].high, 1);
+  revision_ = 2;
+  Scans(3, 1);
+  EXPECT_EQ(feed_->Info()->channels[1].high, 500);
+  EXPECT_EQ(feed_->ListChanges(), 1U);
+  EXPECT_EQ(Newest(4), 3) << "a wider range costs no scan";
+  revision_ = 3;
+  Scans(4, 1);
+  EXPECT_EQ(Newest(), 3) << "its list has not come";
+  changed.revision = 3;
+  changed.channels[0].unit = "V";
+  Info(changed);
+  Scans(5, 1);
+  EXPECT_EQ(unit(), "V");
+  EXPECT_EQ(Newest(), 5);
+  EXPECT_EQ(Newest(2), -1) << "metres are no volts";
+  revision_ = 2;
+  Scans(6, 1);
+  EXPECT_EQ(unit(), "m") << "a forged list lasts until the next block";
+  EXPECT_FALSE(feed_->HostGone(now_));
+}
+
+TEST_F(MqttFeedTest, AForgedMessageHasNoLastingEffect) {
+  const std::tuple<const char*, std::function<void()>> rows[] = {
+      {"a block far ahead", [&] { Scans(1'000'000'000'000, 1); }},
+      {"a block far behind", [&] { Scans(0, 1); }},
+      {"a block a little ahead", [&] { Scans(next_ + 100, 1); }},
+      {"two that do not agree", [&] { Scans(1'000'000, 1), Scans(5'000'000, 1); }},
+      {"a time to come", [&] { ahead_ += 10h, Blocks(1, 0ms, 1), ahead_ -= 10h; }},
+      {"a time gone by", [&] { ahead_ -= 10h, Blocks(1, 0ms, 1), ahead_ += 10h; }},
+      {"an old scan", [&] { age_ = 1h, Blocks(1, 0ms, 1), age_ = 0s; }},
+      {"a farewell", [&] { State(false, kEpoch); }},
+      {"a rival", [&] { Info(MakeInfo(kNextEpoch)), State(true, kNextEpoch); }},
+      {"an emptied list", [&] { Text("info", "", true); }},
+      {"a list of one channel",
+       [&] {
+         HostInfo info = MakeInfo(kEpoch);
+         info.channels.pop_back();
+         Info(info);
+       }},
+  };
+  for (const auto& [name, forge] : rows) {
+    Open();
+    next_ = 10'000;
+    Blocks(50, 40ms, 4);
+    const std::int64_t next = next_;
+    forge();
+    next_ = next;
+    Blocks(50, 40ms, 4);
+    EXPECT_EQ(Newest(), static_cast<double>(next_ - 1)) << name;
+    EXPECT_LT(feed_->DataFreshness(now_).age.value_or(99), 1) << name;
+    EXPECT_FALSE(feed_->HostGone(now_)) << name;
   }
 }
 

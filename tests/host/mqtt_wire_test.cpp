@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <cstdlib>
 
 #include "sources/mqtt/mqtt_address.h"
@@ -10,44 +11,50 @@
 namespace vantoscope {
 namespace {
 
-/// Two channels, three scans, written out by hand: format, channels, scans; epoch; first scan 1000;
-/// sent at 1.5 s and taken at 1 s; the words 1, -2 / 256, -32768 / 32767, -1.
+/// A channel of words and one of numbers, three scans, written out by hand: format, channels,
+/// scans; epoch; first scan 1000; sent at 1.5 s and taken at 1 s; revision 7; the words 1, -2, 256
+/// and the numbers 1, nan, -inf.
 const std::string kBlock(
     "TVX\2\2\0\3\0\x88\x77\x66\x55\x44\x33\x22\x11\xe8\3\0\0\0\0\0\0"
-    "\x60\xe3\x16\0\0\0\0\0\x40\x42\x0f\0\0\0\0\0\1\0\xfe\xff\0\1\0\x80\xff\x7f\xff\xff",
-    52);
+    "\x60\xe3\x16\0\0\0\0\0\x40\x42\x0f\0\0\0\0\0\7\0\0\0\0\0\0\0"
+    "\1\0\xfe\xff\0\1\0\0\0\0\0\0\xf0\x3f\0\0\0\0\0\0\xf8\x7f\0\0\0\0\0\0\xf0\xff",
+    78);
+const std::vector<ChannelInfo> kBlockChannels = {{1, "", "", 0, 0, Encoding::kInt16}, {}};
 
-std::optional<ScanBlock> Decode(const std::string& bytes) {
-  return DecodeScans(std::as_bytes(std::span(bytes)));
+std::optional<Scans> Decode(const std::string& bytes) {
+  const auto block = DecodeScans(std::as_bytes(std::span(bytes)));
+  return block ? ScansOf(*block, kBlockChannels) : std::nullopt;
 }
 
 TEST(MqttWire, ReadsAndWritesAScanBlock) {
-  const auto block = Decode(kBlock);
+  const auto block = DecodeScans(std::as_bytes(std::span(kBlock)));
   ASSERT_TRUE(block);
   EXPECT_EQ(block->epoch, 0x1122334455667788U);
-  EXPECT_EQ(block->first, 1000);
+  EXPECT_EQ(block->revision, 7U);
   EXPECT_EQ(block->times, (HostTimes{1'500'000, 1'000'000}));
-  const std::vector<std::int16_t> words = {1, -2, 256, -32768, 32767, -1};
-  EXPECT_EQ(block->Words(), words);
-  const auto written = EncodeScans({1000, 3, words}, 2, 0x1122334455667788U, block->times);
+  const Scans scans = ScansOf(*block, kBlockChannels).value();
+  EXPECT_EQ(scans.first, 1000);
+  EXPECT_EQ(scans.channels[0], Samples(std::vector<std::int16_t>{1, -2, 256}));
+  EXPECT_THAT(std::get<1>(scans.channels[1]), testing::ElementsAre(1, testing::IsNan(), -INFINITY));
+  const auto written = EncodeScans(scans, 0x1122334455667788U, 7, block->times);
   EXPECT_TRUE(std::ranges::equal(written, std::as_bytes(std::span(kBlock))));
 }
 
 TEST(MqttWire, RefusesScanBlocksThatDoNotAddUp) {
-  // Name, position of the byte that is changed, its new value, size of the payload (whole: 52).
+  // Name, position of the byte that is changed, its new value, size of the payload (whole: 78).
   const std::tuple<const char*, std::size_t, char, std::size_t> rows[] = {
-      {"header cut", 0, 'T', 39},
-      {"one byte short", 0, 'T', 51},
-      {"one byte long", 0, 'T', 53},
-      {"a channel more than there is", 4, 3, 52},
-      {"no scans", 6, 0, 40},
-      {"no channels", 4, 0, 40},
-      {"other version", 3, 1, 52},
-      {"negative index", 23, '\x80', 52},
-      {"near overflow", 23, 0x7f, 52},
-      {"a time near overflow", 31, 0x7f, 52},
-      {"a time near overflow downwards", 39, '\x80', 52},
-      {"taken after it was sent", 34, 0x17, 52}};
+      {"header cut", 0, 'T', 47},
+      {"one byte short", 0, 'T', 77},
+      {"one byte long", 0, 'T', 79},
+      {"a channel more than there is", 4, 3, 78},
+      {"no scans", 6, 0, 48},
+      {"no channels", 4, 0, 48},
+      {"other version", 3, 1, 78},
+      {"negative index", 23, '\x80', 78},
+      {"near overflow", 23, 0x7f, 78},
+      {"a time near overflow", 31, 0x7f, 78},
+      {"a time near overflow downwards", 39, '\x80', 78},
+      {"taken after it was sent", 34, 0x17, 78}};
   for (const auto& [name, at, value, size] : rows) {
     std::string bytes = kBlock;
     bytes[at] = value;
@@ -57,10 +64,10 @@ TEST(MqttWire, RefusesScanBlocksThatDoNotAddUp) {
 }
 
 constexpr const char* kInfo =
-    R"({"format": 2, "epoch": "00000000000000ff", "device": "SM64", "rate": 250.5, "channels": [
-        {"number": 7, "name": "Tank", "unit": "µm/m", "low": -1.5, "high": 2, "factor": 1e-4,
-         "offset": 0.25, "added later": [[[]]]},
-        {"number": -1, "name": "", "unit": "", "low": 0, "high": 0, "factor": 1, "offset": 0}]})";
+    R"({"format": 2, "epoch": "00000000000000ff", "device": "SM64", "revision": 3, "rate": 250.5, "channels": [
+        {"number": 7, "name": "Tank", "unit": "µm/m", "low": -1.5, "high": 2, "encoding": "i16",
+         "factor": 1e-4, "offset": 0.25, "added later": [[[]]]},
+        {"number": -1, "name": "", "unit": "", "low": 0, "high": 0, "encoding": "f64"}]})";
 
 TEST(MqttWire, ReadsAnInfoAndGivesItBack) {
   std::string why;
@@ -68,35 +75,43 @@ TEST(MqttWire, ReadsAnInfoAndGivesItBack) {
   ASSERT_TRUE(info) << why;
   EXPECT_EQ(info->epoch, 255U);
   EXPECT_EQ(info->rate, 250.5);
-  const std::vector<ChannelInfo> channels{{7, "Tank", "µm/m", -1.5, 2, 1e-4, 0.25},
-                                          {-1, "", "", 0, 0, 1, 0}};
+  EXPECT_EQ(info->revision, 3U);
+  const std::vector<ChannelInfo> channels{
+      {7, "Tank", "µm/m", -1.5, 2, Encoding::kInt16, 1e-4, 0.25},
+      {-1, "", "", 0, 0, Encoding::kFloat64, 1, 0}};
   EXPECT_EQ(info->channels, channels);
   const auto again = DecodeInfo(EncodeInfo(*info), why);
   ASSERT_TRUE(again) << why;
   EXPECT_EQ(again->channels, channels);
   EXPECT_EQ(again->epoch, 255U);
-  const HostInfo broken_text{.epoch = 1, .device = "\xff", .rate = 1, .channels = channels};
+  const HostInfo broken_text{
+      .epoch = 1, .revision = 1, .device = "\xff", .rate = 1, .channels = channels};
   EXPECT_TRUE(DecodeInfo(EncodeInfo(broken_text), why)) << why;
 }
 
 TEST(MqttWire, RefusesInfosWithAReason) {
-  // Text that is replaced, its replacement.
-  const std::pair<std::string, std::string> rows[] = {
-      {R"("format": 2)", R"("format": 1)"},
-      {"00000000000000ff", "ff"},
-      {"250.5", "0"},
-      {R"("number": 7)", R"("number": 40000)"},
-      {R"("unit": "")", R"("units": "")"},
-      {"µm/m", "a\\nb"},
-      {kInfo, std::string(100'000, '[')},
-      {kInfo, R"({"format":2,"epoch":"00000000000000ff","device":"","rate":1,"channels":[]})"},
+  // Text that is replaced, its replacement, the reason.
+  const std::tuple<std::string, std::string, const char*> rows[] = {
+      {R"("format": 2)", R"("format": 1)", "its format is not 2"},
+      {"00000000000000ff", "ff", "its epoch is not 16 hexadecimal digits"},
+      {"250.5", "0", "its rate is out of range"},
+      {R"("revision": 3)", R"("revision": -1)", "the revision is out of range"},
+      {R"("number": 7)", R"("number": 40000)", "the number of channel 1 is out of range"},
+      {R"("unit": "")", R"("units": "")", "the unit of channel 2 is no text"},
+      {"µm/m", "a\\nb", "the unit of channel 1 holds a control character"},
+      {"Tank", std::string(257, 'T'), "the name of channel 1 is longer than 256 bytes"},
+      {R"("high": 0)", R"("high": null)", "the high of channel 2 is no finite number"},
+      {"f64", "f32", "the encoding of channel 2 is not known"},
+      {R"("factor": 1e-4)", R"("factor": "")", "the factor of channel 1 is no finite number"},
+      {kInfo, std::string(100'000, '['), "it is no JSON object"},
+      {R"("channels": [)", R"("channels": [], "x": [)", "it has no list of 1 to 1024 channels"},
   };
-  for (const auto& [from, to] : rows) {
+  for (const auto& [from, to, reason] : rows) {
     std::string text = kInfo;
     text.replace(text.rfind(from), from.size(), to);
     std::string why;
     EXPECT_FALSE(DecodeInfo(text, why)) << to;
-    EXPECT_NE(why, "") << to;
+    EXPECT_EQ(why, reason);
   }
 }
 
@@ -123,7 +138,7 @@ TEST(MqttAddress, ReadsTextsAndGivesThemInFull) {
   const std::tuple<const char*, const char*, bool> rows[] = {
       {"MQ64:lab-pc/bench", "MQ64:lab-pc:1883/bench", false},
       {"MQ64:h:8883/a", "MQ64:h:8883/a", true},
-      {"MQ64:h:9/a?tls&timeout=2.5&wait=5", "MQ64:h:9/a?tls&timeout=2.5", true},
+      {"MQ64:h:9/a?tls&timeout=2.5&wait=5", "MQ64:h:9/a?tls&timeout=2.5&wait=5", true},
       {"MQ64:h/a?cafile=/etc/my%20ca.pem", "MQ64:h:8883/a?cafile=/etc/my%20ca.pem", true},
       {"MQ64:[::1]:1885/a", "MQ64:[::1]:1885/a", false},
       {"MQ64:/run/m%20b.sock!lab/b%201", "MQ64:/run/m%20b.sock!lab/b%201", false},

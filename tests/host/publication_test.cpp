@@ -9,10 +9,12 @@ namespace {
 
 /// Plays a script and tells what was sent: after each "/", during the time step that it stands for.
 /// A number is a time step in milliseconds; `up` and `down` are the connection, `end` is the end.
-/// Messages are open, closed, info and scan: with a capital of another host, with * retained.
+/// Messages are open, closed, info and scan, and empty, which is an info without anything: with a
+/// capital of another host, with * retained. `wider` is a channel with another range,
+/// and `send@N` one scan.
 std::string Play(const std::string& script) {
   const auto info_of = [](std::uint64_t epoch) {
-    return HostInfo{.epoch = epoch, .device = "SM64", .rate = 10, .channels = {{}}};
+    return HostInfo{.epoch = epoch, .revision = 1, .device = "SM64", .rate = 10, .channels = {{}}};
   };
   std::string sent;
   Publication host(
@@ -39,12 +41,19 @@ std::string Play(const std::string& script) {
       host.OnLost();
     } else if (word == "end") {
       host.Close();
+    } else if (word.starts_with("send@")) {
+      host.SendScans({std::stoi(word.substr(5)), 1, {std::vector<double>{5}}});
+    } else if (word == "wider") {
+      host.SetChannels({{0, "", "", 0, 5}});
+    } else if (word == "empty") {
+      host.OnMessage("info", {}, retained, now);
     } else if (word == "info") {
       message(EncodeInfo(info_of(epoch)));
     } else if (word == "open" || word == "closed") {
       message(EncodeState({word == "open", epoch, {}}));
     } else if (word == "scan") {
-      host.OnMessage(word, EncodeScans({0, 1, {5}}, 1, epoch, {}), retained, now);
+      host.OnMessage(word, EncodeScans({0, 1, {std::vector<double>{5}}}, epoch, 1, {}), retained,
+                     now);
     } else {
       sent += " /";
       host.OnTime(now += std::chrono::milliseconds(std::stoi(word)));
@@ -65,14 +74,24 @@ TEST(Publication, HasItsRootToItself) {
        " / / info open / / open closed /"},
       {"what a former host left", "up Info* Closed* Scan* Closed 400", " / info open"},
       {"what it left itself", "up open scan 400", " / info open"},
-      {"another is at work, by its state", "up Open 5000 end", " /"},
-      {"another is at work, by its scans", "up Scan 5000", " /"},
+      {"another is at work, by its state", "up Open 1000 Open 5000 end", " / /"},
+      {"another is at work, by its scans", "up Scan 400 Scan 499 Scan 1 Scan 5000", " / / / /"},
+      {"one message is no host", "up Open 3399 1", " / / info open"},
+      {"nor are many at once", "up Open Open Scan 3400", " / info open"},
       {"another crashed", "up Open* 300 Open* 3099 1", " / / / info open"},
-      {"another seemed to have crashed", "up Open* 3000 Open 5000 down up 5000", " / / /"},
+      {"another seemed to have crashed", "up Open* 2000 Open 1000 Open 5000 down up 5000",
+       " / / / /"},
       {"another came earlier", "up 400 Info info 999 1", " / info open / / open"},
-      {"another came later", "up 400 info Info 5000 end", " / info open /"},
-      {"farewells over its own word", "up 400 info closed Closed open Open",
-       " / info open open open"},
+      {"another came later", "up 400 info Info Open 900 Open 5000 end", " / info open / /"},
+      {"one info is no host", "up 400 info Info 3399 info 1", " / info open / open / info"},
+      {"nor is one sign", "up 400 info Info Open 3400 info 1 Open", " / info open / info open /"},
+      {"farewells over its own word", "up 400 info closed Closed open Open 1",
+       " / info open / open"},
+      {"the list again", "up 400 info 9999 1", " / info open / open / info"},
+      {"an emptied list is mended", "up 400 info empty 1", " / info open / info"},
+      {"a jump is said twice", "up 400 send@0 send@1 send@9 send@10",
+       " / info open scan scan scan scan scan"},
+      {"a list that changes", "up 400 wider wider 1", " / info open info /"},
       {"connection lost", "up 400 info down 5000 up 400 Info 1000",
        " / info open / / info open / open"},
   };

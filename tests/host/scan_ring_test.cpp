@@ -7,13 +7,18 @@ namespace {
 
 using testing::ElementsAre;
 
-/// Scans of two channels: scan n holds 10 n and -n.
-std::vector<std::int16_t> Scans(int first, int count) {
+/// A channel of words and one of numbers.
+std::vector<ChannelInfo> Channels() { return {{1, "", "", 0, 0, Encoding::kInt16, 0.5, 100}, {}}; }
+
+/// Scan n holds the word 10 n and the number -n / 4.
+Scans Some(int first, int count) {
   std::vector<std::int16_t> words;
+  std::vector<double> numbers;
   for (int n = first; n < first + count; ++n) {
-    for (const int word : {10 * n, -n}) words.push_back(static_cast<std::int16_t>(word));
+    words.push_back(static_cast<std::int16_t>(10 * n));
+    numbers.push_back(-n / 4.0);
   }
-  return words;
+  return {first, static_cast<std::size_t>(count), {words, numbers}};
 }
 
 TEST(ScanRing, HoldsConsecutiveScansOnly) {
@@ -29,40 +34,41 @@ TEST(ScanRing, HoldsConsecutiveScansOnly) {
   };
   for (const auto& [name, first, count, is_new, oldest, next] : rows) {
     SCOPED_TRACE(name);
-    ScanRing ring(2, 6);
-    ring.Append(10, Scans(10, 4));
-    EXPECT_EQ(ring.Append(first, Scans(first, count)), is_new);
+    ScanRing ring(Channels(), 6);
+    ring.Append(Some(10, 4));
+    EXPECT_EQ(ring.Append(Some(first, count)), is_new);
     EXPECT_EQ(ring.Next(), next);
     EXPECT_EQ(ring.Since(0, 99).first, oldest);
-    EXPECT_EQ(ring.Since(0, 99).words, Scans(oldest, next - oldest));
+    EXPECT_EQ(ring.Since(0, 99), Some(oldest, next - oldest));
   }
 }
 
 TEST(ScanRing, WrapsAroundAndGrowsWithoutLosingScans) {
-  ScanRing ring(2, 4);
+  ScanRing ring(Channels(), 4);
   EXPECT_EQ(ring.Since(-1, 9).scans, 0U);
-  ring.Append(0, Scans(0, 1));
+  ring.Append(Some(0, 1));
   for (int n = 1; n < 21; n += 2) {
-    ring.Append(n, Scans(n, 2));
-    EXPECT_EQ(ring.Since(n - 1, 99).words, Scans(n - 1, 3));
+    ring.Append(Some(n, 2));
+    EXPECT_EQ(ring.Since(n - 1, 99), Some(n - 1, 3));
   }
   ring.Reserve(7);  // held 17 to 20, the oldest of them not in the first place
   ring.Reserve(3);
-  ring.Append(21, Scans(21, 3));
-  EXPECT_EQ(ring.Since(0, 99).words, Scans(17, 7));
-  EXPECT_EQ(ring.Since(18, 2).words, Scans(18, 2));
+  ring.Append(Some(21, 3));
+  EXPECT_EQ(ring.Since(0, 99), Some(17, 7));
+  EXPECT_EQ(ring.Since(18, 2), Some(18, 2));
 }
 
 TEST(ScanRing, GivesTheNewestAsABlockOrNothing) {
-  ScanRing ring(2, 5);
-  ring.Append(1, Scans(1, 3));
-  // A digital input is a byte, whatever its factor.
-  const std::vector<ChannelInfo> channels = {{1, "", "", 0, 0, 0.5, 100}, {-1, "", "", 0, 0, 1, 0}};
-  EXPECT_FALSE(ring.Newest(4, kRawWords, channels));
-  EXPECT_THAT(ring.Newest(2, kRawWords, channels)->Channel(1), ElementsAre(-2, -3));
-  const Block values = ring.Newest(3, kEngineeringUnits, channels).value();
+  ScanRing ring(Channels(), 5);
+  ring.Append(Some(1, 3));
+  EXPECT_FALSE(ring.Newest(4, kRawWords, Channels()));
+  EXPECT_THAT(ring.Newest(2, kRawWords, Channels())->Channel(0), ElementsAre(20, 30));
+  const Block values = ring.Newest(3, kEngineeringUnits, Channels()).value();
   EXPECT_THAT(values.Channel(0), ElementsAre(105, 110, 115));
-  EXPECT_THAT(values.Channel(1), ElementsAre(255, 255, 255));
+  EXPECT_THAT(values.Channel(1), ElementsAre(-0.25, -0.5, -0.75));
+  ring.Append(Some(4, 4));  // around the end of the ring
+  const Block all = ring.Newest(5, kEngineeringUnits, Channels()).value();
+  EXPECT_THAT(all.Channel(0), ElementsAre(115, 120, 125, 130, 135));
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
 // An instrument of libsigrok: its text, and scans out of the packets that it sends.
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 #include "host/scan_assembly.h"
 #include "host/sigrok_device.h"
 #include "host/sigrok_words.h"
-#include "sources/channel_words.h"
 #include "tests/support/refusal.h"
 
 // The demonstration driver of some releases keeps the channel lists of its packets.
@@ -17,7 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::Each;
 using testing::ElementsAre;
-using Words = std::vector<std::int16_t>;
+using Values = std::vector<double>;
 
 TEST(SigrokSettings, TellOursFromThoseOfTheLibrary) {
   SigrokSettings expected;
@@ -36,62 +37,64 @@ TEST(SigrokSettings, TellOursFromThoseOfTheLibrary) {
   }
 }
 
-TEST(SigrokWords, AreStepsFromTheMiddleOfTheRangeAndBytesFromBit8) {
-  ChannelInfo channel;
-  SpreadAroundMiddle(channel, {.low = -1, .high = 3}, kSigrokSteps);
-  const std::vector<float> values{9, 3, 9, 1.75, 9, 1, 9, -1, 9, INFINITY, 9, -INFINITY, 9, NAN};
-  EXPECT_THAT(AnalogWords(values, 2, 1, channel),
-              ElementsAre(32767, 12288, 0, -32767, 32767, -32767, -32767));
+TEST(SigrokWords, AreValuesAndBytes) {
+  const std::vector<float> values{9, 3, 9, -1.75, 9, INFINITY, 9, NAN};
+  EXPECT_THAT(AnalogValues(values, 2, 1), ElementsAre(3, -1.75, INFINITY, testing::IsNan()));
   const std::vector<std::uint8_t> samples{0x01, 0xff, 0x80, 0x12, 0x02};  // the last one is cut
-  EXPECT_THAT(LogicWords(samples, 2, 0), ElementsAre(0x0100, -0x8000, 0x0200));
-  EXPECT_THAT(LogicWords(samples, 2, 1), ElementsAre(-0x0100, 0x1200));
+  EXPECT_THAT(LogicValues(samples, 2, 0), ElementsAre(0x01, 0x80, 0x02));
+  EXPECT_THAT(LogicValues(samples, 2, 1), ElementsAre(0xff, 0x12));
 }
 
-TEST(ScanAssembly, WaitsUntilEverySignalHasItsWord) {
+std::vector<double> Of(const Scans& scans, std::size_t channel) {
+  return std::get<std::vector<double>>(scans.channels.at(channel));
+}
+
+TEST(ScanAssembly, WaitsUntilEverySignalHasItsValue) {
   const ScanAssembly::Time now{};
   ScanAssembly scans(3, std::nullopt);
-  scans.Take(0, Words{1, 2, 3}, now);
-  scans.Take(1, Words{-9}, now);
+  scans.Take(0, Values{1, 2, 3}, now);
+  scans.Take(1, Values{-9}, now);
   scans.Take(2, {}, now);
   EXPECT_FALSE(scans.AllSeen());
-  scans.Take(2, Words{10}, now);
+  scans.Take(2, Values{10}, now);
   EXPECT_TRUE(scans.AllSeen());
-  scans.Begin({2, 0}, now);
-  EXPECT_THAT(scans.Scans(now).Since(0, 9).words, ElementsAre(10, 1));
-  scans.Take(2, Words{20, 30, 40}, now);
-  scans.Take(1, Words{-8}, now);
-  EXPECT_THAT(scans.Scans(now).Since(0, 9).words, ElementsAre(10, 1, 20, 2, 30, 3));
-  EXPECT_EQ(scans.Age(now + 3s), 3) << "the words of one signal make no scan";
-  scans.Take(1, Words{-7}, now + 3s);
+  scans.Begin({2, 0}, {{}, {}}, now);
+  EXPECT_THAT(Of(scans.Scans(now).Since(0, 9), 0), ElementsAre(10));
+  scans.Take(2, Values{20, 30, 40}, now);
+  scans.Take(1, Values{-8}, now);
+  EXPECT_THAT(Of(scans.Scans(now).Since(0, 9), 0), ElementsAre(10, 20, 30));
+  EXPECT_THAT(Of(scans.Scans(now).Since(0, 9), 1), ElementsAre(1, 2, 3));
+  EXPECT_EQ(scans.Age(now + 3s), 3) << "the values of one signal make no scan";
+  scans.Take(1, Values{-7}, now + 3s);
   EXPECT_EQ(scans.Age(now + 3s), 3);
-  scans.Take(0, Words{4}, now + 3s);
+  scans.Take(0, Values{4}, now + 3s);
   EXPECT_EQ(scans.Age(now + 4s), 1);
-  EXPECT_THAT(scans.Scans(now).Since(3, 9).words, ElementsAre(40, 4));
+  EXPECT_THAT(Of(scans.Scans(now).Since(3, 9), 1), ElementsAre(4));
 }
 
 TEST(ScanAssembly, ASilentSignalStopsTheOthersFromTakingMemory) {
   const ScanAssembly::Time now{};
   ScanAssembly scans(2, std::nullopt);
-  scans.Begin({0, 1}, now);
+  scans.Begin({0, 1}, {{}, {}}, now);
   for (const std::size_t signal : {0U, 0U, 0U, 1U, 1U, 1U}) {
-    scans.Take(signal, Words(ScanAssembly::kMostWaiting / 2), now);
+    scans.Take(signal, Values(ScanAssembly::kMostWaiting / 2), now);
   }
   EXPECT_EQ(scans.Scans(now).Next(), static_cast<std::int64_t>(ScanAssembly::kMostWaiting));
 }
 
-TEST(ScanAssembly, HoldsTheLastWordsForFiveSeconds) {
+TEST(ScanAssembly, HoldsTheLastValuesForFiveSeconds) {
   const ScanAssembly::Time begin{};
   ScanAssembly scans(2, 10);
-  scans.Take(0, Words{1}, begin);
-  scans.Take(1, Words{0, 2}, begin);
-  scans.Begin({1, 0}, begin);
-  EXPECT_THAT(scans.Scans(begin).Since(0, 9).words, ElementsAre(2, 1)) << "scan 0 at once";
+  scans.Take(0, Values{1}, begin);
+  scans.Take(1, Values{0, 2}, begin);
+  scans.Begin({1, 0}, {{}, {}}, begin);
+  EXPECT_THAT(Of(scans.Scans(begin).Since(0, 9), 0), ElementsAre(2)) << "scan 0 at once";
   EXPECT_EQ(scans.Scans(begin + 199ms).Next(), 2);
-  scans.Take(0, Words{3}, begin + 199ms);
-  EXPECT_THAT(scans.Scans(begin + 201ms).Since(1, 9).words, ElementsAre(2, 1, 2, 3));
+  scans.Take(0, Values{3}, begin + 199ms);
+  EXPECT_THAT(Of(scans.Scans(begin + 201ms).Since(1, 9), 1), ElementsAre(1, 3));
   EXPECT_EQ(scans.Scans(begin + 5'199ms).Next(), 52);
   EXPECT_EQ(scans.Scans(begin + 5'300ms).Next(), 52) << "silent for too long";
-  EXPECT_EQ(scans.Age(begin + 5'199ms), 5) << "a word that is held grows old";
+  EXPECT_EQ(scans.Age(begin + 5'199ms), 5) << "a value that is held grows old";
 }
 
 TEST(SigrokDevice, ReadsTheDemoInstrument) {
@@ -102,11 +105,11 @@ TEST(SigrokDevice, ReadsTheDemoInstrument) {
   EXPECT_THAT(numbers, ElementsAre(1, 2, 3, 4, -1, 5));
   EXPECT_EQ(device.Channels()[5].high, 4);
   const auto too_late = std::chrono::steady_clock::now() + 5s;
-  while (!device.GetData(1000, kRawWords) && std::chrono::steady_clock::now() < too_late) {
+  while (!device.GetData(1000, kEngineeringUnits) && std::chrono::steady_clock::now() < too_late) {
     std::this_thread::sleep_for(10ms);
   }
   const Block values = device.GetData(1000, kEngineeringUnits).value();
-  EXPECT_THAT(values.Channel(0), Each(testing::AnyOf(4, -4))) << "a square wave of 10 V, clipped";
+  EXPECT_THAT(values.Channel(0), Each(testing::AnyOf(10, -10))) << "beyond the range, not clipped";
   EXPECT_THAT(values.Channel(4), testing::Contains(255));
   EXPECT_THAT(values.Channel(4), Each(testing::Ge(0)));
   EXPECT_LT(device.DataFreshness().age.value(), 1);

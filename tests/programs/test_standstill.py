@@ -7,11 +7,12 @@ import signal
 import time
 
 import pytest
-from network import Network
+from network import ROOT, Network
 from processes import eventually, program
 
 LIVE = "The reading is live again."
 SILENT, NOTHING_NEW = "the host is silent", "the host has no new data"
+NO_BROKER = "the broker does not answer"
 
 
 @pytest.fixture
@@ -81,25 +82,51 @@ def test_everything_between_a_recorder_and_meters(plain_desk, recorder):
     net.broker.kill()
     net.broker.wait()
     for meter in (near, far):
-        is_old(meter, "the broker does not answer")
+        is_old(meter, NO_BROKER)
     net.start_broker()
     for meter in (near, far):
         is_live(meter)
     assert host.poll() is None
 
 
-def test_a_recorder_that_stands_still_is_no_end_but_a_frozen_host_is(plain_desk, recorder):
+@pytest.mark.parametrize("trouble, why, gone", [
+    ("host killed", None, "has closed."),
+    ("host stopped", SILENT, f"has given no sign of life for 5 s: {SILENT}."),
+    ("broker killed", NO_BROKER, f"has given no sign of life for 5 s: {NO_BROKER}."),
+    ("broker stopped", SILENT, f"has given no sign of life for 5 s: {SILENT}."),
+    ("link cut", SILENT, f"has given no sign of life for 5 s: {SILENT}."),
+    ("link slow", "the network is too slow", None),
+    ("recorder stopped", NOTHING_NEW, None)])
+def test_a_meter_tells_each_trouble_and_ends_after_the_timeout(plain_desk, recorder, trouble, why,
+                                                               gone):
+    """The times are printed: with -s they make a table."""
     net = Network(plain_desk)
-    host = net.publishing_host(recorder.device)
-    meter = net.live_meter(options="?timeout=3")
-    recorder.send_signal(signal.SIGSTOP)
-    is_old(meter, NOTHING_NEW)
-    time.sleep(3)
-    assert meter.poll() is None
-    host.send_signal(signal.SIGSTOP)
-    frozen = time.monotonic()
-    assert meter.ends() == 0
-    assert 1.9 < time.monotonic() - frozen < 5  # the last sign of life is up to a second older
+    link = net.link()
+    host = net.publishing_host("SM64" if "slow" in trouble else recorder.device)
+    meter = plain_desk.meter("Far", f"mqtt://127.0.0.1:{link.port}/{ROOT}?timeout=5")
+    plain_desk.goes_on(meter)
+    begin = time.monotonic()
+    what, how = trouble.split()
+    if what == "link":  # half of what the simulator sends
+        link.is_cut, link.bytes_per_second = how == "cut", 12_000
+    else:
+        process = {"host": host, "broker": net.broker, "recorder": recorder}[what]
+        process.send_signal(signal.SIGKILL if how == "killed" else signal.SIGSTOP)
+    old = ended = "-"
+    if why:
+        is_old(meter, why)
+        old = round(time.monotonic() - begin, 1)
+        assert old < (12 if how == "slow" else 3.5)
+    if gone:
+        assert meter.ends() == 0
+        ended = round(time.monotonic() - begin, 1)
+        assert (3.9 if why else 0.6) < ended < (6 if why else 2)  # a sign may be a second older
+        assert meter.said().endswith(f"{gone}\n")
+        assert len(plain_desk.settings("Far1")) == 24
+    else:
+        time.sleep(5)
+        assert meter.poll() is None
+    print(f"\n{trouble:18} shown after {old} s, ended after {ended} s")
 
 
 def test_a_host_that_sends_seldom_gives_signs_of_life(plain_desk):

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 #include "sources/mqtt/mqtt_feed.h"
 #include "tests/support/running_device.h"
 #include "tests/support/scratch_folder.h"
@@ -14,11 +16,12 @@ using testing::ElementsAreArray;
 
 TEST(ChannelWords, SpreadARangeOverTheWords) {
   ChannelInfo info;
-  SpreadOver(info, {.low = 100, .high = 100 + 65535});
-  EXPECT_EQ(info.factor, 1);
+  info.low = 100;
+  info.high = 100 + 65535;
   EXPECT_EQ(WordOf(info, 100), -32768);
   EXPECT_EQ(WordOf(info, 101.6), -32766) << "the nearest there is";
-  EXPECT_EQ(WordOf(info, 1e9), 32767);
+  EXPECT_EQ(WordOf(info, INFINITY), 32767);
+  EXPECT_EQ(WordOf(info, NAN), -32768);
   SpreadAroundMiddle(info, {.low = 100, .high = 100 + 65534}, 32767);
   EXPECT_EQ(WordOf(info, 100), -32767);
   EXPECT_EQ(WordOf(info, 100 + 65534), 32767);
@@ -28,11 +31,11 @@ TEST(ChannelWords, SpreadARangeOverTheWords) {
 /// host's list and scans.
 Block OverTheWire(Device& device, std::int16_t count, std::int32_t mode) {
   MqttFeed feed(std::chrono::seconds(30));
-  const std::string info = EncodeInfo({1, "", device.SampleRate(), device.Channels()});
+  const std::string info = EncodeInfo({1, 1, "", device.SampleRate(), device.Channels()});
   feed.OnMessage("info", std::as_bytes(std::span(info)), true, {});
   const std::int64_t newest = device.ScansSince(-1, 1).first;
-  const RawScans scans = device.ScansSince(newest - count + 1, 65535);
-  feed.OnMessage("scan", EncodeScans(scans, device.Channels().size(), 1, {}), false, {});
+  const Scans scans = device.ScansSince(newest - count + 1, 65535);
+  feed.OnMessage("scan", EncodeScans(scans, 1, 1, {}), false, {});
   return feed.GetData(static_cast<std::size_t>(count), mode, {}).value();
 }
 
@@ -67,6 +70,22 @@ TEST(ChannelWords, OfARecordingAreTheSameByEveryWay) {
     EXPECT_EQ(device->Channels()[1].high, 255);
     EXPECT_EQ(device->Channels()[2].high, 16384);
   }
+}
+
+TEST(ChannelWords, NumbersOfARecordingAreTheSameByEveryWay) {
+  const ScratchFolder folder;
+  WriteBytes(folder / "a.csv", "Energy,Level\n0.1,0.3\n123456.7,5\n");
+  for (const char* options : {"?start=0", "?follow"}) {
+    const RunningDevice device("FI64:" + folder / "a.csv" + options, kSecond);
+    EXPECT_THAT(OverTheWire(*device, 2, kEngineeringUnits).Channel(0),
+                testing::ElementsAre(0.1, 123456.7));
+  }
+  // Beyond the range of the first look.
+  const RunningDevice device("FI64:" + folder / "a.csv" + "?follow&range=0..50", kSecond);
+  WriteBytes(folder / "a.csv", FileBytes(folder / "a.csv") + "1,180.5\n");
+  EXPECT_THAT(OverTheWire(*device, 3, kEngineeringUnits).Channel(1),
+              testing::ElementsAre(0.3, 5, 180.5));
+  EXPECT_EQ(device->Channels()[1].high, 500) << "twice 180.5 is 361";
 }
 
 TEST(ChannelWords, OfTheSimulatorAreTheSameByEveryWay) {

@@ -17,12 +17,14 @@ TEST(DeviceText, RoundTripsThroughItsParts) {
       {"FI32:/M_\xC3\xBC\"$(x);`%26%7F%3F%25.csv?range=-1..1&loop",
        {"FI", 32, "/M_\xC3\xBC\"$(x);`&\x7F?%.csv", {{"range", "-1..1"}, {"loop", ""}}}},
       {"XY07", {"XY", 7, "", {}}},
+      {"XY07?a%3Db=c=d", {"XY", 7, "", {{"a=b", "c=d"}}}},
   };
   for (const auto& [text, parts] : rows) {
     EXPECT_EQ(ParseDeviceText(text), parts) << text;
     EXPECT_EQ(FullText(parts), text);
   }
-  for (const char* broken : {"FI64:/a%", "FI64:/a%2", "FI64:/a%zz", "FI64:/a%00b", "FI64:?b=%4"}) {
+  for (const char* broken : {"FI64:/a%", "FI64:/a%2", "FI64:/a%zz", "FI64:/a%00b", "FI64:?b=%4",
+                             "FI64:a?=", "FI64:a?b&=c"}) {
     EXPECT_THROW(ParseDeviceText(broken), SourceError) << broken;
   }
 }
@@ -51,8 +53,9 @@ TEST(DeviceControl, RefusesWithWhatAndWhy) {
       {"SM64:chanels=3", "no option 'chanels'; it knows rate, channels,"},
       {"", "empty; SM64 is the simulator"},
       {"sigrok:demo", "after 'telvixd --from sigrok:demo --to localhost:1883/lab/bench1' the"},
-      {"http://me:secret@h/x?y", "does not begin with 'http:'; a host in the network is mqtt://"},
-      {"mqtt:h/x", "does not begin with 'mqtt:'"},
+      {"http://me:secret@h/x?y",
+       "'http://...@h/x?y' is of an unknown kind; a network host is written"},
+      {"mqtt:h/x", "written mqtt://HOST:PORT/ROOT"},
       {"mqtts://h/x", "mqtt://host:8883/root"},
       {"file:///data/run.csv", "/data/run.csv, without file://"},
       {"demo", "neither a device nor a file 'demo'; the simulator is sim"},

@@ -31,13 +31,13 @@ TEST(Simulator, AnyTwoMetersAgreeOnAScanWheneverTheyLook) {
   // A thousand scans are five minutes, in which every channel moves.
   const RunningDevice early("SM64:rate=3.37,channels=20");
   RunningDevice late("SM32:rate=3.37,channels=20", kNow + 3 * kSecond);
-  const RawScans old = late->ScansSince(ScanIndexAt(kNow, 3.37) - 999, 1000);
+  const Scans old = late->ScansSince(ScanIndexAt(kNow, 3.37) - 999, 1000);
   ASSERT_EQ(old.scans, 1000U);
   late.now = kNow;  // the clock is set back
   const RunningDevice other("SM64:rate=3.37,channels=20,seed=2");
   for (std::size_t channel = 0; channel < 20; ++channel) {
     const std::vector<double> words = early.Values(channel, 1000, kRawWords);
-    for (std::size_t i = 0; i < 1000; ++i) ASSERT_EQ(words[i], old.words[i * 20 + channel]);
+    ASSERT_TRUE(std::ranges::equal(words, std::get<0>(old.channels[channel])));
     const std::vector<double> values = early.Values(channel, 1000);
     EXPECT_EQ(late.Values(channel, 1000), values) << channel;
     EXPECT_EQ(early->LatestValue(static_cast<std::int16_t>(channel)), values.back()) << channel;

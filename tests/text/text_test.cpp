@@ -6,6 +6,7 @@
 #include "text/booleans.h"
 #include "text/numbers.h"
 #include "text/picture.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 
@@ -98,6 +99,17 @@ TEST(RoundingTest, HalfGoesToTheEvenNeighbourAndTheRangeHolds) {
   EXPECT_EQ(RoundToInt16(-32768.5), -32768);
   EXPECT_EQ(NarrowToFloat(1e300), FLT_MAX);
   EXPECT_EQ(NarrowToFloat(-INFINITY), -FLT_MAX);
+}
+
+TEST(ShownText, HasNoControlCharactersAndNoPasswords) {
+  EXPECT_EQ(Escaped("a\n\r\t\x1b[2J\x7f\u009b2J\u00a0\u00e9\xc2"),
+            "a\\n\\r\\t\\x1b[2J\\x7f\\xc2\\x9b2J\u00a0\u00e9\xc2");
+  const std::pair<const char*, const char*> rows[] = {{"mqtt://me:pw@h:1/x", "mqtt://...@h:1/x"},
+                                                      {"MQ64:me:p@w@h/x", "MQ64:...@h/x"},
+                                                      {"me:pw/q@h/x", "...@h/x"},
+                                                      {"/data/at@noon.csv", "/data/at@noon.csv"},
+                                                      {"sim", "sim"}};
+  for (const auto& [text, shown] : rows) EXPECT_EQ(WithoutCredentials(text), shown);
 }
 
 }  // namespace vantoscope

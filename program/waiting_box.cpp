@@ -1,0 +1,33 @@
+#include "program/waiting_box.h"
+
+#include <QApplication>
+#include <iostream>
+
+namespace vantoscope {
+namespace {
+
+constexpr std::chrono::milliseconds kMoment{500};
+
+}  // namespace
+
+bool WaitingBox::Look(const std::string& sentence) {
+  if (sentence.empty()) {
+    box_.reset();
+    return true;
+  }
+  const auto now = std::chrono::steady_clock::now();
+  if (!since_) since_ = now;
+  if (now - *since_ < kMoment) return true;
+  if (!box_) {
+    std::cerr << "vantoscope: Waiting: " << sentence << std::endl;
+    box_.emplace(QMessageBox::Information, "Vanto Scope", "", QMessageBox::Cancel);
+    box_->setTextFormat(Qt::PlainText);
+    QObject::connect(&*box_, &QMessageBox::finished, [this] { given_up_ = true; });
+    box_->show();
+  }
+  box_->setText("Waiting for the host.\n" + QString::fromStdString(sentence));
+  QApplication::processEvents();
+  return !given_up_;
+}
+
+}  // namespace vantoscope

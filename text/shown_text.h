@@ -1,0 +1,16 @@
+// Texts from outside as a sentence on one line may show them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vantoscope {
+
+/// Control characters as escapes: \n, \r, \t, and \x1b for any other; the bytes of the ones from
+/// U+0080 to U+009F, too.
+std::string Escaped(std::string_view text);
+
+/// The text without what may be a user name and a password before an "@": "..." stands there.
+std::string WithoutCredentials(std::string_view text);
+
+}  // namespace vantoscope
