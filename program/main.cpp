@@ -89,11 +89,13 @@ void CloseBox() {
   if (QWidget* box = QApplication::activeModalWidget()) box->close();
 }
 
-void ReportStartError(const SourceError& error, bool quietly, LaunchReport& launcher) {
+void ReportStartError(const SourceError& error, const WordCheck& words, bool quietly,
+                      LaunchReport& launcher) {
   std::cerr << "vantoscope: " << error.what() << std::endl;
   launcher.Failed(error.what());
   // One box per process would be a screen full of them in a group: the first meter shows one.
-  if (!quietly) ShowMessageBox(nullptr, MessageIcon::Critical, error.what(), "");
+  if (quietly) return;
+  ShowMessageBox(nullptr, MessageIcon::Critical, WithSentences(error.what(), words), "");
 }
 
 WordCheck SayWordsWithoutEffect(const std::string& command_line) {
@@ -168,7 +170,7 @@ int Run(int count, char** arguments) {
     host_timer.stop();
     termination.OnRequest = CloseBox;
     termination.Watch();
-    ReportStartError(error, in_group || waiting.GivenUp(), launcher);
+    ReportStartError(error, words, in_group || waiting.GivenUp(), launcher);
     return EXIT_FAILURE;
   }
   termination.Watch();
