@@ -26,7 +26,7 @@ constexpr int kGiveUpMilliseconds = 3000;
 constexpr int kAnswerMilliseconds = 100;
 constexpr int kRequests = 4;
 /// How long a frame may stay that has been taken away.
-constexpr int kUnframingMilliseconds = 500;
+constexpr int kUnframingMilliseconds = 250;
 /// A saved meter needs a position; this long it may wait for the window manager to choose one.
 constexpr int kPositionWaitMilliseconds = 300;
 /// A window that is maximised may change its size sooner than its state.
@@ -218,10 +218,15 @@ void WindowPlace::Apply() {
     StartPlacing();
     return;
   }
-  const QSizeF client = ClientSize();
-  window_.resize(std::max(1, qRound(client.width())), std::max(1, qRound(client.height())));
-  // Last: a change of size makes the toolkit take the position for that of the client area.
-  if (HasPosition()) window_.windowHandle()->setFramePosition(wanted_.topLeft().toPoint());
+  const QSize size = ClientSize().toSize().expandedTo({1, 1});
+  if (!HasPosition()) {
+    window_.resize(size);
+    return;
+  }
+  const QMargins frame = Frame();
+  const QPointF corner =
+      wanted_.topLeft() + QPointF(frame.left(), frame.top()) / window_.devicePixelRatioF();
+  window_.setGeometry({corner.toPoint(), size});
 }
 
 // The toolkit's own flag would make a new native window.
@@ -332,9 +337,8 @@ void WindowPlace::CheckPlacing() {
     MoveWithinReach();
   }
   if (look->stretched) {
-    settled_ = WantedOuter();
-    Accept(*look);
-  } else if (OuterOf(*look) == WantedOuter() && !WaitsForUnframing(*look)) {
+    AcceptAnother(*look);
+  } else if (OuterOf(*look) == WantedOuter()) {
     CheckInPlace(*look);
   } else {
     CheckElsewhere(*look);
@@ -367,11 +371,18 @@ void WindowPlace::CheckElsewhere(const X11Look& look) {
   const bool moved_by_somebody = was_in_place && !has_changed_hands;
   const bool refused = placing_.asked == kRequests && IsAnswered(observed);
   if (moved_by_somebody || refused || placing_.since_start.hasExpired(kGiveUpMilliseconds)) {
-    settled_ = WantedOuter();
-    Accept(look);
+    AcceptAnother(look);
   } else if (!WaitsForUnframing(look) && (placing_.asked == 0 || IsAnswered(observed))) {
     AskForPlace(look);
   }
+}
+
+// The events that told of it have found the wanted rectangle still.
+void WindowPlace::AcceptAnother(const X11Look& look) {
+  const QSizeF before = wanted_.size();
+  settled_ = WantedOuter();
+  Accept(look);
+  if (wanted_.size() != before && OnOtherSize) OnOtherSize();
 }
 
 bool WindowPlace::WaitsForUnframing(const X11Look& look) const {

@@ -110,6 +110,7 @@ class WindowPlace {
   void Settle(const QRect& observed);
   void Observe();
   void Accept(const X11Look& look);
+  void AcceptAnother(const X11Look& look);
   void AcceptStretched(const QRectF& seen);
   void AcceptEdges(const QRect& observed, const QRectF& seen);
   void WaitForPosition();

@@ -72,6 +72,35 @@ QRect WithinWorkArea(xcb_ewmh_connection_t& ewmh, xcb_window_t root, const QRect
   return inside.isEmpty() ? room : inside;
 }
 
+std::vector<xcb_window_t> ChildrenOf(xcb_connection_t* connection,
+                                     const std::vector<xcb_window_t>& parents) {
+  std::vector<xcb_query_tree_cookie_t> cookies;
+  for (const xcb_window_t parent : parents) cookies.push_back(xcb_query_tree(connection, parent));
+  std::vector<xcb_window_t> children;
+  for (const auto& cookie : cookies) {
+    const auto tree = Owned(xcb_query_tree_reply(connection, cookie, nullptr));
+    if (!tree) continue;
+    const xcb_window_t* const first = xcb_query_tree_children(tree.get());
+    children.insert(children.end(), first, first + tree->children_len);
+  }
+  return children;
+}
+
+/// Windows that may be panels. A manager that knows a work area lists them; where there is none,
+/// they are children of the root or of the frames there.
+std::vector<xcb_window_t> PossiblePanels(xcb_ewmh_connection_t& ewmh, xcb_window_t root) {
+  xcb_connection_t* const connection = ewmh.connection;
+  const auto area_cookie = AskNumbers(connection, root, ewmh._NET_WORKAREA);
+  const auto list_cookie = AskNumbers(connection, root, ewmh._NET_CLIENT_LIST);
+  const bool has_area = !Numbers(connection, area_cookie).empty();
+  const std::vector<xcb_window_t> listed = Numbers(connection, list_cookie);
+  if (has_area) return listed;
+  std::vector<xcb_window_t> windows = ChildrenOf(connection, {root});
+  const std::vector<xcb_window_t> framed = ChildrenOf(connection, windows);
+  windows.insert(windows.end(), framed.begin(), framed.end());
+  return windows;
+}
+
 struct StrutCookies {
   xcb_get_property_cookie_t partial;
   xcb_get_property_cookie_t whole;
@@ -83,12 +112,10 @@ QRect WithoutPanels(xcb_ewmh_connection_t& ewmh, xcb_window_t root, const QRect&
                     bool alone) {
   xcb_connection_t* const connection = ewmh.connection;
   const auto size_cookie = xcb_get_geometry(connection, root);
-  const auto list_cookie = AskNumbers(connection, root, ewmh._NET_CLIENT_LIST);
   const auto size = Owned(xcb_get_geometry_reply(connection, size_cookie, nullptr));
-  const std::vector<xcb_window_t> windows = Numbers(connection, list_cookie);
   const QRect desktop = size ? QRect(0, 0, size->width, size->height) : screen;
   std::vector<StrutCookies> cookies;
-  for (const xcb_window_t window : windows) {
+  for (const xcb_window_t window : PossiblePanels(ewmh, root)) {
     cookies.push_back({AskNumbers(connection, window, ewmh._NET_WM_STRUT_PARTIAL),
                        AskNumbers(connection, window, ewmh._NET_WM_STRUT)});
   }

@@ -176,9 +176,10 @@ bool X11Window::PositionIsOuterCorner() {
 }
 
 void X11Window::AllowEverySize() {
+  constexpr std::uint32_t kSteps = XCB_ICCCM_SIZE_HINT_P_RESIZE_INC | XCB_ICCCM_SIZE_HINT_BASE_SIZE;
   auto hints = SizeHints();
-  if (!hints || (hints->flags & XCB_ICCCM_SIZE_HINT_P_RESIZE_INC) == 0) return;
-  hints->flags &= ~static_cast<std::uint32_t>(XCB_ICCCM_SIZE_HINT_P_RESIZE_INC);
+  if (!hints || (hints->flags & kSteps) == 0) return;
+  hints->flags &= ~kSteps;
   xcb_icccm_set_wm_normal_hints(connection_, window_, &*hints);
   xcb_flush(connection_);
 }
