@@ -164,15 +164,21 @@ WordCheck CheckWords(std::string_view command_line) {
   return check;
 }
 
-std::string NoDeviceText(const WordCheck& check) {
-  std::string text =
-      "No device was named, so the built-in simulator runs. The reading is no measurement.\n";
+std::string WithSentences(std::string text, const WordCheck& check) {
+  if (!check.sentences.empty()) text += '\n';
   for (std::size_t i = 0; i < std::min(check.sentences.size(), kSentencesInText); ++i) {
     text += "\n" + check.sentences[i];
   }
   if (check.sentences.size() > kSentencesInText) text += "\n...";
-  text += "\n\nThe words of a command line are " + std::string(kWords) + ".";
   return WithoutBreaksBehindHyphens(text);
+}
+
+std::string NoDeviceText(const WordCheck& check) {
+  const std::string text =
+      "No device was named, so the built-in simulator runs. The reading is no measurement.";
+  return WithSentences(text, check) +
+         WithoutBreaksBehindHyphens("\n\nThe words of a command line are " + std::string(kWords) +
+                                    ".");
 }
 
 std::string ShownWord(std::string_view word) {

@@ -19,6 +19,9 @@ struct WordCheck {
 /// Looks at the argument text without the program's own name.
 WordCheck CheckWords(std::string_view command_line);
 
+/// A text for a box, and below it what CheckWords found, the first few sentences of it.
+std::string WithSentences(std::string text, const WordCheck& check);
+
 /// For the user whose command line names no device: that the simulator runs, and why.
 std::string NoDeviceText(const WordCheck& check);
 

@@ -1,5 +1,7 @@
 #include "program/application.h"
 
+#include <QFontDatabase>
+#include <QFontInfo>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -13,24 +15,37 @@ namespace {
 // A Wayland compositor lets no window place itself, stay on top or follow the pointer outside; its
 // X server does.
 void PreferX11() {
-  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY")) {
-    qputenv("QT_QPA_PLATFORM", "xcb");
-  }
+  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
 std::function<void(const std::string&)> tell_failure;
 
-// The toolkit ends the process when it finds no display, with many lines and a core file.
-void EndWithOneSentence(QtMsgType type, const QMessageLogContext&, const QString&) {
-  if (type != QtFatalMsg) return;
-  const char* display = std::getenv("DISPLAY");
-  const std::string sentence =
-      display == nullptr || *display == '\0'
-          ? "There is no display to open a window on: DISPLAY is not set."
-          : "No window can be opened on the display " + std::string(display) + ".";
+[[noreturn]] void EndWith(const std::string& sentence) {
   std::fprintf(stderr, "vantoscope: %s\n", sentence.c_str());
   tell_failure(sentence);
   std::_Exit(1);
+}
+
+std::string WhyNoDisplay() {
+  if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
+    return "No window can be opened on the display " + qgetenv("DISPLAY").toStdString() + ".";
+  }
+  if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    return "There is only Wayland here, which lets no window place itself or stay on top; install "
+           "its X server, XWayland (Debian package xwayland).";
+  }
+  return "There is no display to open a window on: DISPLAY is not set.";
+}
+
+// The toolkit ends the process when it finds no display, with many lines and a core file.
+void EndWithOneSentence(QtMsgType type, const QMessageLogContext&, const QString&) {
+  if (type == QtFatalMsg) EndWith(WhyNoDisplay());
+}
+
+/// Without any font the toolkit knows its three stand-ins, and draws every character as a box.
+bool HasNoFont() {
+  constexpr int kStandIns = 3;
+  return QFontDatabase::families().size() <= kStandIns && QFontInfo(QFont()).family().isEmpty();
 }
 
 QtMessageHandler print_message = nullptr;
@@ -57,6 +72,9 @@ std::unique_ptr<QApplication> CreateApplication(
   print_message = qInstallMessageHandler(EndWithOneSentence);
   auto application = std::make_unique<QApplication>(count, arguments);
   qInstallMessageHandler(KeepQuietAboutALostDisplay);
+  if (HasNoFont()) {
+    EndWith("There is no font to show a number in; install one (Debian package fonts-liberation).");
+  }
   QApplication::setWindowIcon(WindowIcon());
   QApplication::setDesktopFileName("org.vantoscope.vantoscope");
   std::setlocale(LC_NUMERIC, "C");

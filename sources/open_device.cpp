@@ -17,17 +17,34 @@ constexpr int kFriendlyModel = 64;
 constexpr std::string_view kMqttPrefix = "mqtt://";
 constexpr std::string_view kSimulatorPrefix = "sim:";
 
-/// The path of a recording has no scheme, and one that is not known may hold a password.
-[[noreturn]] void RefuseScheme(const std::string& text) {
-  throw SourceError("The device '" + WithoutCredentials(text) +
-                    "' is of an unknown kind; a network host is written mqtt://HOST:PORT/ROOT.");
+/// Refuses what is meant for no file, with what to write instead. A password in an address is not
+/// repeated.
+void RefuseNoPath(const std::string& text) {
+  if (text.starts_with("sigrok:")) {
+    throw SourceError("The instrument '" + text + "' is read by telvixd: after 'telvixd --from " +
+                      text +
+                      " --to localhost:1883/lab/bench1' the device of a meter is "
+                      "mqtt://localhost:1883/lab/bench1.");
+  }
+  if (text.starts_with("file://")) {
+    throw SourceError("A recording is named by its path, as in /data/run.csv, without file://.");
+  }
+  if (text.starts_with("mqtts://")) {
+    throw SourceError("TLS is chosen by the port 8883 or by ?tls, as in mqtt://host:8883/root.");
+  }
+  if (text.find("://") != std::string::npos || text.starts_with("mqtt:")) {
+    throw SourceError("The device '" + WithoutCredentials(text) +
+                      "' is of an unknown kind; a network host is written mqtt://HOST:PORT/ROOT.");
+  }
+  if (text.find_first_of("./") == std::string::npos) {
+    throw SourceError("There is neither a device nor a file '" + text + "'; the simulator is sim.");
+  }
 }
 
 DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
   DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
   if (std::filesystem::exists(path, ignored)) return device;
-  if (path.find("://") != std::string::npos) RefuseScheme(path);
   const std::size_t question = path.rfind('?');
   if (question != std::string::npos) {
     device.options = ParseOptions(std::string_view(path).substr(question + 1), '&');
@@ -35,6 +52,7 @@ DeviceText RecordingAt(const std::string& path) {
   }
   if (!std::filesystem::exists(device.rest, ignored)) {
     device.rest = PercentDecoded(device.rest).value_or(device.rest);
+    if (!std::filesystem::exists(device.rest, ignored)) RefuseNoPath(path);
   }
   return device;
 }

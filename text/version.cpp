@@ -3,9 +3,11 @@
 namespace vantoscope {
 
 std::string VersionText(std::string_view program) {
-  return std::string(program) + " " VANTOSCOPE_VERSION
+  return std::string(program) +
+         " " VANTOSCOPE_VERSION
          "\nCopyright (C) 2026 The Vantoscope developers\n"
-         "License GPL-3.0-or-later: GNU GPL version 3 or later <https://gnu.org/licenses/gpl.html>\n"
+         "License GPL-3.0-or-later: GNU GPL version 3 or later "
+         "<https://gnu.org/licenses/gpl.html>\n"
          "This is free software; there is NO WARRANTY, to the extent permitted by law.";
 }
 

@@ -46,6 +46,7 @@ TEST(CommandWords, WithoutEffectAreEachToldWhatWouldBeRight) {
       for (std::size_t i = 0; i < said.size(); ++i) {
         EXPECT_THAT(check.sentences[i], ::testing::HasSubstr(said[i]));
       }
+      EXPECT_EQ(WithSentences("Why.", check).find("\n\nThe ") == 4, !said.empty());
     }
   }
 }

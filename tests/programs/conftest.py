@@ -25,7 +25,8 @@ def environment():
         address = f"unix:path={folder}/bus"
         common = {"PATH": os.environ["PATH"], "HOME": folder, "XDG_RUNTIME_DIR": folder,
                   "LANG": "C.UTF-8", "DBUS_SESSION_BUS_ADDRESS": address,
-                  "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
+                  "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+                  "TSAN_OPTIONS": os.environ.get("TSAN_OPTIONS", "")}
         bus = Program(["dbus-daemon", "--session", "--nofork", f"--address={address}"], common)
         eventually(lambda: answers(socket.AF_UNIX, f"{folder}/bus"))
         listen(common)

@@ -4,7 +4,9 @@ import signal
 
 import pytest
 from desk import DIALOG, MESSAGE
-from processes import eventually, program
+from processes import REPOSITORY, eventually, program
+
+NO_FONTS = str(REPOSITORY / "tests/programs/no_fonts.conf")
 
 
 @pytest.mark.parametrize("how, under", [
@@ -34,7 +36,8 @@ def test_every_ending_saves(desk, how, under):
     else:
         meter.send_signal(signal.Signals[how])
     assert meter.ends() == 0
-    assert meter.said() == ""
+    said = meter.said()
+    assert said.count("\n") == said.count(f"{recording}' is gone.") == (how == "host")
     saved = desk.settings("Tank1")
     # A window that never stood anywhere has no place to save.
     assert (len(saved) == 24) == ("Window Top" in saved) == (under != "start box")
@@ -71,6 +74,8 @@ def test_start_errors_are_one_sentence(desk, device, index, told):
 
 @pytest.mark.parametrize("words, display, code, told", [
     ([], {}, 1, "display"), ([], {"DISPLAY": ":65000"}, 1, ":65000"),
+    ([], {"WAYLAND_DISPLAY": "none"}, 1, "XWayland"),
+    ([], {"QT_QPA_PLATFORM": "offscreen", "FONTCONFIG_FILE": NO_FONTS}, 1, "no font"),
     (["--help"], {}, 0, "-iINDEX"), (["--version"], {}, 0, "vantoscope ")])
 def test_without_a_display(make_desk, words, display, code, told):
     meter = make_desk(None).start(program("vantoscope"), *words, **display)

@@ -52,6 +52,13 @@ TEST(DeviceControl, RefusesWithWhatAndWhy) {
       {"SM64:channels=1.5", "channels=1.5 is not a whole number"},
       {"SM64:chanels=3", "no option 'chanels'; it knows rate, channels,"},
       {"", "empty; SM64 is the simulator"},
+      {"sigrok:demo", "after 'telvixd --from sigrok:demo --to localhost:1883/lab/bench1' the"},
+      {"http://me:secret@h/x?y",
+       "'http://...@h/x?y' is of an unknown kind; a network host is written"},
+      {"mqtt:h/x", "written mqtt://HOST:PORT/ROOT"},
+      {"mqtts://h/x", "mqtt://host:8883/root"},
+      {"file:///data/run.csv", "/data/run.csv, without file://"},
+      {"demo", "neither a device nor a file 'demo'; the simulator is sim"},
   };
   for (const auto& [text, part] : rows) {
     EXPECT_THAT(Refusal([&] { DeviceControl().SetDeviceName(text); }), HasSubstr(part));
