@@ -263,31 +263,38 @@ TEST_F(MqttFeedTest, TakesOverUnitsAndRangesWithTheNextBlock) {
 }
 
 TEST_F(MqttFeedTest, AForgedMessageHasNoLastingEffect) {
-  const std::tuple<const char*, std::function<void()>> rows[] = {
-      {"a block far ahead", [&] { Scans(1'000'000'000'000, 1); }},
-      {"a block far behind", [&] { Scans(0, 1); }},
-      {"a block a little ahead", [&] { Scans(next_ + 100, 1); }},
-      {"two that do not agree", [&] { Scans(1'000'000, 1), Scans(5'000'000, 1); }},
-      {"a time to come", [&] { ahead_ += 10h, Blocks(1, 0ms, 1), ahead_ -= 10h; }},
-      {"a time gone by", [&] { ahead_ -= 10h, Blocks(1, 0ms, 1), ahead_ += 10h; }},
-      {"an old scan", [&] { age_ = 1h, Blocks(1, 0ms, 1), age_ = 0s; }},
-      {"a farewell", [&] { State(false, kEpoch); }},
-      {"a rival", [&] { Info(MakeInfo(kNextEpoch)), State(true, kNextEpoch); }},
-      {"an emptied list", [&] { Text("info", "", true); }},
+  const auto live = [this](std::int64_t next) { next_ = next, Blocks(1, 40ms, 4); };
+  const auto at = [this](auto ahead) { ahead_ += ahead, Scans(next_, 1), ahead_ -= ahead; };
+  // What is forged; the newest value then, 10199 being that of the host.
+  const std::tuple<const char*, std::function<void()>, double> rows[] = {
+      {"a block far ahead", [&] { Scans(1'000'000'000'000, 1); }, 10199},
+      {"a block far behind", [&] { Scans(0, 1); }, 10199},
+      {"a block a little ahead", [&] { Scans(next_ + 100, 1); }, 10300},
+      {"two that do not agree", [&] { Scans(1'000'000, 1), Scans(5'000'000, 1); }, 10199},
+      {"two with the host between", [&] { Scans(100'000, 1), live(10'200), Scans(100'001, 1); },
+       10203},
+      {"a time to come", [&] { at(10h); }, 10199},
+      {"two with the host between", [&] { at(10h), live(10'200), at(10h); }, 10203},
+      {"a time gone by", [&] { at(-10h); }, 10199},
+      {"an old scan", [&] { age_ = 1h, Blocks(1, 0ms, 1), age_ = 0s; }, -1},
+      {"a farewell", [&] { State(false, kEpoch); }, 10199},
+      {"a rival", [&] { Info(MakeInfo(kNextEpoch)), State(true, kNextEpoch); }, 10199},
+      {"an emptied list", [&] { Text("info", "", true); }, 10199},
       {"a list of one channel",
        [&] {
          HostInfo info = MakeInfo(kEpoch);
          info.channels.pop_back();
          Info(info);
-       }},
+       },
+       10199},
   };
-  for (const auto& [name, forge] : rows) {
+  for (const auto& [name, forge, newest] : rows) {
     Open();
     next_ = 10'000;
     Blocks(50, 40ms, 4);
-    const std::int64_t next = next_;
     forge();
-    next_ = next;
+    EXPECT_EQ(Newest(), newest) << name;
+    next_ = 10'204;
     Blocks(50, 40ms, 4);
     EXPECT_EQ(Newest(), static_cast<double>(next_ - 1)) << name;
     EXPECT_LT(feed_->DataFreshness(now_).age.value_or(99), 1) << name;

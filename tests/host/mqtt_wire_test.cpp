@@ -104,6 +104,7 @@ TEST(MqttWire, RefusesInfosWithAReason) {
       {"f64", "f32", "the encoding of channel 2 is not known"},
       {R"("factor": 1e-4)", R"("factor": "")", "the factor of channel 1 is no finite number"},
       {kInfo, std::string(100'000, '['), "it is no JSON object"},
+      {kInfo, std::string(1 << 20, ' ') + kInfo, "it is longer than 1 MiB"},
       {R"("channels": [)", R"("channels": [], "x": [)", "it has no list of 1 to 1024 channels"},
   };
   for (const auto& [from, to, reason] : rows) {

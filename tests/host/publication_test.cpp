@@ -9,9 +9,9 @@ namespace {
 
 /// Plays a script and tells what was sent: after each "/", during the time step that it stands for.
 /// A number is a time step in milliseconds; `up` and `down` are the connection, `end` is the end.
-/// Messages are open, closed, info and scan, and empty, which is an info without anything: with a
-/// capital of another host, with * retained. `wider` is a channel with another range,
-/// and `send@N` one scan.
+/// Messages are open, closed, info and scan, empty and narrow, which are an info without
+/// anything and one with another unit: with a capital of another host, with * retained. `wider` is
+/// a channel with another range, and `send@N` one scan.
 std::string Play(const std::string& script) {
   const auto info_of = [](std::uint64_t epoch) {
     return HostInfo{.epoch = epoch, .revision = 1, .device = "SM64", .rate = 10, .channels = {{}}};
@@ -22,6 +22,11 @@ std::string Play(const std::string& script) {
       [&](std::string_view leaf, std::span<const std::byte> payload, int) {
         const std::string text(reinterpret_cast<const char*>(payload.data()), payload.size());
         sent += ' ' + (leaf == "state" ? text.substr(0, text.find(' ')) : std::string(leaf));
+        std::string why;
+        const auto list = leaf == "info" ? DecodeInfo(text, why) : std::nullopt;
+        const auto block = leaf == "scan" ? DecodeScans(payload) : std::nullopt;
+        const auto revision = list ? list->revision : block ? block->revision : 1;
+        if (revision > 1) sent += std::to_string(revision);
       },
       [](const std::string&) {}, [] { return HostTimes{}; });
   Publication::Time now{};
@@ -45,6 +50,11 @@ std::string Play(const std::string& script) {
       host.SendScans({std::stoi(word.substr(5)), 1, {std::vector<double>{5}}});
     } else if (word == "wider") {
       host.SetChannels({{0, "", "", 0, 5}});
+    } else if (word == "narrow") {
+      HostInfo narrow = info_of(0xaaaa);
+      narrow.channels[0].unit = "forged";
+      word = "info";
+      message(EncodeInfo(narrow));
     } else if (word == "empty") {
       host.OnMessage("info", {}, retained, now);
     } else if (word == "info") {
@@ -88,10 +98,11 @@ TEST(Publication, HasItsRootToItself) {
       {"farewells over its own word", "up 400 info closed Closed open Open 1",
        " / info open / open"},
       {"the list again", "up 400 info 9999 1", " / info open / open / info"},
+      {"a list of its own epoch is mended", "up 400 info narrow 1", " / info open / info"},
       {"an emptied list is mended", "up 400 info empty 1", " / info open / info"},
       {"a jump is said twice", "up 400 send@0 send@1 send@9 send@10",
        " / info open scan scan scan scan scan"},
-      {"a list that changes", "up 400 wider wider 1", " / info open info /"},
+      {"a list that changes", "up 400 wider wider send@0 1", " / info open info2 scan2 /"},
       {"connection lost", "up 400 info down 5000 up 400 Info 1000",
        " / info open / / info open / open"},
   };
