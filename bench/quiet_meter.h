@@ -69,8 +69,7 @@ struct QuietMeter {
   QuietWindow form;
   EmptyProfile profile;
   NoProcesses processes;
-  Platform platform{[](double) { return std::string("3.333"); }, CreateMuParserEvaluator, profile,
-                    processes};
+  Platform platform{[] { return std::string("."); }, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
 
   explicit QuietMeter(std::int64_t channels) {

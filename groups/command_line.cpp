@@ -45,6 +45,11 @@ std::int16_t IndexOf(std::string_view command_line) {
   return RoundToInt16(NumberFromText(IndexText(command_line).value_or("")));
 }
 
+bool OpensGroup(std::string_view command_line) {
+  const auto index = IndexText(command_line);
+  return index && NumberFromText(*index) == -1;
+}
+
 void ReadCommandLine(Meter& meter, std::string_view command_line) {
   const std::vector<std::string_view> tokens = CutAtBlanks(command_line);
   if (const auto device = ValueBehind('D', tokens[0])) {
@@ -55,10 +60,8 @@ void ReadCommandLine(Meter& meter, std::string_view command_line) {
   const auto name = ValueBehind('N', tokens[1]);
   meter.runtime.MeterName = name ? WithBlanks(*name) : meter.form.Title();
 
-  const auto index_text = IndexText(command_line);
-  if (!index_text) return;
-  if (NumberFromText(*index_text) != -1) {
-    meter.runtime.ChannelIndex = IndexOf(command_line);
+  if (!OpensGroup(command_line)) {
+    meter.runtime.ChannelIndex = IndexOf(command_line);  // 0 where there is none
     return;
   }
   meter.runtime.ChannelIndex = 0;

@@ -17,6 +17,9 @@ std::optional<std::string_view> IndexText(std::string_view command_line);
 /// The same as a number; 0 where there is none.
 std::int16_t IndexOf(std::string_view command_line);
 
+/// Whether its index is the one that stands for all channels.
+bool OpensGroup(std::string_view command_line);
+
 /// Takes a non-empty argument text, cut at every single blank: "-d" device, "-n" name, "-i" index,
 /// each only in its place. Writes DeviceName, MeterName and ChannelIndex. The index -1 starts one
 /// further process for each channel but the first, and stays with channel 0 itself.

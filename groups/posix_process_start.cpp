@@ -38,12 +38,14 @@ std::string FindProgram(const std::string& name) {
   return access(beside.c_str(), X_OK) == 0 ? beside : name;
 }
 
-std::vector<std::string> EnvironmentFor(int window_style, const std::string& mailbox) {
+std::vector<std::string> EnvironmentFor(int window_style, const std::string& mailbox,
+                                        const Corner& place) {
   std::vector<std::string> environment;
   for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
   if (window_style == kShowNoActivate) {
     environment.push_back(std::string(kNoFocusVariable) + "=1");
   }
+  environment.push_back(std::string(kPlaceVariable) + "=" + TextOf(place));
   if (!mailbox.empty()) environment.push_back(std::string(kMailboxVariable) + "=" + mailbox);
   return environment;
 }
@@ -158,16 +160,17 @@ void PosixProcessStart::Start(const std::string& command_text, int window_style)
   const auto cut = CutAtBlanks(command_text);
   std::vector<std::string> words(cut.begin(), cut.end());
   words[0] = WithoutExe(words[0]);
-  std::vector<std::string> environment = EnvironmentFor(window_style, launches_.MailboxName());
+  const int index = LaunchedIndex(command_text);
+  std::vector<std::string> environment =
+      EnvironmentFor(window_style, launches_.MailboxName(), place_of_(index));
   const Spawned spawned = SpawnDetached(FindProgram(words[0]), words, environment);
   if (spawned.error == 0) {
-    launches_.Launched(LaunchedIndex(command_text), spawned.process);
+    launches_.Launched(index, spawned.process);
     return;
   }
   const std::string reason = std::generic_category().message(spawned.error);
   std::cerr << "vantoscope: cannot start \"" << command_text << "\": " << reason << "\n";
-  launches_.NotLaunched(LaunchedIndex(command_text),
-                        "The program " + words[0] + " cannot be started: " + reason + ".");
+  launches_.NotLaunched(index, "The program " + words[0] + " cannot be started: " + reason + ".");
 }
 
 }  // namespace vantoscope

@@ -4,7 +4,8 @@
 // An instrument that samples at a rate gives as many values of every signal: the first value of
 // each makes scan 0, and so on; a scan waits until its last value is there. An instrument without a
 // rate (a multimeter) gives a value now and then: its scans hold the last one, at a rate of ours
-// and for five seconds at most. No thread and no clock of its own: times are handed in.
+// and for five seconds or three scans at most; then it is missing. No thread and no clock of its
+// own: times are handed in.
 #pragma once
 
 #include <chrono>
@@ -22,7 +23,7 @@ namespace vantoscope {
 class ScanAssembly {
  public:
   using Time = std::chrono::steady_clock::time_point;
-  /// How long the last value of a signal holds.
+  /// How long the last value of a signal holds, if that is not less than three scans.
   static constexpr std::chrono::seconds kHold{5};
   /// Values of a signal that wait for those of others; what is beyond is lost.
   static constexpr std::size_t kMostWaiting = 1 << 20;
@@ -39,6 +40,9 @@ class ScanAssembly {
   /// every one of them has been seen.
   void Begin(std::vector<std::size_t> list, std::vector<ChannelInfo> channels, Time now);
 
+  /// Values from now on stand under another unit: the scans so far are dropped, and so are values
+  /// that still wait.
+  void BeginAnew(Time now);
   /// The next values of a signal.
   void Take(std::size_t signal, std::span<const double> values, Time now);
   /// The scans up to `now`. Only after Begin.
@@ -51,16 +55,20 @@ class ScanAssembly {
  private:
   struct Signal {
     std::optional<double> last;
+    Time last_at;
     std::deque<double> waiting;
   };
+  void Append(const vantoscope::Scans& scans);
   void AppendWhole(Time now);
   void AppendHeld(Time now);
+  [[nodiscard]] bool Holds(Time last_at, Time now) const;
 
   std::vector<Signal> signals_;
   std::optional<double> hold_rate_;
   std::vector<std::size_t> list_;
   std::vector<ChannelInfo> channels_;
   std::optional<ScanRing> ring_;
+  std::int64_t next_ = 0;  // index behind the newest scan
   Time begin_;
   Time last_value_;
   Time last_scan_;

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
-#include "host/sigrok_words.h"
+#include "host/sigrok_log.h"
+#include "host/sigrok_values.h"
 #include "sources/channel_words.h"
 #include "sources/freshness.h"
 
@@ -17,17 +20,20 @@ using std::chrono::steady_clock;
 constexpr double kUsualHoldRate = 10;
 constexpr std::chrono::seconds kFirstValues{4};
 
-/// As the library writes it, often with a blank before it.
-std::string UnitOf(const sr_datafeed_analog& analog) {
-  char* unit = nullptr;
-  if (sr_analog_unit_to_string(&analog, &unit) != SR_OK) return {};
-  std::string text = GlibText(unit).get();
-  return text.erase(0, text.find_first_not_of(' '));
+/// What the library says of a fault, behind a sentence without its full stop.
+std::string WithComplaint(const std::string& sentence, const std::string& complaint) {
+  return sentence + (complaint.empty() ? "." : ": " + complaint + ".");
 }
 
-Range RangeOfDigits(const sr_analog_encoding& encoding) {
-  const double digit = std::pow(encoding.is_digits_decimal ? 10.0 : 2.0, -encoding.digits);
-  return {.low = -32767 * digit, .high = 32767 * digit};
+/// An end that was asked for.
+bool IsLimited(const SigrokSettings& settings) {
+  return std::ranges::any_of(
+      settings.instrument, [](const auto& setting) { return setting.first.starts_with("limit_"); });
+}
+
+bool IsPathOfNothing(const std::optional<std::string>& conn) {
+  std::error_code ignored;
+  return conn && conn->starts_with('/') && !std::filesystem::exists(*conn, ignored);
 }
 
 /// The analog channels, still without unit and range, and the logic ones behind them.
@@ -70,15 +76,18 @@ void SigrokDevice::OnPacket(const sr_datafeed_packet& packet) {
 
 void SigrokDevice::OnAnalog(const sr_datafeed_analog& analog) {
   const std::size_t width = g_slist_length(analog.meaning->channels);
-  std::vector<float> values(width * analog.num_samples);
-  if (values.empty() || sr_analog_to_float(&analog, values.data()) != SR_OK) return;
+  const std::vector<double> values = AnalogValues(analog, !instrument_.SampleRate());
+  if (values.empty()) return;
+  const std::string unit = UnitOf(analog);
   std::size_t column = 0;
   for (const GSList* at = analog.meaning->channels; at != nullptr; at = at->next, ++column) {
     const auto found = std::ranges::find(analog_, at->data);
     if (found == analog_.end()) continue;
     const auto place = static_cast<std::size_t>(found - analog_.begin());
-    if (!scans_.Seen(place)) Calibrate(place, analog);
-    scans_.Take(place, AnalogValues(values, width, column), steady_clock::now());
+    const std::vector<double> own = Column(values, width, column);
+    SetUnit(place, unit);
+    Enclose(place, own);
+    scans_.Take(place, own, steady_clock::now());
   }
 }
 
@@ -93,24 +102,50 @@ void SigrokDevice::OnLogic(const sr_datafeed_logic& logic) {
 
 void SigrokDevice::OnEnded() {
   const std::scoped_lock lock(mutex_);
-  ended_ = true;
+  End(TakeSigrokComplaint());
+}
+
+void SigrokDevice::End(const std::string& why) {
+  if (ended_) return;
+  ended_ = WithComplaint("The instrument " + settings_.driver + " has ended", why);
+  end_ = steady_clock::now();
   changed_.notify_all();
 }
 
-/// Unit and range of an analog channel, once its first values have told the unit and the
-/// resolution.
-void SigrokDevice::Calibrate(std::size_t place, const sr_datafeed_analog& analog) {
+/// The unit that an analog channel has from now on; its first one makes its first range, too.
+void SigrokDevice::SetUnit(std::size_t place, const std::string& unit) {
+  ChannelInfo& signal = signals_[place];
+  if (scans_.Seen(place)) {
+    if (unit == signal.unit) return;
+    scans_.BeginAnew(steady_clock::now());
+  }
   std::optional<Range> range = settings_.range;
   if (!range) range = instrument_.RangeOf(*analog_[place]);
-  if (!range) range = RangeOfDigits(*analog.encoding);
-  signals_[place].low = range->low;
-  signals_[place].high = range->high;
-  signals_[place].unit = UnitOf(analog);
+  signal.unit = unit;
+  signal.low = range.value_or(Range{}).low;
+  signal.high = range.value_or(Range{}).high;
+  list_changed_ = true;
+}
+
+void SigrokDevice::Enclose(std::size_t place, std::span<const double> values) {
+  ChannelInfo& signal = signals_[place];
+  const Range range{.low = signal.low, .high = signal.high};
+  std::optional<Range> beyond;
+  for (const double value : values) {
+    if (!std::isfinite(value) || (value >= range.low && value <= range.high)) continue;
+    beyond =
+        Joined(beyond.value_or(Range{.low = value, .high = value}), {.low = value, .high = value});
+  }
+  if (!beyond) return;
+  const Range wider = Joined(range, RoomAround(*beyond));
+  signal.low = wider.low;
+  signal.high = wider.high;
+  list_changed_ = true;
 }
 
 void SigrokDevice::WaitForFirstValues() {
   std::unique_lock lock(mutex_);
-  changed_.wait_for(lock, kFirstValues, [this] { return ended_ || scans_.AllSeen(); });
+  changed_.wait_for(lock, kFirstValues, [this] { return ended_.has_value() || scans_.AllSeen(); });
 }
 
 /// Lists what has given values: the logic ones between the first analog one and the last, which has
@@ -126,9 +161,11 @@ void SigrokDevice::ListChannels() {
   }
   list.insert(list.size() > 1 ? list.end() - 1 : list.end(), logic.begin(), logic.end());
   if (list.empty()) {
-    throw SourceError("The instrument " + settings_.driver + " gives no values.");
+    throw SourceError(WithComplaint("The instrument " + settings_.driver + " gives no values",
+                                    TakeSigrokComplaint()));
   }
   for (const std::size_t place : list) channels_.push_back(signals_[place]);
+  list_ = list;
   scans_.Begin(std::move(list), channels_, steady_clock::now());
 }
 
@@ -138,14 +175,26 @@ double SigrokDevice::LatestValue(std::int16_t channel) {
   return (*block)(static_cast<std::size_t>(channel), 0);
 }
 
+/// With the units and ranges under which they stand.
+const ScanRing& SigrokDevice::UpToNow() {
+  const ScanRing& scans = scans_.Scans(ended_ ? end_ : steady_clock::now());
+  if (!std::exchange(list_changed_, false)) return scans;
+  for (std::size_t channel = 0; channel < list_.size(); ++channel) {
+    channels_[channel] = signals_[list_[channel]];
+  }
+  return scans;
+}
+
 std::optional<Block> SigrokDevice::GetData(std::int16_t count, std::int32_t mode) {
   const std::scoped_lock lock(mutex_);
-  return scans_.Scans(steady_clock::now()).Newest(static_cast<std::size_t>(count), mode, channels_);
+  return UpToNow().Newest(static_cast<std::size_t>(count), mode, channels_);
 }
 
 Scans SigrokDevice::ScansSince(std::int64_t next, std::size_t limit) {
   const std::scoped_lock lock(mutex_);
-  return scans_.Scans(steady_clock::now()).Since(next, limit);
+  Scans scans = UpToNow().Since(next, limit);
+  if (scans.scans == 0 && ended_ && !IsLimited(settings_)) throw SourceError(*ended_);
+  return scans;
 }
 
 Freshness SigrokDevice::DataFreshness() {
@@ -156,8 +205,8 @@ Freshness SigrokDevice::DataFreshness() {
 
 std::optional<std::string> SigrokDevice::HostGone() {
   const std::scoped_lock lock(mutex_);
-  if (!ended_) return std::nullopt;
-  return "The instrument " + settings_.driver + " has ended.";
+  if (IsPathOfNothing(settings_.conn)) End(*settings_.conn + " is gone");
+  return IsLimited(settings_) ? ended_ : std::nullopt;
 }
 
 }  // namespace vantoscope

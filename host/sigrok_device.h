@@ -1,17 +1,25 @@
 // An instrument that libsigrok knows, as a device; its text is that of sigrok_settings.h.
 //
-// Analog channels come as 1, 2, ... in the instrument's order with the unit that it reports. Their
-// range is `range`, or else what the library tells: the vertical divisions of an oscilloscope, the
-// amplitude of a generator, or what 32767 digits of a multimeter are. Eight logic channels make one
-// digital input, the first of them in bit 8 of the word; it stands before the last analog channel.
+// Analog channels come as 1, 2, ... in the instrument's order. Unit and values are those of every
+// packet: an overflow is an infinity, no reading is nan, nothing is clipped. The range begins with
+// `range`, or else with what the library tells (the vertical divisions of an oscilloscope, the
+// amplitude of a generator), and grows in steps so that it encloses the values. When the unit of a
+// channel changes (a multimeter that is switched from V to A), all scans from before are dropped
+// and its range begins anew. Eight logic channels make one digital input, the first of them in bit
+// 8 of the word; it stands before the last analog channel.
 //
-// An instrument with a sample rate is read sample by sample, at `rate` (1000) if it can. One
-// without (a multimeter) is read as `rate` (then 10) scans per second that hold its last value, for
-// five seconds at most.
+// An instrument with a sample rate is read sample by sample, at `rate` or else at 1000 if it can.
+// One without (a multimeter) is read as `rate` (then 10) scans per second that hold its last value,
+// for five seconds or three scans at most: a silent one is no end, but its data grow old. One that
+// ends by itself is: unless one of its own limits was set, ScansSince throws, after its last scans,
+// a SourceError with the reason that the library gave.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -40,11 +48,16 @@ class SigrokDevice : public Device {
   std::optional<std::string> HostGone() override;
 
  private:
+  using Time = std::chrono::steady_clock::time_point;
+
   void OnPacket(const sr_datafeed_packet& packet);
   void OnAnalog(const sr_datafeed_analog& analog);
   void OnLogic(const sr_datafeed_logic& logic);
   void OnEnded();
-  void Calibrate(std::size_t place, const sr_datafeed_analog& analog);
+  void SetUnit(std::size_t place, const std::string& unit);
+  void Enclose(std::size_t place, std::span<const double> values);
+  void End(const std::string& why);
+  const ScanRing& UpToNow();
   void WaitForFirstValues();
   void ListChannels();
 
@@ -57,8 +70,11 @@ class SigrokDevice : public Device {
 
   std::mutex mutex_;  // guards what follows, but for the session
   std::condition_variable changed_;
-  bool ended_ = false;
+  std::optional<std::string> ended_;  // why
+  Time end_;
   std::vector<ChannelInfo> signals_;  // those of `analog_`, then the bytes of logic channels
+  std::vector<std::size_t> list_;     // the places of `channels_` among them
+  bool list_changed_ = false;
   ScanAssembly scans_;
 
   SigrokSession session_;  // last: its thread uses what stands above

@@ -1,9 +1,16 @@
 #include "host/sigrok_instrument.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
+#include <span>
+#include <string_view>
+#include <system_error>
 
+#include "host/sigrok_log.h"
 #include "sources/device_text.h"
 
 namespace vantoscope {
@@ -13,7 +20,7 @@ constexpr double kUsualRate = 1000;
 constexpr double kUsualDivisions = 8;
 
 SigrokContext StartLibrary() {
-  sr_log_loglevel_set(SR_LOG_NONE);
+  ListenToSigrok();
   sr_context* context = nullptr;
   CheckSigrok(sr_init(&context), "start");
   return SigrokContext(context);
@@ -32,6 +39,27 @@ GlibVariant TextVariant(const std::string& text) {
   return GlibVariant(g_variant_ref_sink(g_variant_new_string(text.c_str())));
 }
 
+bool TakesConn(const sr_dev_driver* driver) {
+  GArray* const options = sr_driver_scan_options_list(driver);
+  if (options == nullptr) return false;
+  const std::span keys(reinterpret_cast<const std::uint32_t*>(options->data), options->len);
+  const bool takes = std::ranges::find(keys, std::uint32_t{SR_CONF_CONN}) != keys.end();
+  g_array_free(options, TRUE);
+  return takes;
+}
+
+/// Why there is no instrument where the settings say, as far as anybody knows.
+std::string WhyNone(const sr_dev_driver* driver, const SigrokSettings& settings) {
+  const std::string complaint = TakeSigrokComplaint();
+  if (!settings.conn) {
+    const std::string place = "conn= names the place of an instrument that is not found by itself";
+    if (TakesConn(driver)) return complaint.empty() ? place : complaint + "; " + place;
+  } else if (settings.conn->starts_with('/') && access(settings.conn->c_str(), R_OK | W_OK) != 0) {
+    return *settings.conn + ": " + std::generic_category().message(errno);
+  }
+  return complaint.empty() ? "none answers" : complaint;
+}
+
 /// The first instrument that the driver finds where the settings say.
 sr_dev_inst* Scan(sr_dev_driver* driver, const SigrokSettings& settings) {
   const GlibVariant conn = TextVariant(settings.conn.value_or(""));
@@ -43,7 +71,17 @@ sr_dev_inst* Scan(sr_dev_driver* driver, const SigrokSettings& settings) {
   if (settings.serialcomm) where.reset(g_slist_append(where.release(), &with_serialcomm));
   const GlibList found(sr_driver_scan(driver, where.get()));
   if (found) return static_cast<sr_dev_inst*>(found->data);
-  throw SourceError("libsigrok finds no instrument with the driver " + settings.driver + ".");
+  throw SourceError("libsigrok finds no instrument with the driver " + settings.driver + ": " +
+                    WhyNone(driver, settings) + ".");
+}
+
+std::string Printed(GVariant* value) { return GlibText(g_variant_print(value, FALSE)).get(); }
+
+/// The library takes every other word for "off".
+bool IsSwitchWord(std::string_view word) {
+  constexpr std::array<std::string_view, 9> kWords{"",   "true",  "yes", "on", "1",
+                                                   "no", "false", "off", "0"};
+  return std::ranges::find(kWords, word) != kWords.end();
 }
 
 /// A setting of the library as it wants it; null for a type that a text cannot give.
@@ -60,7 +98,8 @@ GVariant* SettingValue(int type, const std::string& value) {
     case SR_T_FLOAT:
       return number ? g_variant_new_double(*number) : nullptr;
     case SR_T_BOOL:
-      return g_variant_new_boolean(sr_parse_boolstring(value.c_str()));
+      return IsSwitchWord(value) ? g_variant_new_boolean(sr_parse_boolstring(value.c_str()))
+                                 : nullptr;
     case SR_T_STRING:
       return g_variant_new_string(value.c_str());
     default:
@@ -99,7 +138,7 @@ SigrokInstrument::SigrokInstrument(const SigrokSettings& settings) : context_(St
   for (const auto& [name, value] : settings.instrument) Set(name, value);
   const bool named = std::ranges::any_of(
       settings.instrument, [](const auto& setting) { return setting.first == "samplerate"; });
-  if (!named || settings.rate) AskForRate(settings.rate.value_or(kUsualRate));
+  if (!named || settings.rate) AskForRate(settings.rate);
   sample_rate_ = Config(nullptr, SR_CONF_SAMPLERATE);
   if (sample_rate_ == 0) sample_rate_.reset();
   if (sample_rate_ > kMaxSigrokRate) {
@@ -116,24 +155,38 @@ void SigrokInstrument::Open(const SigrokSettings& settings) {
 void SigrokInstrument::Set(const std::string& name, const std::string& value) {
   const std::string what = name + '=' + value;
   const sr_key_info* key = sr_key_info_name_get(SR_KEY_CONFIG, name.c_str());
-  GVariant* const setting = key == nullptr ? nullptr : SettingValue(key->datatype, value);
-  if (setting == nullptr) throw SourceError("libsigrok has no setting " + what + ".");
-  CheckSigrok(sr_config_set(Handle(), nullptr, key->key, setting), "set " + what);
+  GVariant* const made = key == nullptr ? nullptr : SettingValue(key->datatype, value);
+  if (made == nullptr) throw SourceError("libsigrok has no setting " + what + ".");
+  const GlibVariant setting(g_variant_ref_sink(made));
+  CheckSigrok(sr_config_set(Handle(), nullptr, key->key, setting.get()), "set " + what);
+  const GlibVariant now = Read(nullptr, key->key);
+  const bool known = now && g_variant_is_of_type(now.get(), g_variant_get_type(setting.get()));
+  if (!known || g_variant_equal(now.get(), setting.get())) return;
+  throw SourceError("The instrument does not take the setting " + what + "; it stays at " +
+                    Printed(now.get()) + ".");
 }
 
 /// Not every instrument has a sample rate to set, and some have only certain ones: then theirs
-/// counts.
-void SigrokInstrument::AskForRate(double rate) {
-  const auto whole = static_cast<guint64>(std::llround(rate));
+/// counts, unless the user asked for another.
+void SigrokInstrument::AskForRate(const std::optional<double>& wanted) {
+  const auto whole = static_cast<guint64>(std::llround(wanted.value_or(kUsualRate)));
   sr_config_set(Handle(), nullptr, SR_CONF_SAMPLERATE, g_variant_new_uint64(whole));
+  const auto rate = Config(nullptr, SR_CONF_SAMPLERATE).value_or(0);
+  if (!wanted || rate == 0 || rate == *wanted) return;
+  throw SourceError("The instrument does not sample at rate=" + ShortestText(*wanted) +
+                    "; it stays at " + std::to_string(std::llround(rate)) + " scans per second.");
+}
+
+/// Nothing for what it does not tell.
+GlibVariant SigrokInstrument::Read(const sr_channel_group* group, uint32_t key) const {
+  GVariant* value = nullptr;
+  sr_config_get(sr_dev_inst_driver_get(Handle()), Handle(), group, key, &value);
+  return GlibVariant(value);
 }
 
 std::optional<double> SigrokInstrument::Config(const sr_channel_group* group, uint32_t key) const {
-  GVariant* value = nullptr;
-  if (sr_config_get(sr_dev_inst_driver_get(Handle()), Handle(), group, key, &value) != SR_OK) {
-    return std::nullopt;
-  }
-  return AsDouble(GlibVariant(value).get());
+  const GlibVariant value = Read(group, key);
+  return value ? AsDouble(value.get()) : std::nullopt;
 }
 
 std::vector<const sr_channel*> SigrokInstrument::Enabled(int type) const {

@@ -32,7 +32,8 @@ class SigrokInstrument {
  private:
   void Open(const SigrokSettings& settings);
   void Set(const std::string& name, const std::string& value);
-  void AskForRate(double rate);
+  void AskForRate(const std::optional<double>& wanted);
+  [[nodiscard]] GlibVariant Read(const sr_channel_group* group, uint32_t key) const;
   [[nodiscard]] std::optional<double> Config(const sr_channel_group* group, uint32_t key) const;
   [[nodiscard]] std::vector<const sr_channel*> Enabled(int type) const;
 

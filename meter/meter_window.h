@@ -77,7 +77,8 @@ class MeterWindow {
   /// Timer1, the tick of 200 ms.
   virtual void EnableTimer1(bool enabled) = 0;
 
-  /// The pointer's horizontal place on the screen, in the pixels of TwipsPerPixelX.
+  /// The pointer's horizontal place on the screen, in the pixels of TwipsPerPixelX; as if a window
+  /// that is maximised stood at Left.
   virtual double CursorX() = 0;
   virtual double TwipsPerPixelX() = 0;
 

@@ -28,6 +28,8 @@ constexpr Twips kCommand1Corner{120};
 constexpr Twips kCommand1Side{495};
 constexpr int kTimer1Milliseconds = 200;
 constexpr int kTimer2Milliseconds = 100;
+/// A desktop whose screens change gets this long to put its windows in order by itself.
+constexpr int kScreensMilliseconds = 500;
 
 QString Text(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
@@ -76,9 +78,16 @@ Form0::Form0(bool take_focus)
   connect(shortcut, &QShortcut::activated, this, [this] {
     if (border_style_ != kBare) OnCommand1Click();
   });
-  connect(
-      qGuiApp, &QGuiApplication::screenRemoved, this, [this] { place_.KeepOnScreen(); },
-      Qt::QueuedConnection);
+  place_.OnOtherSize = [this] { RaiseResize(); };
+  screens_changed_.setSingleShot(true);
+  screens_changed_.setInterval(kScreensMilliseconds);
+  connect(&screens_changed_, &QTimer::timeout, this, [this] { place_.KeepWithinReach(); });
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
+    WatchScreen(screen);
+    screens_changed_.start();
+  });
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { screens_changed_.start(); });
+  for (QScreen* screen : QGuiApplication::screens()) WatchScreen(screen);
   timer2_.start();
 }
 
@@ -87,10 +96,10 @@ void Form0::Open() {
   place_.Show();
 }
 
-void Form0::LookAgain() {
-  const QRectF before = place_.Outer();
-  place_.Invalidate();
-  if (place_.Outer().size() != before.size()) RaiseResize();
+void Form0::WatchScreen(QScreen* screen) {
+  const auto changed = [this] { screens_changed_.start(); };
+  connect(screen, &QScreen::geometryChanged, this, changed);
+  connect(screen, &QScreen::availableGeometryChanged, this, changed);
 }
 
 void Form0::Unload() {
@@ -184,7 +193,9 @@ void Form0::EnableTimer1(bool enabled) {
   }
 }
 
-double Form0::CursorX() { return QCursor::pos().x(); }
+double Form0::CursorX() {
+  return QCursor::pos().x() + place_.Outer().left() - place_.Shown().left();
+}
 
 void Form0::ShowMessage(MessageIcon icon, std::string_view text, std::string_view title) {
   ShowMessageBox(isVisible() ? this : nullptr, icon, text, title);

@@ -30,10 +30,13 @@ class Form0 final : public QWidget, public MeterWindow {
   /// Asked for the tool tip of the reading; UTF-8, plain lines.
   std::function<std::string()> OnAskAbout;
 
+  /// The outer corner, in device pixels, where no setting tells one by the time of Open.
+  void SuggestPlace(const QPoint& corner) { place_.Suggest(corner); }
+  Room RoomAtPointer() { return place_.RoomAtPointer(); }
   /// Shows the window in the state that the MeterWindow calls have left.
   void Open();
   /// Brings position and size up to date with the screen, ahead of events still on their way.
-  void LookAgain();
+  void LookAgain() { place_.LookAgain(); }
   /// Raises OnUnload if that has not happened yet.
   void Unload();
 
@@ -82,11 +85,13 @@ class Form0 final : public QWidget, public MeterWindow {
 
  private:
   void RaiseResize();
+  void WatchScreen(QScreen* screen);
 
   ReadingLabel* label1_;
   SettingsButton* command1_;
   QTimer timer1_;
   QTimer timer2_;
+  QTimer screens_changed_;
   bool opened_ = false;
   std::int16_t border_style_ = kFramed;
   WindowPlace place_;

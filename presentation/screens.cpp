@@ -3,24 +3,13 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
-#include <cmath>
+
+#include "presentation/reach.h"
 
 namespace vantoscope {
 namespace {
 
-double DistanceTo(const QRectF& area, const QPointF& point) {
-  const double x = std::max({area.left() - point.x(), 0.0, point.x() - area.right()});
-  const double y = std::max({area.top() - point.y(), 0.0, point.y() - area.bottom()});
-  return std::hypot(x, y);
-}
-
 QRectF LogicalArea(const QScreen& screen) { return screen.geometry(); }
-
-/// A screen's origin is the same in logical and in device pixels; only what is inside it scales.
-QRectF DeviceArea(const QScreen& screen) {
-  const QRect area = screen.geometry();
-  return {area.topLeft(), QSizeF(area.size()) * screen.devicePixelRatio()};
-}
 
 template <typename AreaOf>
 const QScreen* NearestScreen(const QPointF& point, AreaOf area_of) {
@@ -30,17 +19,19 @@ const QScreen* NearestScreen(const QPointF& point, AreaOf area_of) {
   });
 }
 
-bool IsWithinReach(const QRectF& rectangle) {
-  constexpr double kReach = 16;  // logical pixels in each direction
-  const QList<QScreen*> screens = QGuiApplication::screens();
-  return std::any_of(screens.begin(), screens.end(), [&](const QScreen* screen) {
-    const QRectF seen = rectangle & LogicalArea(*screen);
-    return seen.width() >= std::min(kReach, rectangle.width()) &&
-           seen.height() >= std::min(kReach, rectangle.height());
-  });
+}  // namespace
+
+// A screen's origin is the same in logical and in device pixels; only what is inside it scales.
+QRect DeviceArea(const QScreen& screen) {
+  const QRect area = screen.geometry();
+  return {area.topLeft(), (QSizeF(area.size()) * screen.devicePixelRatio()).toSize()};
 }
 
-}  // namespace
+QRectF LogicalPart(const QScreen& screen, const QRect& part) {
+  const QPointF origin = screen.geometry().topLeft();
+  const double scale = screen.devicePixelRatio();
+  return {origin + (QPointF(part.topLeft()) - origin) / scale, QSizeF(part.size()) / scale};
+}
 
 QRect DeviceFromLogical(const QRectF& rectangle) {
   const QScreen* screen = NearestScreen(rectangle.center(), LogicalArea);
@@ -52,19 +43,7 @@ QRect DeviceFromLogical(const QRectF& rectangle) {
 }
 
 QRectF LogicalFromDevice(const QRect& rectangle) {
-  const QScreen* screen = NearestScreen(QRectF(rectangle).center(), DeviceArea);
-  const QPointF origin = screen->geometry().topLeft();
-  const double scale = screen->devicePixelRatio();
-  return {origin + (QPointF(rectangle.topLeft()) - origin) / scale,
-          QSizeF(rectangle.size()) / scale};
-}
-
-QRectF WithinReach(const QRectF& rectangle) {
-  if (IsWithinReach(rectangle)) return rectangle;
-  const QRectF area = NearestScreen(rectangle.center(), LogicalArea)->availableGeometry();
-  const double left = std::min(rectangle.left(), area.right() - rectangle.width());
-  const double top = std::min(rectangle.top(), area.bottom() - rectangle.height());
-  return {QPointF(std::max(area.left(), left), std::max(area.top(), top)), rectangle.size()};
+  return LogicalPart(*NearestScreen(QRectF(rectangle).center(), DeviceArea), rectangle);
 }
 
 QSizeF LargestWindow() {

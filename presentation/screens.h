@@ -1,8 +1,9 @@
-// The screens below the windows: device pixels and logical pixels of a rectangle, and where a user
-// can get hold of one.
+// The screens below the windows, and the device pixels and logical pixels of a rectangle on them.
 #pragma once
 
 #include <QRect>
+
+class QScreen;
 
 namespace vantoscope {
 
@@ -10,9 +11,10 @@ namespace vantoscope {
 QRect DeviceFromLogical(const QRectF& rectangle);
 QRectF LogicalFromDevice(const QRect& rectangle);
 
-/// `rectangle`, in logical pixels; moved onto the nearest screen where no screen shows enough of it
-/// to take hold of.
-QRectF WithinReach(const QRectF& rectangle);
+/// A screen in device pixels.
+QRect DeviceArea(const QScreen& screen);
+/// A part of a screen, from device pixels.
+QRectF LogicalPart(const QScreen& screen, const QRect& part);
 
 /// No side of a window is longer, logical pixels.
 QSizeF LargestWindow();

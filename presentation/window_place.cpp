@@ -2,12 +2,14 @@
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QScreen>
 #include <QThread>
 #include <QWindow>
 #include <algorithm>
+#include <utility>
 
+#include "presentation/reach.h"
 #include "presentation/screens.h"
-#include "presentation/x11_window.h"
 
 namespace vantoscope {
 namespace {
@@ -15,19 +17,44 @@ namespace {
 constexpr int kCheckMilliseconds = 25;
 /// A window manager frames and places in several steps; a place that holds this long is final.
 constexpr int kSettledMilliseconds = 250;
-/// A window manager that has not obeyed by then has its own mind, such as a tiling one.
+/// The same for a window that still waits for the frame it may get.
+constexpr int kUnframedMilliseconds = 1500;
+/// A window manager that has not shown the window by then, or not framed it, has its own mind.
 constexpr int kGiveUpMilliseconds = 3000;
+/// It gets this long to answer a request, and that many of them; what it has made of them then is
+/// its decision.
+constexpr int kAnswerMilliseconds = 100;
+constexpr int kRequests = 4;
+/// How long a frame may stay that has been taken away.
+constexpr int kUnframingMilliseconds = 250;
 /// A saved meter needs a position; this long it may wait for the window manager to choose one.
 constexpr int kPositionWaitMilliseconds = 300;
+/// A window that is maximised may change its size sooner than its state.
+constexpr int kStateLagMilliseconds = 1000;
+constexpr int kRecheckMilliseconds = 300;
+constexpr int kFrameWaitMilliseconds = 100;
+/// Of the title bar, in logical pixels, as long as nobody has told it.
+constexpr double kLikelyTitleBar = 24;
 
 xcb_connection_t* XConnection() {
   const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
   return x11 != nullptr ? x11->connection() : nullptr;
 }
 
+template <typename Condition>
+void WaitFor(Condition condition, int milliseconds) {
+  constexpr int kPauseMilliseconds = 5;
+  QElapsedTimer waited;
+  waited.start();
+  while (!condition() && !waited.hasExpired(milliseconds)) QThread::msleep(kPauseMilliseconds);
+}
+
 }  // namespace
 
-WindowPlace::WindowPlace(QWidget& window) : window_(window), wanted_(window.geometry()) {
+WindowPlace::WindowPlace(QWidget& window)
+    : window_(window),
+      shy_(window.testAttribute(Qt::WA_ShowWithoutActivating)),
+      wanted_(window.geometry()) {
   if (xcb_connection_t* connection = XConnection()) {
     x11_ = X11Window::Open(connection, static_cast<xcb_window_t>(window.winId()));
     if (x11_) x11_->RequestFrame();
@@ -38,22 +65,32 @@ WindowPlace::WindowPlace(QWidget& window) : window_(window), wanted_(window.geom
                       window.devicePixelRatioF());
   timer_.setInterval(kCheckMilliseconds);
   QObject::connect(&timer_, &QTimer::timeout, [this] { CheckPlacing(); });
+  recheck_.setInterval(kRecheckMilliseconds);
+  recheck_.setSingleShot(true);
+  QObject::connect(&recheck_, &QTimer::timeout, [this] { LookAgain(); });
 }
 
 WindowPlace::~WindowPlace() = default;
 
-QMargins WindowPlace::Frame() {
-  if (!framed_) return {};
-  if (!x11_) return window_.windowHandle()->frameMargins() * window_.devicePixelRatioF();
-  if (!x11_->HasManager()) return {};
-  if (const auto frame = x11_->Frame()) frame_ = *frame;
-  return frame_;
+std::optional<X11Look> WindowPlace::Look() {
+  std::optional<X11Look> look;
+  if (x11_) {
+    look = x11_->Look();
+  } else {
+    look.emplace();
+    look->on_screen = window_.isVisible();
+    look->client = DeviceFromLogical(window_.geometry());
+    look->frame = window_.windowHandle()->frameMargins() * window_.devicePixelRatioF();
+    look->stretched = window_.isMaximized() || window_.isFullScreen();
+  }
+  if (look && (framed_ || look->on_screen)) frame_ = look->frame;
+  return look;
 }
 
-std::optional<QRect> WindowPlace::ObservedOuter() {
-  const auto client = x11_ ? x11_->Client() : DeviceFromLogical(window_.geometry());
-  if (!client) return std::nullopt;
-  return client->marginsAdded(Frame());
+QMargins WindowPlace::Frame() {
+  if (!framed_) return {};
+  Look();
+  return frame_;
 }
 
 QRect WindowPlace::WantedOuter() const { return DeviceFromLogical(wanted_); }
@@ -65,6 +102,11 @@ QRectF WindowPlace::Outer() {
   return wanted_;
 }
 
+QRectF WindowPlace::Shown() {
+  const QRectF own = Outer();
+  return stretched_.value_or(own);
+}
+
 bool WindowPlace::HasPlace() {
   Outer();  // the platform may be about to choose
   return HasPosition();
@@ -74,17 +116,58 @@ void WindowPlace::Invalidate() {
   if (phase_ == Phase::Settled) Enter(Phase::Stale);
 }
 
-// Takes over what changed, edge by edge: what still is where it was put keeps its exact value.
+void WindowPlace::LookAgain() {
+  const QSizeF before = wanted_.size();
+  Invalidate();
+  if (Outer().size() != before && OnOtherSize) OnOtherSize();
+}
+
 void WindowPlace::Observe() {
-  const auto observed = ObservedOuter();
-  if (!observed) return;
-  const QRectF seen = LogicalFromDevice(*observed);
-  TakePosition(seen);
-  if (observed->x() != settled_.x()) wanted_.moveLeft(seen.x());
-  if (observed->y() != settled_.y()) wanted_.moveTop(seen.y());
-  if (observed->width() != settled_.width()) wanted_.setWidth(seen.width());
-  if (observed->height() != settled_.height()) wanted_.setHeight(seen.height());
-  Settle(*observed);
+  if (const auto look = Look()) Accept(*look);
+}
+
+// Takes over what somebody else has made of the window.
+void WindowPlace::Accept(const X11Look& look) {
+  const QRect observed = OuterOf(look);
+  const QRectF seen = LogicalFromDevice(observed);
+  if (look.stretched) {
+    AcceptStretched(seen);
+  } else {
+    stretched_.reset();
+    TakePosition(seen);
+    AcceptEdges(observed, seen);
+  }
+}
+
+void WindowPlace::AcceptStretched(const QRectF& seen) {
+  const bool just_changed = change_.since.isValid() &&
+                            !change_.since.hasExpired(kStateLagMilliseconds);
+  if (!stretched_ && just_changed) {
+    wanted_ = change_.wanted_before;
+    settled_ = change_.settled_before;
+    change_.since.invalidate();
+  }
+  stretched_ = seen;
+  Enter(Phase::Settled);
+}
+
+// Edge by edge: what still is where it was put keeps its exact value.
+void WindowPlace::AcceptEdges(const QRect& observed, const QRectF& seen) {
+  if (observed != settled_) {
+    const bool goes_on = change_.since.isValid() &&
+                         !change_.since.hasExpired(kStateLagMilliseconds);
+    if (!goes_on) {
+      change_.wanted_before = wanted_;
+      change_.settled_before = settled_;
+    }
+    change_.since.start();
+    recheck_.start();
+  }
+  if (observed.x() != settled_.x()) wanted_.moveLeft(seen.x());
+  if (observed.y() != settled_.y()) wanted_.moveTop(seen.y());
+  if (observed.width() != settled_.width()) wanted_.setWidth(seen.width());
+  if (observed.height() != settled_.height()) wanted_.setHeight(seen.height());
+  Settle(observed);
 }
 
 void WindowPlace::SetLeft(double left) {
@@ -125,6 +208,7 @@ void WindowPlace::SetFramed(bool framed) {
   window_.overrideWindowFlags(window_.windowFlags().setFlag(Qt::FramelessWindowHint, !framed));
   window_.windowHandle()->setFlag(Qt::FramelessWindowHint, !framed);
   SetAbove(above_);  // which the toolkit, not knowing of it, has just undone
+  if (phase_ != Phase::NotShown) MoveWithinReach();
   Apply();
 }
 
@@ -134,10 +218,15 @@ void WindowPlace::Apply() {
     StartPlacing();
     return;
   }
-  const QSizeF client = ClientSize();
-  window_.resize(std::max(1, qRound(client.width())), std::max(1, qRound(client.height())));
-  // Last: a change of size makes the toolkit take the position for that of the client area.
-  if (HasPosition()) window_.windowHandle()->setFramePosition(wanted_.topLeft().toPoint());
+  const QSize size = ClientSize().toSize().expandedTo({1, 1});
+  if (!HasPosition()) {
+    window_.resize(size);
+    return;
+  }
+  const QMargins frame = Frame();
+  const QPointF corner =
+      wanted_.topLeft() + QPointF(frame.left(), frame.top()) / window_.devicePixelRatioF();
+  window_.setGeometry({corner.toPoint(), size});
 }
 
 // The toolkit's own flag would make a new native window.
@@ -152,18 +241,50 @@ void WindowPlace::SetAbove(bool above) {
 }
 
 void WindowPlace::Show() {
-  KeepOnScreen();
+  if (suggested_) TakePosition(LogicalFromDevice(QRect(*suggested_, WantedOuter().size())));
+  MoveWithinReach();
   Apply();
+  if (x11_ && shy_) x11_->AcceptFocus(false);
   window_.show();
-  StartPlacing();
+  if (x11_ && window_.devicePixelRatioF() != 1) x11_->AllowEverySize();
+  Enter(Phase::Placing);
 }
 
-void WindowPlace::KeepOnScreen() {
-  if (!HasPosition()) return;
-  const QRectF within_reach = WithinReach(wanted_);
-  if (within_reach == wanted_) return;
-  wanted_ = within_reach;
-  if (phase_ != Phase::NotShown) StartPlacing();
+QList<QRectF> WindowPlace::Areas() {
+  QList<QRectF> areas;
+  const QList<QScreen*> screens = QGuiApplication::screens();
+  for (const QScreen* screen : screens) {
+    QRect area = DeviceArea(*screen);
+    if (x11_ && framed_) area = x11_->WithoutPanels(area, screens.size() == 1);
+    areas.push_back(LogicalPart(*screen, area));
+  }
+  return areas;
+}
+
+bool WindowPlace::MoveWithinReach() {
+  if (!HasPosition()) return false;
+  const double known = Frame().top() / window_.devicePixelRatioF();
+  const double title_bar = known > 0 ? known : kLikelyTitleBar;
+  const QRectF within_reach = WithinReach(wanted_, framed_ ? title_bar : 0, Areas());
+  return std::exchange(wanted_, within_reach) != within_reach;
+}
+
+void WindowPlace::KeepWithinReach() {
+  Outer();
+  if (!stretched_ && MoveWithinReach() && phase_ != Phase::NotShown) StartPlacing();
+}
+
+Room WindowPlace::RoomAtPointer() {
+  const QScreen* const there = QGuiApplication::screenAt(QCursor::pos());
+  const QScreen& screen = there != nullptr ? *there : *QGuiApplication::primaryScreen();
+  Room room{.area = DeviceArea(screen), .scale = screen.devicePixelRatio(), .frame = {}};
+  if (!x11_) return room;
+  if (x11_->AnnouncesFrames()) {
+    WaitFor([this] { return !Frame().isNull(); }, kFrameWaitMilliseconds);
+  }
+  room.area = x11_->WithoutPanels(room.area, QGuiApplication::screens().size() == 1);
+  room.frame = Frame();
+  return room;
 }
 
 void WindowPlace::Enter(Phase phase) {
@@ -174,7 +295,6 @@ void WindowPlace::Enter(Phase phase) {
   }
   placing_ = {};
   placing_.since_start.start();
-  placing_.pointer = QCursor::pos();
   timer_.start();
 }
 
@@ -195,34 +315,90 @@ void WindowPlace::TakePosition(const QRectF& seen) {
   has_left_ = has_top_ = true;
 }
 
-// Asks for the wanted place until the window holds it.
+QRect WindowPlace::OuterOf(const X11Look& look) const {
+  return framed_ ? look.client.marginsAdded(look.frame) : look.client;
+}
+
+// Asks for the wanted place until the window holds it, or the window manager or the user has
+// decided otherwise.
 void WindowPlace::CheckPlacing() {
-  const bool on_screen = x11_ ? x11_->IsPlaced() : window_.isVisible();
-  const bool give_up = placing_.since_start.hasExpired(kGiveUpMilliseconds);
-  if (!on_screen && !give_up) return;
-  const auto observed = ObservedOuter();
-  if (!observed) {
+  const auto look = Look();
+  if (!look) {
     Enter(Phase::Stale);
     return;
   }
-  TakePosition(LogicalFromDevice(*observed));
-  if (*observed == WantedOuter()) {
-    if (!placing_.since_match.isValid()) placing_.since_match.start();
-    placing_.matched = true;
-    if (give_up || placing_.since_match.hasExpired(kSettledMilliseconds)) Settle(*observed);
-  } else if (placing_.matched && UserDrags()) {
-    settled_ = WantedOuter();
-    Enter(Phase::Stale);
-  } else if (give_up) {
-    Settle(*observed);
+  if (!look->on_screen) {
+    if (placing_.since_start.hasExpired(kGiveUpMilliseconds)) Settle(WantedOuter());
+    return;
+  }
+  if (x11_ && std::exchange(shy_, false)) x11_->AcceptFocus(true);
+  if (!HasPosition()) {
+    TakePosition(LogicalFromDevice(OuterOf(*look)));
+    MoveWithinReach();
+  }
+  if (look->stretched) {
+    AcceptAnother(*look);
+  } else if (OuterOf(*look) == WantedOuter()) {
+    CheckInPlace(*look);
   } else {
-    placing_.since_match.invalidate();
-    AskForPlace();
+    CheckElsewhere(*look);
   }
 }
 
-void WindowPlace::AskForPlace() {
-  const QMargins frame = Frame();
+void WindowPlace::CheckInPlace(const X11Look& look) {
+  const Surroundings now{look.frame, look.parent};
+  if (!placing_.since_match.isValid() || now != placing_.surroundings) {
+    placing_.surroundings = now;
+    placing_.since_match.start();
+  }
+  const bool frame_may_come = framed_ && look.has_manager && look.frame.isNull();
+  if (placing_.since_match.hasExpired(frame_may_come ? kUnframedMilliseconds
+                                                     : kSettledMilliseconds)) {
+    Settle(WantedOuter());
+  }
+}
+
+void WindowPlace::CheckElsewhere(const X11Look& look) {
+  const QRect observed = OuterOf(look);
+  const Surroundings now{look.frame, look.parent};
+  const bool was_in_place = placing_.since_match.isValid();
+  const bool has_changed_hands = now != placing_.surroundings;
+  if (has_changed_hands) {
+    placing_.surroundings = now;
+    placing_.since_match.invalidate();
+    placing_.asked = 0;
+  }
+  const bool moved_by_somebody = was_in_place && !has_changed_hands;
+  const bool refused = placing_.asked == kRequests && IsAnswered(observed);
+  if (moved_by_somebody || refused || placing_.since_start.hasExpired(kGiveUpMilliseconds)) {
+    AcceptAnother(look);
+  } else if (!WaitsForUnframing(look) && (placing_.asked == 0 || IsAnswered(observed))) {
+    AskForPlace(look);
+  }
+}
+
+// The events that told of it have found the wanted rectangle still.
+void WindowPlace::AcceptAnother(const X11Look& look) {
+  const QSizeF before = wanted_.size();
+  settled_ = WantedOuter();
+  Accept(look);
+  if (wanted_.size() != before && OnOtherSize) OnOtherSize();
+}
+
+bool WindowPlace::WaitsForUnframing(const X11Look& look) const {
+  return !framed_ && !look.frame.isNull() &&
+         !placing_.since_start.hasExpired(kUnframingMilliseconds);
+}
+
+bool WindowPlace::IsAnswered(const QRect& observed) const {
+  return observed != placing_.when_asked || placing_.since_asked.hasExpired(kAnswerMilliseconds);
+}
+
+void WindowPlace::AskForPlace(const X11Look& look) {
+  ++placing_.asked;
+  placing_.since_asked.start();
+  placing_.when_asked = OuterOf(look);
+  const QMargins frame = framed_ ? look.frame : QMargins();
   QRect client = WantedOuter().marginsRemoved(frame);
   client.setSize(client.size().expandedTo({1, 1}));
   if (x11_) {
@@ -232,22 +408,14 @@ void WindowPlace::AskForPlace() {
   }
 }
 
-// A quick user may already take hold of a window that has hardly appeared.
-bool WindowPlace::UserDrags() {
-  constexpr int kHandShake = 3;
-  return x11_ && x11_->ButtonIsHeld() &&
-         (QCursor::pos() - placing_.pointer).manhattanLength() > kHandShake;
-}
-
 void WindowPlace::WaitForPosition() {
   if (!x11_ || !window_.isVisible()) return;
-  QElapsedTimer waited;
-  waited.start();
-  while (phase_ == Phase::Placing && !HasPosition() &&
-         !waited.hasExpired(kPositionWaitMilliseconds)) {
-    CheckPlacing();
-    if (!HasPosition()) QThread::msleep(5);
-  }
+  WaitFor(
+      [this] {
+        if (phase_ == Phase::Placing && !HasPosition()) CheckPlacing();
+        return phase_ != Phase::Placing || HasPosition();
+      },
+      kPositionWaitMilliseconds);
 }
 
 }  // namespace vantoscope

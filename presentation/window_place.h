@@ -1,7 +1,8 @@
 // The outer rectangle of a top-level window, frame included, in logical pixels as fractions. What
 // was asked for stays the answer until the user or the window manager puts the window elsewhere:
 // neither a frame that is not known yet nor the rounding to device pixels ever gets into it, so a
-// rectangle that is stored and restored does not wander.
+// rectangle that is stored and restored does not wander. While the window is maximised, full screen
+// or tiled, it is the rectangle before.
 #pragma once
 
 #include <QElapsedTimer>
@@ -9,12 +10,20 @@
 #include <QRect>
 #include <QTimer>
 #include <QWidget>
+#include <functional>
 #include <memory>
 #include <optional>
 
+#include "presentation/x11_window.h"
+
 namespace vantoscope {
 
-class X11Window;
+/// Where the pointer is there is room for windows; device pixels.
+struct Room {
+  QRect area;  ///< of the screen, without panels
+  double scale = 1;
+  QMargins frame;  ///< of this window; empty where nobody has told it yet
+};
 
 class WindowPlace {
  public:
@@ -24,17 +33,27 @@ class WindowPlace {
   WindowPlace(const WindowPlace&) = delete;
   WindowPlace& operator=(const WindowPlace&) = delete;
 
+  /// Told when Outer has another size, and no event of the window has said so.
+  std::function<void()> OnOtherSize;
+
   /// The outer rectangle at this moment, as far as events have told of changes. Asks nobody while
   /// nothing has changed.
   QRectF Outer();
+  /// What the screen shows instead of Outer while the window is maximised and the like; else the
+  /// same.
+  QRectF Shown();
   /// Whether the position of Outer has been asked for, or is where the platform put the window.
   bool HasPlace();
   /// Tells that an event announced a change; the next Outer looks for itself.
   void Invalidate();
+  /// Looks at once, ahead of events still on their way.
+  void LookAgain();
   void SetLeft(double left);
   void SetTop(double top);
   void SetWidth(double width);
   void SetHeight(double height);
+  /// The outer corner, in device pixels, for a side that nobody asks for by the time of Show.
+  void Suggest(const QPoint& corner) { suggested_ = corner; }
   /// The client area that goes with Outer.
   QSizeF ClientSize();
 
@@ -42,11 +61,13 @@ class WindowPlace {
   void SetFramed(bool framed);
   /// Keeps the window above all others, or no longer.
   void SetAbove(bool above);
-  /// Shows the window at its place, on a screen that exists. Without a position the platform
+  /// Shows the window at its place, within reach of the user. Without a position the platform
   /// chooses.
   void Show();
-  /// Brings a window that no screen shows back to the nearest one.
-  void KeepOnScreen();
+  /// Brings a window of which no screen shows enough back to the nearest one.
+  void KeepWithinReach();
+  /// The room on the screen that the pointer is on. May wait a moment for the window manager.
+  Room RoomAtPointer();
 
  private:
   enum class Phase {
@@ -55,41 +76,71 @@ class WindowPlace {
     Settled,   ///< the screen shows settled_
     Stale,     ///< an event or the user's hand has announced a change; until somebody asks
   };
+  /// What a window manager changes around a window while it takes it into its hands. Nobody else
+  /// does, so that a window which moves and leaves this as it was has been moved by somebody.
+  struct Surroundings {
+    QMargins frame;
+    xcb_window_t parent = XCB_NONE;
+
+    bool operator==(const Surroundings&) const = default;
+  };
   /// What belongs to one placing.
   struct Placing {
     QElapsedTimer since_start;
     QElapsedTimer since_match;  ///< invalid while the window is not in its place
-    bool matched = false;       ///< it has been in its place once
-    QPoint pointer;             ///< where it was at the start
+    QElapsedTimer since_asked;  ///< invalid until the first time
+    int asked = 0;              ///< how often, in these surroundings
+    QRect when_asked;
+    Surroundings surroundings;
+  };
+  struct Change {
+    QElapsedTimer since;
+    QRectF wanted_before;
+    QRect settled_before;
   };
 
   void Enter(Phase phase);
   void StartPlacing();
   void CheckPlacing();
-  void AskForPlace();
+  void CheckInPlace(const X11Look& look);
+  void CheckElsewhere(const X11Look& look);
+  void AskForPlace(const X11Look& look);
+  [[nodiscard]] bool IsAnswered(const QRect& observed) const;
+  [[nodiscard]] bool WaitsForUnframing(const X11Look& look) const;
   void Settle(const QRect& observed);
   void Observe();
+  void Accept(const X11Look& look);
+  void AcceptAnother(const X11Look& look);
+  void AcceptStretched(const QRectF& seen);
+  void AcceptEdges(const QRect& observed, const QRectF& seen);
   void WaitForPosition();
   void Apply();
-  bool UserDrags();
   void TakePosition(const QRectF& seen);
+  bool MoveWithinReach();
   [[nodiscard]] bool HasPosition() const { return has_left_ && has_top_; }
+  [[nodiscard]] QRect OuterOf(const X11Look& look) const;
+  std::optional<X11Look> Look();
   [[nodiscard]] QMargins Frame();
-  [[nodiscard]] std::optional<QRect> ObservedOuter();
   [[nodiscard]] QRect WantedOuter() const;
+  [[nodiscard]] QList<QRectF> Areas();
 
   QWidget& window_;
   std::unique_ptr<X11Window> x11_;
   bool framed_ = true;
   bool above_ = false;
+  bool shy_ = false;  // not to get the keyboard from being shown
   QRectF wanted_;
   bool has_left_ = false;  // asked for, or chosen by the platform already
   bool has_top_ = false;
+  std::optional<QPoint> suggested_;
   Phase phase_ = Phase::NotShown;
   Placing placing_;
-  QRect settled_;   // device pixels that stand for wanted_
-  QMargins frame_;  // device pixels, as last seen
-  QTimer timer_;    // runs while placing
+  QRect settled_;                    // device pixels that stand for wanted_
+  std::optional<QRectF> stretched_;  // while maximised and the like
+  Change change_;                    // the last one by somebody else
+  QMargins frame_;                   // device pixels, as last seen
+  QTimer timer_;                     // runs while placing
+  QTimer recheck_;                   // after a change by somebody else
 };
 
 }  // namespace vantoscope

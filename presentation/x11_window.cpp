@@ -2,21 +2,34 @@
 
 #include <xcb/xcb_icccm.h>
 
+#include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string_view>
+#include <vector>
+
+#include "presentation/x11_panels.h"
+#include "presentation/x11_properties.h"
 
 namespace vantoscope {
 namespace {
 
 constexpr int kScreen = 0;
 
-struct Free {
-  void operator()(void* reply) const { std::free(reply); }
-};
-template <typename T>
-std::unique_ptr<T, Free> Owned(T* reply) {
-  return std::unique_ptr<T, Free>(reply);
+bool Holds(const std::vector<std::uint32_t>& numbers, std::uint32_t number) {
+  return std::ranges::find(numbers, number) != numbers.end();
+}
+
+QMargins FrameOf(const std::vector<std::uint32_t>& extents) {
+  constexpr std::size_t kSides = 4;
+  if (extents.size() < kSides) return {};
+  const auto pixels = [&](std::size_t side) { return static_cast<int>(extents[side]); };
+  return {pixels(0), pixels(2), pixels(1), pixels(3)};  // the property begins left, right, top
+}
+
+/// A desktop that tiles one edge of a window or more tells it in every second bit.
+bool IsTiled(const std::vector<std::uint32_t>& edge_constraints) {
+  constexpr std::uint32_t kTiledEdges = 0x55;
+  return !edge_constraints.empty() && (edge_constraints[0] & kTiledEdges) != 0;
 }
 
 }  // namespace
@@ -24,68 +37,94 @@ std::unique_ptr<T, Free> Owned(T* reply) {
 // All names go out in one request after the other, so that they cost one round trip together.
 std::unique_ptr<X11Window> X11Window::Open(xcb_connection_t* connection, xcb_window_t window) {
   if (xcb_connection_has_error(connection) != 0) return nullptr;
-  constexpr std::string_view kWmState = "WM_STATE";
+  constexpr std::array<std::string_view, 4> kNames = {"WM_STATE", "_GTK_EDGE_CONSTRAINTS",
+                                                      "I3_SOCKET_PATH", "I3_FLOATING_WINDOW"};
   xcb_ewmh_connection_t ewmh{};
   xcb_intern_atom_cookie_t* const names = xcb_ewmh_init_atoms(connection, &ewmh);
-  const auto wm_state_cookie =
-      xcb_intern_atom(connection, 0, std::uint16_t{kWmState.size()}, kWmState.data());
+  std::array<xcb_intern_atom_cookie_t, kNames.size()> cookies{};
+  std::ranges::transform(kNames, cookies.begin(), [&](std::string_view name) {
+    return xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
+  });
   const bool known = xcb_ewmh_init_atoms_replies(&ewmh, names, nullptr) != 0;
-  const auto wm_state = Owned(xcb_intern_atom_reply(connection, wm_state_cookie, nullptr));
+  const auto atom = [&](std::size_t index) -> xcb_atom_t {
+    const auto reply = Owned(xcb_intern_atom_reply(connection, cookies.at(index), nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+  };
+  const Atoms atoms{.wm_state = atom(0),
+                    .edge_constraints = atom(1),
+                    .i3_socket_path = atom(2),
+                    .i3_floating = atom(3)};
   if (!known) return nullptr;
-  return std::unique_ptr<X11Window>(
-      new X11Window(ewmh, wm_state ? wm_state->atom : xcb_atom_t{XCB_ATOM_NONE}, window));
+  return std::unique_ptr<X11Window>(new X11Window(ewmh, atoms, window));
 }
 
-X11Window::X11Window(const xcb_ewmh_connection_t& ewmh, xcb_atom_t wm_state, xcb_window_t window)
+X11Window::X11Window(const xcb_ewmh_connection_t& ewmh, const Atoms& atoms, xcb_window_t window)
     : ewmh_(ewmh),
       connection_(ewmh.connection),
-      wm_state_(wm_state),
+      atoms_(atoms),
       window_(window),
       root_(ewmh.screens[kScreen]->root) {}
 
 X11Window::~X11Window() { xcb_ewmh_connection_wipe(&ewmh_); }
 
-std::optional<xcb_window_t> X11Window::ManagerNamedBy(xcb_window_t window) {
-  xcb_window_t manager = XCB_NONE;
-  const auto cookie = xcb_ewmh_get_supporting_wm_check(&ewmh_, window);
-  if (xcb_ewmh_get_supporting_wm_check_reply(&ewmh_, cookie, &manager, nullptr) == 0) return {};
-  return manager;
+xcb_get_property_cookie_t X11Window::AskForManager(xcb_window_t window) {
+  return AskNumbers(connection_, window, ewmh_._NET_SUPPORTING_WM_CHECK);
 }
 
-bool X11Window::HasManager() {
-  // The window that the property names is gone when the manager has died.
-  const auto manager = ManagerNamedBy(root_);
-  return manager && ManagerNamedBy(*manager) == manager;
+// The window that the property of the root names is gone when the manager has died.
+bool X11Window::IsManager(xcb_get_property_cookie_t named_by_root) {
+  const auto manager = Numbers(connection_, named_by_root);
+  return !manager.empty() && Numbers(connection_, AskForManager(manager[0])) == manager;
 }
 
-bool X11Window::IsManaged() {
-  const auto cookie = xcb_get_property(connection_, 0, window_, wm_state_, wm_state_, 0, 1);
-  const auto state = Owned(xcb_get_property_reply(connection_, cookie, nullptr));
-  return state && state->type != XCB_NONE;
-}
-
-bool X11Window::IsPlaced() {
-  const auto attributes = Owned(xcb_get_window_attributes_reply(
-      connection_, xcb_get_window_attributes(connection_, window_), nullptr));
-  if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE) return false;
-  return !HasManager() || IsManaged();
-}
-
-std::optional<QRect> X11Window::Client() {
+// All questions go out before the first answer is waited for.
+std::optional<X11Look> X11Window::Look() {
+  const auto ask = [this](xcb_window_t window, xcb_atom_t property) {
+    return AskNumbers(connection_, window, property);
+  };
+  const auto hear = [this](xcb_get_property_cookie_t cookie) {
+    return Numbers(connection_, cookie);
+  };
   const auto geometry_cookie = xcb_get_geometry(connection_, window_);
   const auto origin_cookie = xcb_translate_coordinates(connection_, window_, root_, 0, 0);
+  const auto attributes_cookie = xcb_get_window_attributes(connection_, window_);
+  const auto tree_cookie = xcb_query_tree(connection_, window_);
+  const auto managed_cookie = ask(window_, atoms_.wm_state);
+  const auto states_cookie = ask(window_, ewmh_._NET_WM_STATE);
+  const auto frame_cookie = ask(window_, ewmh_._NET_FRAME_EXTENTS);
+  const auto edges_cookie = ask(window_, atoms_.edge_constraints);
+  const auto floating_cookie = ask(window_, atoms_.i3_floating);
+  const auto manager_cookie = AskForManager(root_);
+  const auto i3_cookie = xcb_get_property(connection_, 0, root_, atoms_.i3_socket_path,
+                                          XCB_GET_PROPERTY_TYPE_ANY, 0, 1);
+
   const auto geometry = Owned(xcb_get_geometry_reply(connection_, geometry_cookie, nullptr));
   const auto origin = Owned(xcb_translate_coordinates_reply(connection_, origin_cookie, nullptr));
-  if (!geometry || !origin) return std::nullopt;
-  return QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
-}
+  const auto attributes =
+      Owned(xcb_get_window_attributes_reply(connection_, attributes_cookie, nullptr));
+  const auto tree = Owned(xcb_query_tree_reply(connection_, tree_cookie, nullptr));
+  const bool managed = !hear(managed_cookie).empty();
+  const auto states = hear(states_cookie);
+  const auto frame = hear(frame_cookie);
+  const auto edges = hear(edges_cookie);
+  const bool floating = !hear(floating_cookie).empty();
+  const bool has_manager = IsManager(manager_cookie);
+  const auto i3 = Owned(xcb_get_property_reply(connection_, i3_cookie, nullptr));
+  if (!geometry || !origin || !attributes || !tree) return std::nullopt;
 
-std::optional<QMargins> X11Window::Frame() {
-  xcb_ewmh_get_extents_reply_t frame{};
-  const auto cookie = xcb_ewmh_get_frame_extents(&ewmh_, window_);
-  if (xcb_ewmh_get_frame_extents_reply(&ewmh_, cookie, &frame, nullptr) == 0) return std::nullopt;
-  const auto pixels = [](std::uint32_t width) { return static_cast<int>(width); };
-  return QMargins(pixels(frame.left), pixels(frame.top), pixels(frame.right), pixels(frame.bottom));
+  X11Look look;
+  look.has_manager = has_manager;
+  look.on_screen =
+      attributes->map_state == XCB_MAP_STATE_VIEWABLE && (managed || !look.has_manager);
+  look.client = QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
+  if (look.has_manager) look.frame = FrameOf(frame);
+  look.parent = tree->parent;
+  const bool tiled_by_i3 = i3 && i3->type != XCB_NONE && look.on_screen && !floating;
+  look.stretched = look.has_manager && (Holds(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ) ||
+                                        Holds(states, ewmh_._NET_WM_STATE_MAXIMIZED_VERT) ||
+                                        Holds(states, ewmh_._NET_WM_STATE_FULLSCREEN) ||
+                                        IsTiled(edges) || tiled_by_i3);
+  return look;
 }
 
 void X11Window::RequestFrame() {
@@ -93,9 +132,19 @@ void X11Window::RequestFrame() {
   xcb_flush(connection_);
 }
 
+bool X11Window::AnnouncesFrames() {
+  const auto supported = Numbers(connection_, AskNumbers(connection_, root_, ewmh_._NET_SUPPORTED));
+  return IsManager(AskForManager(root_)) && Holds(supported, ewmh_._NET_REQUEST_FRAME_EXTENTS);
+}
+
+QRect X11Window::WithoutPanels(const QRect& screen, bool alone) {
+  return vantoscope::WithoutPanels(ewmh_, root_, screen, alone);
+}
+
 // A manager reads the property when it takes the window, and listens to messages from then on.
 void X11Window::SetAbove(bool above) {
-  if (!IsPlaced() || !HasManager()) {
+  const auto look = Look();
+  if (!look || !look->on_screen || !look->has_manager) {
     xcb_ewmh_set_wm_state(&ewmh_, window_, above ? 1 : 0, &ewmh_._NET_WM_STATE_ABOVE);
   }
   xcb_ewmh_request_change_wm_state(
@@ -104,11 +153,13 @@ void X11Window::SetAbove(bool above) {
   xcb_flush(connection_);
 }
 
-bool X11Window::ButtonIsHeld() {
-  const auto pointer =
-      Owned(xcb_query_pointer_reply(connection_, xcb_query_pointer(connection_, root_), nullptr));
-  constexpr int kAnyButton = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
-  return pointer && (pointer->mask & kAnyButton) != 0;
+void X11Window::AcceptFocus(bool accept) {
+  xcb_icccm_wm_hints_t hints{};
+  const auto cookie = xcb_icccm_get_wm_hints(connection_, window_);
+  if (xcb_icccm_get_wm_hints_reply(connection_, cookie, &hints, nullptr) == 0) return;
+  xcb_icccm_wm_hints_set_input(&hints, accept ? 1 : 0);
+  xcb_icccm_set_wm_hints(connection_, window_, &hints);
+  xcb_flush(connection_);
 }
 
 std::optional<xcb_size_hints_t> X11Window::SizeHints() {
@@ -124,18 +175,18 @@ bool X11Window::PositionIsOuterCorner() {
          hints->win_gravity != XCB_GRAVITY_STATIC;
 }
 
-// Where the desktop is scaled the toolkit asks for sizes in steps of a whole logical pixel, and a
-// manager rounds to them.
 void X11Window::AllowEverySize() {
+  constexpr std::uint32_t kSteps = XCB_ICCCM_SIZE_HINT_P_RESIZE_INC | XCB_ICCCM_SIZE_HINT_BASE_SIZE;
   auto hints = SizeHints();
-  if (!hints || (hints->flags & XCB_ICCCM_SIZE_HINT_P_RESIZE_INC) == 0) return;
-  hints->flags &= ~static_cast<std::uint32_t>(XCB_ICCCM_SIZE_HINT_P_RESIZE_INC);
+  if (!hints || (hints->flags & kSteps) == 0) return;
+  hints->flags &= ~kSteps;
   xcb_icccm_set_wm_normal_hints(connection_, window_, &*hints);
+  xcb_flush(connection_);
 }
 
 void X11Window::Place(const QRect& client, const QMargins& frame) {
   AllowEverySize();
-  const QPoint position = HasManager() && PositionIsOuterCorner()
+  const QPoint position = IsManager(AskForManager(root_)) && PositionIsOuterCorner()
                               ? client.topLeft() - QPoint(frame.left(), frame.top())
                               : client.topLeft();
   const std::array<std::uint32_t, 4> values = {

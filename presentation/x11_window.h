@@ -13,6 +13,17 @@
 
 namespace vantoscope {
 
+/// What one look at a window finds; lengths are device pixels of the screen.
+struct X11Look {
+  bool has_manager = false;  ///< a window manager that follows the common conventions runs
+  bool on_screen = false;    ///< mapped and, with a manager, managed
+  QRect client;              ///< without the frame
+  QMargins frame;            ///< of the manager, also the one it announces for a window not yet mapped
+  xcb_window_t parent = XCB_NONE;
+  /// Maximised, full screen or tiled: the size and place are the manager's.
+  bool stretched = false;
+};
+
 class X11Window {
  public:
   /// Null on a broken connection.
@@ -21,34 +32,41 @@ class X11Window {
   X11Window(const X11Window&) = delete;
   X11Window& operator=(const X11Window&) = delete;
 
-  /// True when a window manager that follows the common conventions runs.
-  bool HasManager();
-  /// True when the window is on the screen: mapped and, with a manager, managed.
-  bool IsPlaced();
-  /// The window without its frame, in device pixels of the screen.
-  std::optional<QRect> Client();
-  /// Widths of the manager's frame, also those it announces for a window not yet mapped.
-  std::optional<QMargins> Frame();
+  std::optional<X11Look> Look();
   /// Asks the manager to announce the frame before the window is mapped.
   void RequestFrame();
+  /// Whether the manager answers RequestFrame.
+  bool AnnouncesFrames();
+  /// `screen` without the panels of the desktop. `alone`: it is the only one.
+  QRect WithoutPanels(const QRect& screen, bool alone);
   /// Asks for a place: `client` without the frame, `frame` around it.
   void Place(const QRect& client, const QMargins& frame);
   /// Keeps the window above all others, or no longer, as its manager's state of the window.
   void SetAbove(bool above);
-  /// True while any button of the pointer is down, wherever the pointer is.
-  bool ButtonIsHeld();
+  /// Whether the manager may give the window the keyboard.
+  void AcceptFocus(bool accept);
+  /// Removes from the hints of the window that its sizes come in steps. Where the desktop is scaled
+  /// the toolkit asks for steps of a whole logical pixel each time it writes them.
+  void AllowEverySize();
 
  private:
-  X11Window(const xcb_ewmh_connection_t& ewmh, xcb_atom_t wm_state, xcb_window_t window);
-  std::optional<xcb_window_t> ManagerNamedBy(xcb_window_t window);
-  bool IsManaged();
+  /// Names that the library of the common conventions does not know.
+  struct Atoms {
+    xcb_atom_t wm_state = XCB_ATOM_NONE;
+    xcb_atom_t edge_constraints = XCB_ATOM_NONE;
+    xcb_atom_t i3_socket_path = XCB_ATOM_NONE;
+    xcb_atom_t i3_floating = XCB_ATOM_NONE;
+  };
+
+  X11Window(const xcb_ewmh_connection_t& ewmh, const Atoms& atoms, xcb_window_t window);
+  xcb_get_property_cookie_t AskForManager(xcb_window_t window);
+  bool IsManager(xcb_get_property_cookie_t named_by_root);
   std::optional<xcb_size_hints_t> SizeHints();
   bool PositionIsOuterCorner();
-  void AllowEverySize();
 
   xcb_ewmh_connection_t ewmh_;
   xcb_connection_t* connection_;
-  xcb_atom_t wm_state_;
+  Atoms atoms_;
   xcb_window_t window_;
   xcb_window_t root_;
 };

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "equation/muparser_evaluator.h"
@@ -19,6 +20,7 @@
 #include "program/application.h"
 #include "program/decimal_separator.h"
 #include "program/ending.h"
+#include "program/group_places.h"
 #include "program/launch_watch.h"
 #include "program/meter_watch.h"
 #include "program/standard_descriptors.h"
@@ -45,13 +47,17 @@ std::string CommandLine(int count, char** arguments) {
   return text;
 }
 
+/// What a group launch left in the environment of this process.
+std::optional<std::string> TakeText(const char* variable) {
+  std::optional<std::string> text;
+  if (const char* value = std::getenv(variable)) text = value;
+  unsetenv(variable);
+  return text;
+}
+
 /// True when a group launch left that mark for this process. The processes that this one starts are
 /// told anew.
-bool TakeMark(const char* variable) {
-  const bool marked = std::getenv(variable) != nullptr;
-  unsetenv(variable);
-  return marked;
-}
+bool TakeMark(const char* variable) { return TakeText(variable).has_value(); }
 
 void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
   form.OnResize = [&] { ResizeRule(meter); };
@@ -133,6 +139,7 @@ int Run(int count, char** arguments) {
   const std::string command_line = CommandLine(count, arguments);
   const bool in_group = TakeMark(kNoFocusVariable);
   const bool group_without_device = TakeMark(kNoDeviceVariable);
+  std::optional<Corner> place = CornerFrom(TakeText(kPlaceVariable).value_or(""));
   LaunchReport launcher(IndexOf(command_line));
   const WordCheck words = SayWordsWithoutEffect(command_line);
   if (words.names_no_device) setenv(kNoDeviceVariable, "1", 1);
@@ -145,7 +152,8 @@ int Run(int count, char** arguments) {
                        [&](const std::string& sentence) { return waiting.Look(sentence); });
   ProfileFile profile;
   Launches launches;
-  PosixProcessStart processes(launches);
+  GroupPlaces places(form, [&telvix] { return int{telvix.ChannelCount()}; });
+  PosixProcessStart processes(launches, [&places](int index) { return places.Of(index); });
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
   MeterWatch watch(meter, telvix, form);
@@ -181,6 +189,8 @@ int Run(int count, char** arguments) {
   if (words.names_no_device) {
     ShowMessageBox(nullptr, MessageIcon::Information, NoDeviceText(words), "");
   }
+  if (OpensGroup(command_line)) place = places.Of(0);
+  if (place) form.SuggestPlace({place->left, place->top});
   form.Open();
   launcher.Started();
   return QApplication::exec();

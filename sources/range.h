@@ -18,4 +18,8 @@ inline Range Joined(Range one, Range other) {
   return {.low = std::min(one.low, other.low), .high = std::max(one.high, other.high)};
 }
 
+/// Room for values to come, around those there are: the smallest of 1, 2, 5, 10, 20 ... to both
+/// sides that holds twice as much.
+Range RoomAround(Range extent);
+
 }  // namespace vantoscope

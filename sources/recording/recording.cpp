@@ -133,6 +133,11 @@ RecordedScans ReadSoundScans(const RecordedFile& file, const Options& options) {
   return recorded;
 }
 
+/// A ZIP archive, by its first bytes.
+bool IsSigrokSession(std::string_view path, std::string_view first_bytes) {
+  return path.ends_with(".sr") && first_bytes.starts_with("PK");
+}
+
 }  // namespace
 
 std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
@@ -143,7 +148,13 @@ std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
   std::error_code ignored;
   device.rest = std::filesystem::absolute(device.rest, ignored).string();
   auto file = std::make_unique<RecordedFile>(device.rest);
-  const bool is_sound = LooksLikeSound(device.rest, FirstBytes(*file));
+  const std::string first_bytes = FirstBytes(*file);
+  if (IsSigrokSession(device.rest, first_bytes)) {
+    throw SourceError("The recording '" + device.rest +
+                      "' is a session of sigrok, which is not read; 'sigrok-cli -i FILE.sr -O csv' "
+                      "makes a CSV file of it.");
+  }
+  const bool is_sound = LooksLikeSound(device.rest, first_bytes);
   if (options.follow) {
     if (is_sound) {
       throw SourceError("The recording '" + device.rest +

@@ -1,11 +1,13 @@
 // An instrument of libsigrok: its text, and scans out of the packets that it sends.
 #include <gmock/gmock.h>
 
+#include <bit>
 #include <cmath>
+#include <type_traits>
 
 #include "host/scan_assembly.h"
 #include "host/sigrok_device.h"
-#include "host/sigrok_words.h"
+#include "host/sigrok_values.h"
 #include "tests/support/refusal.h"
 
 // The demonstration driver of some releases keeps the channel lists of its packets.
@@ -37,9 +39,40 @@ TEST(SigrokSettings, TellOursFromThoseOfTheLibrary) {
   }
 }
 
-TEST(SigrokWords, AreValuesAndBytes) {
-  const std::vector<float> values{9, 3, 9, -1.75, 9, INFINITY, 9, NAN};
-  EXPECT_THAT(AnalogValues(values, 2, 1), ElementsAre(3, -1.75, INFINITY, testing::IsNan()));
+/// A packet of two channels, of which the first is followed.
+template <typename Sample>
+Values OfPacket(std::vector<Sample> samples, bool shortest, sr_rational scale = {1, 1},
+                sr_rational offset = {0, 1}, bool bigendian = false) {
+  GSList second{};
+  GSList first{.data = nullptr, .next = &second};
+  sr_analog_encoding encoding{};
+  encoding.unitsize = sizeof(Sample);
+  encoding.is_float = std::is_floating_point_v<Sample>;
+  encoding.is_signed = TRUE;
+  encoding.is_bigendian = bigendian;
+  encoding.scale = scale;
+  encoding.offset = offset;
+  sr_analog_meaning meaning{};
+  meaning.channels = &first;
+  sr_datafeed_analog analog{};
+  analog.data = samples.data();
+  analog.num_samples = static_cast<std::uint32_t>(samples.size() / 2);
+  analog.encoding = &encoding;
+  analog.meaning = &meaning;
+  return Column(AnalogValues(analog, shortest), 2, 0);
+}
+
+TEST(SigrokValues, AreWhatThePacketSays) {
+  const float swapped = std::bit_cast<float>(0x0000c03fU);  // 1.5, its bytes turned round
+  EXPECT_THAT(OfPacket<float>({3, 9, -INFINITY, 9, NAN, 9}, true),
+              ElementsAre(3, -INFINITY, testing::IsNan()));
+  EXPECT_THAT(OfPacket<float>({0.005F, 9, 123456.7F, 9}, true), ElementsAre(0.005, 123456.7));
+  EXPECT_THAT(OfPacket<float>({0.1F, 9}, false), ElementsAre(0x1.99999ap-4));
+  EXPECT_THAT(OfPacket<float>({swapped, 9}, true, {1, 1}, {0, 1}, true), ElementsAre(1.5));
+  EXPECT_THAT(OfPacket<float>({2, 9, 3, 9}, true, {1, 4}, {-10, 1}), ElementsAre(-9.5, -9.25));
+  EXPECT_THAT(OfPacket<double>({1.234567891, 9, INFINITY, 9}, true),
+              ElementsAre(1.234567891, INFINITY));
+  EXPECT_THAT(OfPacket<std::int16_t>({-300, 9, 7, 9}, true, {1, 100}), ElementsAre(-3, 0.07F));
   const std::vector<std::uint8_t> samples{0x01, 0xff, 0x80, 0x12, 0x02};  // the last one is cut
   EXPECT_THAT(LogicValues(samples, 2, 0), ElementsAre(0x01, 0x80, 0x02));
   EXPECT_THAT(LogicValues(samples, 2, 1), ElementsAre(0xff, 0x12));
@@ -95,21 +128,49 @@ TEST(ScanAssembly, HoldsTheLastValuesForFiveSeconds) {
   EXPECT_EQ(scans.Scans(begin + 5'199ms).Next(), 52);
   EXPECT_EQ(scans.Scans(begin + 5'300ms).Next(), 52) << "silent for too long";
   EXPECT_EQ(scans.Age(begin + 5'199ms), 5) << "a value that is held grows old";
+  scans.Take(0, Values{4}, begin + 6s);
+  scans.Scans(begin + 6'100ms);
+  EXPECT_THAT(Of(scans.Scans(begin + 6'100ms).Since(60, 9), 1), ElementsAre(4, 4));
+  EXPECT_THAT(Of(scans.Scans(begin + 6'100ms).Since(60, 9), 0), Each(testing::IsNan()))
+      << "the other one is silent";
+}
+
+TEST(ScanAssembly, DropsWhatStandsUnderAnotherUnit) {
+  const ScanAssembly::Time begin{};
+  ScanAssembly held(1, 10);
+  held.Take(0, Values{1}, begin);
+  held.Begin({0}, {{}}, begin);
+  held.BeginAnew(begin + 250ms);
+  held.Take(0, Values{7}, begin + 250ms);
+  EXPECT_EQ(held.Scans(begin + 299ms).Since(0, 9).scans, 0U);
+  EXPECT_EQ(held.Scans(begin + 300ms).Since(0, 9),
+            (Scans{.first = 3, .scans = 1, .channels = {Values{7}}}));
+
+  ScanAssembly sampled(2, std::nullopt);
+  sampled.Take(0, Values{1, 2, 3}, begin);
+  sampled.Take(1, Values{5}, begin);
+  sampled.Begin({0, 1}, {{}, {}}, begin);
+  sampled.BeginAnew(begin);
+  sampled.Take(0, Values{8}, begin);
+  sampled.Take(1, Values{9}, begin);
+  EXPECT_EQ(sampled.Scans(begin).Since(0, 9),
+            (Scans{.first = 1, .scans = 1, .channels = {Values{8}, Values{9}}}));
 }
 
 TEST(SigrokDevice, ReadsTheDemoInstrument) {
-  SigrokDevice device("sigrok:demo:rate=20000:range=-4..4");
+  SigrokDevice device("sigrok:demo:rate=20000:range=-4..40");
   EXPECT_EQ(device.SampleRate(), 20000);
   std::vector<int> numbers;
   for (const ChannelInfo& channel : device.Channels()) numbers.push_back(channel.number);
   EXPECT_THAT(numbers, ElementsAre(1, 2, 3, 4, -1, 5));
-  EXPECT_EQ(device.Channels()[5].high, 4);
   const auto too_late = std::chrono::steady_clock::now() + 5s;
   while (!device.GetData(1000, kEngineeringUnits) && std::chrono::steady_clock::now() < too_late) {
     std::this_thread::sleep_for(10ms);
   }
   const Block values = device.GetData(1000, kEngineeringUnits).value();
-  EXPECT_THAT(values.Channel(0), Each(testing::AnyOf(10, -10))) << "beyond the range, not clipped";
+  EXPECT_THAT(values.Channel(0), Each(testing::AnyOf(10, -10))) << "a square wave, not clipped";
+  EXPECT_EQ(device.Channels()[0].high, 40) << "as asked for";
+  EXPECT_EQ(device.Channels()[0].low, -20) << "encloses what goes beyond";
   EXPECT_THAT(values.Channel(4), testing::Contains(255));
   EXPECT_THAT(values.Channel(4), Each(testing::Ge(0)));
   EXPECT_LT(device.DataFreshness().age.value(), 1);
@@ -122,6 +183,8 @@ TEST(SigrokDevice, SaysWhatTheLibraryDoesNotHave) {
   EXPECT_EQ(why("sigrok:none"), "libsigrok has no driver 'none'.");
   EXPECT_EQ(why("sigrok:demo:colour=red"), "libsigrok has no setting colour=red.");
   EXPECT_EQ(why("sigrok:demo:samplerate=x"), "libsigrok has no setting samplerate=x.");
+  EXPECT_EQ(why("sigrok:demo:rate=2000.25"),
+            "The instrument does not sample at rate=2000.25; it stays at 2000 scans per second.");
 }
 
 }  // namespace

@@ -37,9 +37,9 @@ class Screen:
         return self._programs[-1]
 
     def _start_manager(self):
-        """Openbox shows itself before it listens, so it is ready when it answers."""
+        """It shows itself before it listens, so it is ready when it answers."""
         self._environment = {**self._environment, "DISPLAY": self.name}
-        self._start("openbox", "--sm-disable")
+        self._start(*os.environ.get("VANTOSCOPE_MANAGER", "openbox --sm-disable").split())
         probe = self.root.create_window(0, 0, 9, 9, 0, X.CopyFromParent)
         eventually(lambda: self.numbers(self.root, "_NET_SUPPORTING_WM_CHECK"))
 

@@ -126,6 +126,7 @@ TEST_F(Recording, RefusesWithPathAndReason) {
   Write("text.csv", "a,b\nc,d\n");
   Write("good.csv", "1,2\n3,4\n");
   Write("fake.wav", "RIFFxxxxWAVEjunk");
+  Write("bench.sr", "PK\x03\x04junk");
   Write("quote.csv", "1,2\n\"3," + std::string(3'000'000, 'x'));
   Write("torn.csv", "1,2");
   const std::pair<std::string, const char*> rows[] = {
@@ -136,6 +137,7 @@ TEST_F(Recording, RefusesWithPathAndReason) {
       {Text("torn.csv", "?follow"), "torn.csv' has no column of numbers yet"},
       {Text("fake.wav"), "fake.wav' cannot be read as a sound file: "},
       {Text("fake.wav", "?follow"), "fake.wav' is a sound file, which cannot be followed"},
+      {Text("bench.sr"), "bench.sr' is a session of sigrok, which is not read; 'sigrok-cli"},
       {Text("quote.csv"), "quote.csv' cannot be read: a field is longer than a mebibyte"},
       {Text("good.csv", "?loop=2"), "loop takes no value, but has '2'"},
       {Text("good.csv", "?range=1..1"), "range=1..1 is not LO..HI"},
