@@ -235,6 +235,23 @@ class Screen:
                 data=(32, deletion)))
             self.x.flush()
 
+    def maximise(self, window):
+        sides = [self.x.intern_atom(f"_NET_WM_STATE_MAXIMIZED_{s}") for s in ("HORZ", "VERT")]
+        self._tell_manager(window, "_NET_WM_STATE", 1, *sides, 2)
+
+    def place(self, window, outer):
+        """As a program that arranges windows does: the outer corner, and the size inside."""
+        left, right, top, bottom = self.frame(window)
+        corner_and_size = 0xF << 8 | 2 << 12 | X.NorthWestGravity
+        self._tell_manager(window, "_NET_MOVERESIZE_WINDOW", corner_and_size, *outer[:2],
+                           outer[2] - left - right, outer[3] - top - bottom)
+
+    def resize(self, width, height):
+        timings = [40, *(width + n for n in (0, 40, 80, 120)), *(height + n for n in (0, 1, 5, 9))]
+        for words in (["--newmode", "new", *timings], ["--addmode", "screen", "new"],
+                      ["--output", "screen", "--mode", "new"]):
+            assert self._start("xrandr", "--display", self.name, *words).ends() == 0
+
     def _tell_manager(self, window, kind, *data):
         self.root.send_event(
             protocol.event.ClientMessage(window=window, client_type=self.x.intern_atom(kind),
