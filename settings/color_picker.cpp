@@ -2,6 +2,8 @@
 
 #include <QColorDialog>
 #include <QDialogButtonBox>
+#include <QKeyEvent>
+#include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -13,6 +15,21 @@ namespace {
 
 constexpr QSize kLikelyFrame(12, 40);  // logical pixels
 
+/// As a part of another window it leaves the Return key to that window.
+class Colors : public QColorDialog {
+ public:
+  using QColorDialog::QColorDialog;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override {
+    if (!isWindow() && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
+      event->ignore();
+    } else {
+      QColorDialog::keyPressEvent(event);
+    }
+  }
+};
+
 /// The picker without its buttons in an area that scrolls, the buttons below it.
 class ScrolledPicker : public QDialog {
  public:
@@ -23,6 +40,7 @@ class ScrolledPicker : public QDialog {
     area->setFrameShape(QFrame::NoFrame);
     area->setWidget(&colors);
     colors.show();
+    for (auto* button : colors.findChildren<QPushButton*>()) button->setAutoDefault(false);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(area);
@@ -43,7 +61,7 @@ class ScrolledPicker : public QDialog {
 QColor PickColor(const QColor& color, QWidget& parent, const QString& title) {
   const QSize room = parent.screen()->availableGeometry().size() - kLikelyFrame;
   std::unique_ptr<ScrolledPicker> box;  // outlives the picker, which leaves it
-  QColorDialog colors(color, &parent);
+  Colors colors(color, &parent);
   colors.setOption(QColorDialog::DontUseNativeDialog);
   QDialog* picker = &colors;
   if (colors.sizeHint().boundedTo(room) != colors.sizeHint()) {

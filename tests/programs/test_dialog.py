@@ -115,6 +115,7 @@ def test_the_picker_of_a_large_scale_fits_and_picks(desk):
     screen.keys("'#008000' Return")
     eventually(lambda: not screen.mapped(picker) and screen.has_keyboard(dialog))
     assert desk.find(meter, "button", "OK", DIALOG).do_action(0)
+    eventually(lambda: not screen.mapped(dialog))
     meter.send_signal(signal.SIGTERM)
     assert meter.ends() == 0 and desk.settings("Tank1")["Foreground Color"] == "32768"
 
