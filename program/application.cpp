@@ -1,5 +1,6 @@
 #include "program/application.h"
 
+#include <QFontMetrics>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -8,27 +9,42 @@
 namespace vantoscope {
 namespace {
 
-// A Wayland compositor lets no window place itself, stay on top or follow the pointer outside; its
-// X server does.
-void PreferX11() {
-  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY")) {
-    qputenv("QT_QPA_PLATFORM", "xcb");
-  }
+std::function<void(const std::string&)> tell_failure;
+
+[[noreturn]] void EndWith(const std::string& sentence) {
+  std::fprintf(stderr, "vantoscope: %s\n", sentence.c_str());
+  tell_failure(sentence);
+  std::_Exit(1);
 }
 
-std::function<void(const std::string&)> tell_failure;
+// A Wayland compositor lets no window place itself, stay on top or follow the pointer outside; its
+// X server does.
+void ChooseX11() {
+  const QByteArray chosen = qgetenv("QT_QPA_PLATFORM");
+  if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
+    if (chosen.isEmpty() || chosen.startsWith("wayland")) qputenv("QT_QPA_PLATFORM", "xcb");
+  } else if (chosen.isEmpty() && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    EndWith(
+        "This Wayland session runs without XWayland, which a window needs that stays at its place "
+        "and on top; install the package xwayland, and start the session anew.");
+  }
+}
 
 // The toolkit ends the process when it finds no display, with many lines and a core file.
 void EndWithOneSentence(QtMsgType type, const QMessageLogContext&, const QString&) {
   if (type != QtFatalMsg) return;
-  const char* display = std::getenv("DISPLAY");
-  const std::string sentence =
-      display == nullptr || *display == '\0'
-          ? "There is no display to open a window on: DISPLAY is not set."
-          : "No window can be opened on the display " + std::string(display) + ".";
-  std::fprintf(stderr, "vantoscope: %s\n", sentence.c_str());
-  tell_failure(sentence);
-  std::_Exit(1);
+  if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+    EndWith("There is no display to open a window on: DISPLAY is not set.");
+  }
+  EndWith("No window can be opened on the display " + qgetenv("DISPLAY").toStdString() + ".");
+}
+
+// Without a font every character would be an empty box.
+void RequireDigits() {
+  if (QFontMetrics(QFont()).inFontUcs4(U'0')) return;
+  EndWith(
+      "No font is installed, so that no number can be shown; install one, for example the package "
+      "fonts-liberation.");
 }
 
 QtMessageHandler print_message = nullptr;
@@ -49,11 +65,12 @@ std::unique_ptr<QApplication> CreateApplication(
   name = std::move(program);
   arguments[0] = name.data();
 
-  PreferX11();
-  QGuiApplication::setDesktopSettingsAware(false);
   tell_failure = std::move(on_failure);
+  ChooseX11();
+  QGuiApplication::setDesktopSettingsAware(false);
   print_message = qInstallMessageHandler(EndWithOneSentence);
   auto application = std::make_unique<QApplication>(count, arguments);
+  RequireDigits();
   qInstallMessageHandler(KeepQuietAboutALostDisplay);
   std::setlocale(LC_NUMERIC, "C");
   return application;

@@ -90,6 +90,23 @@ class Screen:
         except AssertionError:
             raise AssertionError(f"no window {title!r}: {process.said()}") from None
 
+    @contextlib.contextmanager
+    def panel(self, width):
+        """A panel at the left edge."""
+        panel = self.root.create_window(0, 0, width, 960, 0, X.CopyFromParent)
+        for name, kind, value in [
+                ("_NET_WM_WINDOW_TYPE", "ATOM", [self.x.intern_atom("_NET_WM_WINDOW_TYPE_DOCK")]),
+                ("_NET_WM_STRUT_PARTIAL", "CARDINAL", [width, 0, 0, 0, 0, 959, *[0] * 6])]:
+            panel.change_property(self.x.intern_atom(name), self.x.intern_atom(kind), 32, value)
+        panel.map()
+        eventually(lambda: self.mapped(panel))
+        eventually(lambda: not self.managed or self.numbers(self.root, "_NET_WORKAREA")[0] == width)
+        try:
+            yield
+        finally:
+            panel.destroy()
+            self.x.sync()
+
     def mapped(self, window):
         with contextlib.suppress(error.XError):
             return window.get_attributes().map_state == X.IsViewable
