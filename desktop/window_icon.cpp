@@ -3,6 +3,8 @@
 #include <QImage>
 #include <QPixmap>
 
+#include <cstddef>
+
 #include "window_icon_pixels.h"
 
 namespace vantoscope {
@@ -13,7 +15,7 @@ QIcon WindowIcon() {
   for (const int side : kSides) {
     const QImage picture(reinterpret_cast<const uchar*>(pixels), side, side, QImage::Format_ARGB32);
     icon.addPixmap(QPixmap::fromImage(picture));
-    pixels += side * side;
+    pixels += std::ptrdiff_t{side} * side;
   }
   return icon;
 }

@@ -25,8 +25,7 @@ Grid::Shape Grid::ShapeOf(int layers, int step) const {
 
 Grid::Shape Grid::Fitting(int count) const {
   Shape roomiest = ShapeOf(1, room_.title_bar);
-  const int spare =
-      std::min(room_.width - room_.window_width, room_.height - room_.window_height);
+  const int spare = std::min(room_.width - room_.window_width, room_.height - room_.window_height);
   for (int part = 1; part <= room_.title_bar; ++part) {
     const int step = room_.title_bar / part;
     for (int layers = 1; layers == 1 || (layers - 1) * step <= spare; ++layers) {

@@ -17,8 +17,8 @@ inline constexpr const char* kNoDeviceVariable = "VANTOSCOPE_NO_DEVICE";
 /// In the environment of a child: the mailbox to which it reports; the child removes it again.
 inline constexpr const char* kMailboxVariable = "VANTOSCOPE_LAUNCHER";
 
-/// In the environment of a child: its place in the grid of the group, as TextOf writes it; the child
-/// removes it again.
+/// In the environment of a child: its place in the grid of the group, as TextOf writes it; the
+/// child removes it again.
 inline constexpr const char* kPlaceVariable = "VANTOSCOPE_PLACE";
 
 /// A program name ending in ".exe" is looked for without that ending, first beside the running

@@ -54,7 +54,7 @@ void CheckRate(const Device& device) {
 
 /// A device need not hold more scans than fit into one message.
 milliseconds Shortened(milliseconds interval, double rate) {
-  const double most = 1000.0 * (kMaxWireScans / 4) / rate;
+  const double most = 1000 * static_cast<double>(kMaxWireScans) / 4 / rate;
   return most < static_cast<double>(interval.count())
              ? milliseconds(std::max(std::lround(most), 1L))
              : interval;

@@ -170,7 +170,10 @@ void SigrokInstrument::Set(const std::string& name, const std::string& value) {
 /// counts, unless the user asked for another.
 void SigrokInstrument::AskForRate(const std::optional<double>& wanted) {
   const auto whole = static_cast<guint64>(std::llround(wanted.value_or(kUsualRate)));
-  sr_config_set(Handle(), nullptr, SR_CONF_SAMPLERATE, g_variant_new_uint64(whole));
+  const GlibVariant rate_wanted(g_variant_ref_sink(g_variant_new_uint64(whole)));
+  if (sr_config_set(Handle(), nullptr, SR_CONF_SAMPLERATE, rate_wanted.get()) != SR_OK) {
+    TakeSigrokComplaint();
+  }
   const auto rate = Config(nullptr, SR_CONF_SAMPLERATE).value_or(0);
   if (!wanted || rate == 0 || rate == *wanted) return;
   throw SourceError("The instrument does not sample at rate=" + ShortestText(*wanted) +
@@ -180,7 +183,9 @@ void SigrokInstrument::AskForRate(const std::optional<double>& wanted) {
 /// Nothing for what it does not tell.
 GlibVariant SigrokInstrument::Read(const sr_channel_group* group, uint32_t key) const {
   GVariant* value = nullptr;
-  sr_config_get(sr_dev_inst_driver_get(Handle()), Handle(), group, key, &value);
+  const sr_dev_driver* const driver = sr_dev_inst_driver_get(Handle());
+  // That it has no such thing is an answer.
+  if (sr_config_get(driver, Handle(), group, key, &value) != SR_OK) TakeSigrokComplaint();
   return GlibVariant(value);
 }
 

@@ -33,9 +33,15 @@ QRectF WithinReach(const QRectF& window, double title_bar, const QList<QRectF>& 
   if (areas.isEmpty() || std::ranges::any_of(areas, shows)) return window;
   const QRectF area = *std::ranges::min_element(
       areas, {}, [&](const QRectF& candidate) { return DistanceTo(candidate, window.center()); });
-  const double left = std::min(window.left(), area.right() - window.width());
-  const double top = std::min(window.top(), area.bottom() - window.height());
-  return {QPointF(std::max(area.left(), left), std::max(area.top(), top)), window.size()};
+  const auto inside = [](double from, double length, double start, double room) {
+    const bool is_outside = from + length <= start || from >= start + room;
+    const double offset =
+        is_outside ? std::fmod(std::fmod(from - start, room) + room, room) : from - start;
+    return start + std::max(0.0, std::min(offset, room - length));
+  };
+  return {QPointF(inside(window.left(), window.width(), area.left(), area.width()),
+                  inside(window.top(), window.height(), area.top(), area.height())),
+          window.size()};
 }
 
 }  // namespace vantoscope

@@ -114,6 +114,7 @@ bool WindowPlace::HasPlace() {
 
 void WindowPlace::Invalidate() {
   if (phase_ == Phase::Settled) Enter(Phase::Stale);
+  if (phase_ == Phase::Placing && window_.isVisible()) CheckPlacing();
 }
 
 void WindowPlace::LookAgain() {
@@ -140,8 +141,8 @@ void WindowPlace::Accept(const X11Look& look) {
 }
 
 void WindowPlace::AcceptStretched(const QRectF& seen) {
-  const bool just_changed = change_.since.isValid() &&
-                            !change_.since.hasExpired(kStateLagMilliseconds);
+  const bool just_changed =
+      change_.since.isValid() && !change_.since.hasExpired(kStateLagMilliseconds);
   if (!stretched_ && just_changed) {
     wanted_ = change_.wanted_before;
     settled_ = change_.settled_before;
@@ -154,8 +155,8 @@ void WindowPlace::AcceptStretched(const QRectF& seen) {
 // Edge by edge: what still is where it was put keeps its exact value.
 void WindowPlace::AcceptEdges(const QRect& observed, const QRectF& seen) {
   if (observed != settled_) {
-    const bool goes_on = change_.since.isValid() &&
-                         !change_.since.hasExpired(kStateLagMilliseconds);
+    const bool goes_on =
+        change_.since.isValid() && !change_.since.hasExpired(kStateLagMilliseconds);
     if (!goes_on) {
       change_.wanted_before = wanted_;
       change_.settled_before = settled_;

@@ -120,10 +120,10 @@ std::optional<X11Look> X11Window::Look() {
   if (look.has_manager) look.frame = FrameOf(frame);
   look.parent = tree->parent;
   const bool tiled_by_i3 = i3 && i3->type != XCB_NONE && look.on_screen && !floating;
-  look.stretched = look.has_manager && (Holds(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ) ||
-                                        Holds(states, ewmh_._NET_WM_STATE_MAXIMIZED_VERT) ||
-                                        Holds(states, ewmh_._NET_WM_STATE_FULLSCREEN) ||
-                                        IsTiled(edges) || tiled_by_i3);
+  look.stretched = look.has_manager &&
+                   (Holds(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ) ||
+                    Holds(states, ewmh_._NET_WM_STATE_MAXIMIZED_VERT) ||
+                    Holds(states, ewmh_._NET_WM_STATE_FULLSCREEN) || IsTiled(edges) || tiled_by_i3);
   return look;
 }
 

@@ -18,7 +18,7 @@ struct X11Look {
   bool has_manager = false;  ///< a window manager that follows the common conventions runs
   bool on_screen = false;    ///< mapped and, with a manager, managed
   QRect client;              ///< without the frame
-  QMargins frame;            ///< of the manager, also the one it announces for a window not yet mapped
+  QMargins frame;  ///< of the manager, also the one it announces for a window not yet mapped
   xcb_window_t parent = XCB_NONE;
   /// Maximised, full screen or tiled: the size and place are the manager's.
   bool stretched = false;

@@ -1,7 +1,6 @@
 #include "program/application.h"
 
-#include <QFontDatabase>
-#include <QFontInfo>
+#include <QFontMetrics>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -12,12 +11,6 @@
 namespace vantoscope {
 namespace {
 
-// A Wayland compositor lets no window place itself, stay on top or follow the pointer outside; its
-// X server does.
-void PreferX11() {
-  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
-}
-
 std::function<void(const std::string&)> tell_failure;
 
 [[noreturn]] void EndWith(const std::string& sentence) {
@@ -26,26 +19,34 @@ std::function<void(const std::string&)> tell_failure;
   std::_Exit(1);
 }
 
-std::string WhyNoDisplay() {
+// A Wayland compositor lets no window place itself, stay on top or follow the pointer outside; its
+// X server does.
+void ChooseX11() {
+  const QByteArray chosen = qgetenv("QT_QPA_PLATFORM");
   if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
-    return "No window can be opened on the display " + qgetenv("DISPLAY").toStdString() + ".";
+    if (chosen.isEmpty() || chosen.startsWith("wayland")) qputenv("QT_QPA_PLATFORM", "xcb");
+  } else if (chosen.isEmpty() && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    EndWith(
+        "This Wayland session runs without XWayland, which a window needs that stays at its place "
+        "and on top; install the package xwayland, and start the session anew.");
   }
-  if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-    return "There is only Wayland here, which lets no window place itself or stay on top; install "
-           "its X server, XWayland (Debian package xwayland).";
-  }
-  return "There is no display to open a window on: DISPLAY is not set.";
 }
 
 // The toolkit ends the process when it finds no display, with many lines and a core file.
 void EndWithOneSentence(QtMsgType type, const QMessageLogContext&, const QString&) {
-  if (type == QtFatalMsg) EndWith(WhyNoDisplay());
+  if (type != QtFatalMsg) return;
+  if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+    EndWith("There is no display to open a window on: DISPLAY is not set.");
+  }
+  EndWith("No window can be opened on the display " + qgetenv("DISPLAY").toStdString() + ".");
 }
 
-/// Without any font the toolkit knows its three stand-ins, and draws every character as a box.
-bool HasNoFont() {
-  constexpr int kStandIns = 3;
-  return QFontDatabase::families().size() <= kStandIns && QFontInfo(QFont()).family().isEmpty();
+// Without a font every character would be an empty box.
+void RequireDigits() {
+  if (QFontMetrics(QFont()).inFontUcs4(U'0')) return;
+  EndWith(
+      "No font is installed, so that no number can be shown; install one, for example the package "
+      "fonts-liberation.");
 }
 
 QtMessageHandler print_message = nullptr;
@@ -66,15 +67,13 @@ std::unique_ptr<QApplication> CreateApplication(
   name = std::move(program);
   arguments[0] = name.data();
 
-  PreferX11();
-  QGuiApplication::setDesktopSettingsAware(false);
   tell_failure = std::move(on_failure);
+  ChooseX11();
+  QGuiApplication::setDesktopSettingsAware(false);
   print_message = qInstallMessageHandler(EndWithOneSentence);
   auto application = std::make_unique<QApplication>(count, arguments);
+  RequireDigits();
   qInstallMessageHandler(KeepQuietAboutALostDisplay);
-  if (HasNoFont()) {
-    EndWith("There is no font to show a number in; install one (Debian package fonts-liberation).");
-  }
   QApplication::setWindowIcon(WindowIcon());
   QApplication::setDesktopFileName("org.vantoscope.vantoscope");
   std::setlocale(LC_NUMERIC, "C");

@@ -2,7 +2,6 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
-#include <QColorDialog>
 #include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
@@ -18,6 +17,7 @@
 #include "meter/profile.h"
 #include "meter/units.h"
 #include "presentation/color.h"
+#include "settings/color_picker.h"
 #include "settings/color_swatch.h"
 #include "settings/dialog_controls.h"
 #include "settings/open_address.h"
@@ -176,8 +176,9 @@ QFont CaptionFont(const DialogControl& control, const QFont& base) {
 
 }  // namespace
 
-Dialog::Dialog(QWidget* form)
-    : QDialog(form, Qt::Tool | Qt::WindowStaysOnTopHint), options_(new QButtonGroup(this)) {
+Dialog::Dialog(QWidget* form, bool above_all)
+    : QDialog(form, Qt::Tool), options_(new QButtonGroup(this)) {
+  setWindowFlag(Qt::WindowStaysOnTopHint, above_all);
   setObjectName("Dialog");
   setWindowTitle(kDialogTitle);
   setFixedSize(Pixels(kDialogWidth), Pixels(kDialogHeight));
@@ -315,8 +316,8 @@ void Dialog::SetColor(const char* button, const char* swatch, Color color) {
 }
 
 void Dialog::PickColor(const char* button, const char* swatch, const QString& title) {
-  const QColor picked = QColorDialog::getColor(QColorFrom(Control<ColorSwatch>(swatch).Value()),
-                                               this, title, QColorDialog::DontUseNativeDialog);
+  const QColor picked =
+      vantoscope::PickColor(QColorFrom(Control<ColorSwatch>(swatch).Value()), *this, title);
   if (picked.isValid()) SetColor(button, swatch, ColorFrom(picked));
 }
 
@@ -326,16 +327,17 @@ void Dialog::keyPressEvent(QKeyEvent* event) { event->ignore(); }
 // At the design position of the screen that the meter is on, or as near to it as the whole dialog
 // and its title bar are in sight.
 void Dialog::PlaceOnScreen() {
-  constexpr int kTitleBar = 32;  // room for a frame that is not known before the window is shown
+  constexpr QSize kFrame(12, 40);  // about; it is not known before the window is shown
   const QRect area = screen()->availableGeometry();
-  const QPoint design = area.topLeft() + QPoint(Pixels(kDialogLeft), Pixels(kDialogTop));
-  move(std::max(area.left(), std::min(design.x(), area.right() + 1 - width())),
-       std::max(area.top(), std::min(design.y(), area.bottom() + 1 - height() - kTitleBar)));
+  const QSize room = area.size() - size() - kFrame;
+  move(area.topLeft() + QPoint(std::max(0, std::min(Pixels(kDialogLeft), room.width())),
+                               std::max(0, std::min(Pixels(kDialogTop), room.height()))));
 }
 
 ShowDialog ModalDialog(QWidget& form) {
   return [&form](const DialogFields& fields) -> std::optional<DialogFields> {
-    Dialog dialog(&form);
+    // Only as the meter itself: others of its group, which stay on top too, must not cover it.
+    Dialog dialog(&form, fields.Check4);
     dialog.Fill(fields);
     if (dialog.exec() != QDialog::Accepted) return std::nullopt;
     return dialog.Fields();

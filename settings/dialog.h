@@ -11,10 +11,11 @@ class QButtonGroup;
 
 namespace vantoscope {
 
-/// Modal above `form`, of fixed size. Only its buttons and its frame close it, no key does.
+/// Modal above `form`, of fixed size; `above_all`: above every other window too. Only its buttons
+/// and its frame close it, no key does.
 class Dialog : public QDialog {
  public:
-  explicit Dialog(QWidget* form);
+  Dialog(QWidget* form, bool above_all);
 
   void Fill(const DialogFields& fields);
   /// The fields as they stand now. Whatever Fill brought and no control shows is given back as it

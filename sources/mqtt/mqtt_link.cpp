@@ -232,8 +232,8 @@ int MqttLink::Client::LoopUntilLost() {
   return rc;
 }
 
-/// Sends what is still to be sent and the goodbye; without the goodbye where something is left, so
-/// that the broker says the last will in its place.
+/// Sends what is still to be sent and the goodbye. A broker that does not take it all says the last
+/// will.
 void MqttLink::Client::Part() {
   const auto deadline = steady_clock::now() + kPartingTime;
   const auto send_rest = [&] {
@@ -243,7 +243,6 @@ void MqttLink::Client::Part() {
     }
   };
   send_rest();
-  if (Outstanding() > 0) return;
   Mosquitto().disconnect(client_.get());
   send_rest();
 }

@@ -36,8 +36,8 @@ class MqttLink {
            const std::optional<MqttWill>& will, MqttEvents events);
   MqttLink(const MqttLink&) = delete;
   MqttLink& operator=(const MqttLink&) = delete;
-  /// Disconnects in order (no will is sent) if all that was published is sent. No event comes once
-  /// it returns.
+  /// Disconnects in order (no will is sent) if the broker takes all that was published. No event
+  /// comes once it returns.
   ~MqttLink();
 
   /// Begins to connect, and to call events. Once, and before anything that follows.

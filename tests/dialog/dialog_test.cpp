@@ -39,7 +39,7 @@ class DialogTest : public testing::Test {
   static QString Focus() { return QApplication::focusWidget()->objectName(); }
 
   QWidget form_;
-  Dialog dialog_{&form_};
+  Dialog dialog_{&form_, false};
 };
 
 TEST_F(DialogTest, ShowsWhatItIsFilledWithAndGivesBackWhatTheUserDid) {
@@ -77,7 +77,7 @@ TEST_F(DialogTest, GivesBackUntouchedWhatNobodyTouched) {
   fields.CalUnitText = "\xB5m/m";
   fields.FGLabel = -1;
   fields.Option.reset();
-  Dialog dialog(&form_);
+  Dialog dialog(&form_, false);
   dialog.Fill(fields);
   EXPECT_EQ(dialog.Fields(), fields);
 }

@@ -70,7 +70,8 @@ class Desk:
     def settle(self, meter, place):
         """The window of a meter that has come to stand at that outer rectangle."""
         window = self.screen.window(meter)
-        assert settles(lambda: self.screen.outer(window), place) == place
+        seen = settles(lambda: self.screen.outer(window), place)
+        assert seen == place, seen
         return window
 
     def configure(self, section, **keys):

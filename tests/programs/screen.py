@@ -90,6 +90,23 @@ class Screen:
         except AssertionError:
             raise AssertionError(f"no window {title!r}: {process.said()}") from None
 
+    @contextlib.contextmanager
+    def panel(self, width):
+        """A panel at the left edge."""
+        panel = self.root.create_window(0, 0, width, 960, 0, X.CopyFromParent)
+        for name, kind, value in [
+                ("_NET_WM_WINDOW_TYPE", "ATOM", [self.x.intern_atom("_NET_WM_WINDOW_TYPE_DOCK")]),
+                ("_NET_WM_STRUT_PARTIAL", "CARDINAL", [width, 0, 0, 0, 0, 959, *[0] * 6])]:
+            panel.change_property(self.x.intern_atom(name), self.x.intern_atom(kind), 32, value)
+        panel.map()
+        eventually(lambda: self.mapped(panel))
+        eventually(lambda: not self.managed or self.numbers(self.root, "_NET_WORKAREA")[0] == width)
+        try:
+            yield
+        finally:
+            panel.destroy()
+            self.x.sync()
+
     def mapped(self, window):
         with contextlib.suppress(error.XError):
             return window.get_attributes().map_state == X.IsViewable
@@ -234,6 +251,23 @@ class Screen:
                 window=window, client_type=self.x.intern_atom("WM_PROTOCOLS"),
                 data=(32, deletion)))
             self.x.flush()
+
+    def maximise(self, window):
+        sides = [self.x.intern_atom(f"_NET_WM_STATE_MAXIMIZED_{s}") for s in ("HORZ", "VERT")]
+        self._tell_manager(window, "_NET_WM_STATE", 1, *sides, 2)
+
+    def place(self, window, outer):
+        """As a program that arranges windows does: the outer corner, and the size inside."""
+        left, right, top, bottom = self.frame(window)
+        corner_and_size = 0xF << 8 | 2 << 12 | X.NorthWestGravity
+        self._tell_manager(window, "_NET_MOVERESIZE_WINDOW", corner_and_size, *outer[:2],
+                           outer[2] - left - right, outer[3] - top - bottom)
+
+    def resize(self, width, height):
+        timings = [40, *(width + n for n in (0, 40, 80, 120)), *(height + n for n in (0, 1, 5, 9))]
+        for words in (["--newmode", "new", *timings], ["--addmode", "screen", "new"],
+                      ["--output", "screen", "--mode", "new"]):
+            assert self._start("xrandr", "--display", self.name, *words).ends() == 0
 
     def _tell_manager(self, window, kind, *data):
         self.root.send_event(

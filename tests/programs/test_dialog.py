@@ -97,6 +97,29 @@ def test_no_meter_covers_a_dialog_that_opens(desk):
     eventually(lambda: screen.stays_on_top(form))
 
 
+def test_the_picker_of_a_large_scale_fits_and_picks(desk):
+    """At 250 % it is larger than the screen; so is not the dialog, which stays no more on top than
+    its meter."""
+    screen = desk.screen
+    desk.configure("Tank1", Always_On_Top=-2)
+    meter = desk.meter("Tank", QT_SCALE_FACTOR="2.5")
+    dialog = desk.open_dialog(meter)
+    click(desk, dialog, [pixels * 5 // 2 for pixels in FOREGROUND_BUTTON])
+    picker = screen.window(meter, "Foreground colour")
+    eventually(lambda: screen.has_keyboard(picker))
+    for window in dialog, picker:
+        x, y, width, height = screen.outer(window)
+        assert x >= 0 and y >= 0 and x + width <= 1280 and y + height <= 960
+        assert not screen.stays_on_top(window)
+    screen.key("h", "Alt_L")
+    screen.keys("'#008000' Return")
+    eventually(lambda: not screen.mapped(picker) and screen.has_keyboard(dialog))
+    assert desk.find(meter, "button", "OK", DIALOG).do_action(0)
+    eventually(lambda: not screen.mapped(dialog))
+    meter.send_signal(signal.SIGTERM)
+    assert meter.ends() == 0 and desk.settings("Tank1")["Foreground Color"] == "32768"
+
+
 def test_help_opens_the_page_of_this_installation(desk):
     opened = desk.folder / "opened"
     browser = desk.folder / "xdg-open"

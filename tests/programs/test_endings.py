@@ -4,9 +4,7 @@ import signal
 
 import pytest
 from desk import DIALOG, MESSAGE
-from processes import REPOSITORY, eventually, program
-
-NO_FONTS = str(REPOSITORY / "tests/programs/no_fonts.conf")
+from processes import eventually, program
 
 
 @pytest.mark.parametrize("how, under", [
@@ -74,11 +72,13 @@ def test_start_errors_are_one_sentence(desk, device, index, told):
 
 @pytest.mark.parametrize("words, display, code, told", [
     ([], {}, 1, "display"), ([], {"DISPLAY": ":65000"}, 1, ":65000"),
-    ([], {"WAYLAND_DISPLAY": "none"}, 1, "XWayland"),
-    ([], {"QT_QPA_PLATFORM": "offscreen", "FONTCONFIG_FILE": NO_FONTS}, 1, "no font"),
+    ([], {"WAYLAND_DISPLAY": "wayland-0"}, 1, "XWayland"),
+    ([], {"QT_QPA_PLATFORM": "offscreen", "FONTCONFIG_FILE": "none"}, 1, "fonts-liberation"),
     (["--help"], {}, 0, "-iINDEX"), (["--version"], {}, 0, "vantoscope ")])
-def test_without_a_display(make_desk, words, display, code, told):
-    meter = make_desk(None).start(program("vantoscope"), *words, **display)
+def test_without_a_display_or_a_font(make_desk, words, display, code, told):
+    desk = make_desk(None)
+    (desk.folder / "none").write_text("<fontconfig></fontconfig>")
+    meter = desk.start(program("vantoscope"), *words, FONTCONFIG_PATH=str(desk.folder), **display)
     assert meter.ends() == code
     said, other = [meter.printed(), meter.said()][::1 if code == 0 else -1]
     assert told in said and not other

@@ -6,7 +6,7 @@ import signal
 import types
 
 from desk import MESSAGE
-from processes import eventually, program
+from processes import eventually, program, settles
 
 CHANNELS = ["1", "2", "3", "4", "5", "6", "7", "8", "DigIn", "Cntr", "RCntr", "999"]
 
@@ -42,6 +42,19 @@ def test_one_command_opens_a_meter_for_every_channel(desk):
         saved = desk.settings(f"{name.replace('_', ' ')}{index + 1}")
         assert len(saved) == 24 and saved["Caption"] == f"Channel {CHANNELS[index]}"
     assert [entry.name for entry in desk.folder.iterdir() if entry.name[0] != "."] == ["panel"]
+
+
+def test_meters_without_a_place_stand_in_a_grid(each_desk):
+    """Row by row beside the panel; a stored place wins, and its cell stays free."""
+    desk, screen = each_desk, each_desk.screen
+    desk.place("A3", 6000, 9000, 3000, 1500)
+    with screen.panel(40):
+        desk.start(program("vantoscope"), "-dsim", "-nA", "-i-1")
+        wanted = {f"A Channel {channel}": (40 + i % 6 * 208, i // 6 * 75, 200, 67)
+                  for i, channel in enumerate(CHANNELS)}
+        wanted["A Channel 3"] = (400, 600, 200, 100)
+        places = settles(lambda: {n: screen.outer(w) for _, n, w in screen.windows() if n}, wanted)
+        assert places == wanted
 
 
 def test_meters_that_cannot_be_started_are_told_and_the_first_goes_on(desk):

@@ -95,6 +95,11 @@ def test_a_multimeter_is_shown_as_it_is(net, multimeter):
     assert meter.ends() == 0
 
 
+def test_an_instrument_that_reaches_its_limit_has_ended(net):
+    host = net.host("sigrok:demo:limit_samples=500")
+    assert host.ends() == 0 and "The instrument demo has ended." in host.said()
+
+
 def test_a_silent_multimeter_does_not_hold_its_host(net, multimeter):
     host = net.publishing_host(multimeter.source)
     multimeter.falls_silent()

@@ -2,6 +2,7 @@
 
 import signal
 
+import pytest
 from desk import DIALOG, TWIPS_PER_PIXEL
 from processes import at_rest, eventually, settles
 
@@ -120,17 +121,72 @@ def test_pointer_places_frame_and_host_close_reach_the_file(desk):
 
 
 def test_meter_outside_every_screen_comes_back(each_desk):
+    """By whole screens; a side that is not stored is where the platform puts it."""
     desk = each_desk
-    desk.place("Right1", 100000, 1500, 3000, 1500, border=0)
+    desk.place("Right1", 20700, 1500, 3000, 1500, border=0)
     desk.place("Above1", 1500, -2000000000, 3000, 1500)
     desk.place("Huge1", 0, 0, 2000000000, 2000000000, border=0)
-    right, above, huge = (desk.meter(name) for name in ("Right", "Above", "Huge"))
-    desk.settle(right, (1080, 100, 200, 100))
-    desk.settle(above, (100, 0, 200, 100))
+    desk.configure("Side1", Window_Left=18300)
+    right, above, huge, side = (desk.meter(n) for n in ("Right", "Above", "Huge", "Side"))
+    desk.settle(right, (100, 100, 200, 100))
+    desk.settle(above, (100, 107, 200, 100))
     assert desk.screen.window(huge)
+    window = desk.screen.window(side)
+    eventually(lambda: desk.screen.outer(window)[0] == 1080)
     right.send_signal(signal.SIGTERM)
     assert right.ends() == 0
-    assert desk.number("Right1", "Window Left") == 1080 * TWIPS_PER_PIXEL
+    assert desk.number("Right1", "Window Left") == 100 * TWIPS_PER_PIXEL
+
+
+def test_a_screen_that_shrinks_takes_no_meter_with_it(make_desk, own_screen):
+    desk = make_desk(own_screen)
+    desk.place("Framed1", 15000, 13500, 3000, 1500)
+    desk.place("Bare1", 18000, 1500, 3000, 1500, border=0)
+    desk.place("Half1", 4500, 8400, 3000, 1500, border=0)
+    meters = {name: desk.meter(name) for name in ("Framed", "Bare", "Half")}
+    desk.settle(meters["Framed"], (1000, 900, 200, 100))
+    own_screen.resize(800, 600)
+    desk.settle(meters["Framed"], (200, 300, 200, 100))
+    desk.settle(meters["Bare"], (400, 100, 200, 100))
+    desk.settle(meters["Half"], (300, 560, 200, 100))
+    meters["Framed"].send_signal(signal.SIGTERM)
+    assert meters["Framed"].ends() == 0
+    assert desk.number("Framed1", "Window Left") == 200 * TWIPS_PER_PIXEL
+
+
+def test_a_maximised_size_is_not_the_meters_own(desk):
+    desk.place("Tank1", 3000, 4500, 3007, 1511)
+    meter = desk.meter("Tank")
+    window = desk.settle(meter, (200, 300, 200, 101))
+    desk.screen.maximise(window)
+    desk.settle(meter, (0, 0, 1280, 960))
+    desk.screen.point(30, 500)  # the button stands where the window is
+    eventually(lambda: desk.button_is(meter, "SHOWING", "Settings"))
+    meter.send_signal(signal.SIGTERM)
+    assert meter.ends() == 0
+    saved = [desk.number("Tank1", f"Window {side}") for side in ("Left", "Top", "Width", "Height")]
+    assert saved == [3000, 4500, 3007, 1511]
+
+
+@pytest.mark.parametrize("scale", ["1", "1.25", "1.75", "2"])
+def test_whoever_moves_a_window_wins_at_once(desk, scale):
+    """In each look, as soon as it stands; of odd sizes, which a scaled desktop must grant."""
+    screen = desk.screen
+    desk.place("Tank1", 1500, 3000, 3000, 1500)
+    meter = desk.meter("Tank", QT_SCALE_FACTOR=scale)
+    wanted = tuple(round(n * float(scale)) for n in (100, 200, 200, 100))
+    window = screen.window(meter)
+    for bare in (False, True, False):
+        assert desk.settle(meter, wanted) and any(screen.frame(window)) != bare
+        wanted = tuple(n + d for n, d in zip(wanted, (61, 33, 13, 11)))
+        screen.place(window, wanted)
+        assert desk.settle(meter, wanted)
+        screen.swap_look(window, bare=not bare)
+    meter.send_signal(signal.SIGTERM)
+    assert meter.ends() == 0
+    saved = [float(desk.settings("Tank1")[f"Window {side}"]) * float(scale) / TWIPS_PER_PIXEL
+             for side in ("Left", "Top", "Width", "Height")]
+    assert [round(pixels) for pixels in saved] == list(wanted)
 
 
 def test_settings_button_comes_with_the_pointer(desk):

@@ -1,0 +1,42 @@
+#include "presentation/reach.h"
+
+#include <gtest/gtest.h>
+
+namespace vantoscope {
+
+// Two screens beside each other, the left one with a panel of 30 pixels at its top. A window is 200
+// by 90 pixels, its title bar 20 where it has one.
+TEST(ReachTest, AWindowMovesOnlyWhenTooLittleOfItShows) {
+  const QList<QRectF> areas = {{0, 30, 1000, 770}, {1000, 0, 800, 600}};
+  struct Row {
+    const char* name;
+    double title_bar, left, top, seen_left, seen_top;
+  };
+  const Row rows[] = {
+      {"framed, 64 pixels beside the edge", 20, -136, 300, -136, 300},
+      {"framed, one pixel less", 20, -137, 300, 0, 300},
+      {"framed, half the title bar above the panel's edge", 20, 100, 20, 100, 20},
+      {"framed, one pixel more under the panel", 20, 100, 19, 100, 30},
+      {"framed, only the title bar above the bottom", 20, 100, 780, 100, 780},
+      {"framed, less than half of it", 20, 100, 791, 100, 710},
+      {"framed, the reading seen and the title bar not", 20, 500, -30, 500, 30},
+      {"framed, over the gap between both", 20, 950, 580, 950, 580},
+      {"bare, 64 pixels beside the edge", 0, -136, 300, -136, 300},
+      {"bare, one pixel less", 0, -137, 300, 0, 300},
+      {"bare, a third above the bottom", 0, 300, 770, 300, 770},
+      {"bare, one pixel less than a third", 0, 300, 771, 300, 710},
+      {"a screen to the right is gone", 20, 1900, 100, 1100, 100},
+      {"far above, by whole heights", 0, 300, -670, 300, 100},
+      {"beyond both edges, by whole widths, then only as far as needed", 20, 2500, 1190, 1600, 510},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(WithinReach({row.left, row.top, 200, 90}, row.title_bar, areas),
+              QRectF(row.seen_left, row.seen_top, 200, 90))
+        << row.name;
+  }
+  const QRectF huge(-3000, -5000, 4000, 3000);
+  EXPECT_EQ(WithinReach(huge, 20, areas).topLeft(), QPointF(0, 30));
+  EXPECT_EQ(WithinReach(huge, 20, {}), huge);
+}
+
+}  // namespace vantoscope
