@@ -20,6 +20,7 @@ struct ListedChannel {
 std::vector<ListedChannel> ChannelsByNumber(Telvix1& telvix) {
   const std::int16_t count = telvix.ChannelCount();
   std::vector<ListedChannel> channels;
+  channels.reserve(static_cast<std::size_t>(std::max<std::int16_t>(count, 0)));
   for (std::int16_t j = 0; j < count; ++j) channels.push_back({j, telvix.ChannelNumber(j)});
   if (channels.empty()) return channels;
   const std::int16_t top = std::max(channels.front().number, channels.back().number);
