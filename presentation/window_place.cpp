@@ -26,7 +26,7 @@ constexpr int kGiveUpMilliseconds = 3000;
 constexpr int kAnswerMilliseconds = 100;
 constexpr int kRequests = 4;
 /// It has a window at hand for this long after each change around it.
-constexpr int kAtHandMilliseconds = 150;
+constexpr int kAtHandMilliseconds = 80;
 /// How long a frame may stay that has been taken away.
 constexpr int kUnframingMilliseconds = 250;
 /// A saved meter needs a position; this long it may wait for the window manager to choose one.
