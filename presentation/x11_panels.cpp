@@ -75,6 +75,7 @@ QRect WithinWorkArea(xcb_ewmh_connection_t& ewmh, xcb_window_t root, const QRect
 std::vector<xcb_window_t> ChildrenOf(xcb_connection_t* connection,
                                      const std::vector<xcb_window_t>& parents) {
   std::vector<xcb_query_tree_cookie_t> cookies;
+  cookies.reserve(parents.size());
   for (const xcb_window_t parent : parents) cookies.push_back(xcb_query_tree(connection, parent));
   std::vector<xcb_window_t> children;
   for (const auto& cookie : cookies) {
@@ -93,7 +94,7 @@ std::vector<xcb_window_t> PossiblePanels(xcb_ewmh_connection_t& ewmh, xcb_window
   const auto area_cookie = AskNumbers(connection, root, ewmh._NET_WORKAREA);
   const auto list_cookie = AskNumbers(connection, root, ewmh._NET_CLIENT_LIST);
   const bool has_area = !Numbers(connection, area_cookie).empty();
-  const std::vector<xcb_window_t> listed = Numbers(connection, list_cookie);
+  std::vector<xcb_window_t> listed = Numbers(connection, list_cookie);
   if (has_area) return listed;
   std::vector<xcb_window_t> windows = ChildrenOf(connection, {root});
   const std::vector<xcb_window_t> framed = ChildrenOf(connection, windows);
