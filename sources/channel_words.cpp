@@ -69,7 +69,8 @@ void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const 
 void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const double> values,
                     double* to) {
   if (mode == kRawWords) {
-    std::ranges::transform(values, to, [&](double value) { return WordOf(info, value); });
+    std::ranges::transform(
+        values, to, [&](double value) { return std::isnan(value) ? value : WordOf(info, value); });
   } else {
     std::ranges::copy(values, to);
   }
@@ -77,6 +78,11 @@ void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const 
 
 double ValueOfNumber(const ChannelInfo& info, double number) {
   return info.number == kDigitalInput && !std::isnan(number) ? ByteOf(number) : number;
+}
+
+Range NumbersOf(const ChannelInfo& special) {
+  if (special.number == kDigitalInput) return {.low = -128, .high = 255};  // a byte, signed or not
+  return {.low = special.low, .high = special.high};
 }
 
 }  // namespace vantoscope
