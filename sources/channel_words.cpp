@@ -42,7 +42,9 @@ std::int16_t WordOf(const ChannelInfo& info, double value) {
   if (std::isnan(value)) return static_cast<std::int16_t>(kLowest);
   if (info.number == kDigitalInput) return DigitalWord(ByteOf(value));
   double word = (value - info.offset) / info.factor;
-  if (info.encoding == Encoding::kFloat64) {
+  if (IsSpecial(info.number)) {
+    word = CounterWord(value);
+  } else if (info.encoding == Encoding::kFloat64) {
     // Not the width over the steps: that of a very wide range is infinite.
     const double step = info.high / kSteps - info.low / kSteps;
     word = kLowest + (step > 0 ? value / step - info.low / step : 0);

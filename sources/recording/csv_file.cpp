@@ -64,6 +64,7 @@ std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string
     const CsvColumn& column = layout.columns[i];
     const std::int16_t special = SpecialNumber(column.name);
     ChannelInfo info = IsSpecial(special) ? SpecialChannel(special) : ChannelInfo();
+    info.encoding = Encoding::kFloat64;  // a value may be missing
     if (!IsSpecial(special)) info.number = ++analog;
     info.name = column.name;
     info.unit = column.unit;
