@@ -45,7 +45,7 @@ xcb_connection_t* XConnection() {
 
 template <typename Condition>
 void WaitFor(Condition condition, int milliseconds) {
-  constexpr int kPauseMilliseconds = 5;
+  constexpr int kPauseMilliseconds = 2;
   QElapsedTimer waited;
   waited.start();
   while (!condition() && !waited.hasExpired(milliseconds)) QThread::msleep(kPauseMilliseconds);
@@ -287,7 +287,7 @@ Room WindowPlace::RoomAtPointer() {
   const QScreen& screen = there != nullptr ? *there : *QGuiApplication::primaryScreen();
   Room room{.area = DeviceArea(screen), .scale = screen.devicePixelRatio(), .frame = {}};
   if (!x11_) return room;
-  if (x11_->AnnouncesFrames()) {
+  if (framed_ && x11_->AnnouncesFrames()) {
     WaitFor([this] { return !Frame().isNull(); }, kFrameWaitMilliseconds);
   }
   room.area = x11_->WithoutPanels(room.area, QGuiApplication::screens().size() == 1);
@@ -336,11 +336,13 @@ void WindowPlace::CheckPlacing() {
     Enter(Phase::Stale);
     return;
   }
-  if (!look->on_screen) {
-    if (placing_.since_start.hasExpired(kGiveUpMilliseconds)) Settle(WantedOuter());
+  const bool give_up = placing_.since_start.hasExpired(kGiveUpMilliseconds);
+  if (!look->on_screen && !give_up) return;
+  if (x11_ && std::exchange(shy_, false)) x11_->AcceptFocus(true);
+  if (!look->on_screen) {  // on another desktop, perhaps
+    Settle(WantedOuter());
     return;
   }
-  if (x11_ && std::exchange(shy_, false)) x11_->AcceptFocus(true);
   if (!HasPosition()) {
     TakePosition(LogicalFromDevice(OuterOf(*look)));
     MoveWithinReach();
