@@ -19,8 +19,10 @@ constexpr int kCheckMilliseconds = 25;
 constexpr int kSettledMilliseconds = 250;
 /// The same for a window that still waits for the frame it may get.
 constexpr int kUnframedMilliseconds = 1500;
-/// A window manager that has not shown the window by then, or not framed it, has its own mind.
-constexpr int kGiveUpMilliseconds = 3000;
+/// A window that is not on the screen by then is on another desktop, perhaps; looks are rare then.
+constexpr int kShownMilliseconds = 3000;
+constexpr int kRareMilliseconds = 1000;
+constexpr int kLongestReaction = 8000;
 /// It gets this long to answer a request, and that many of them; what it has made of them then is
 /// its decision.
 constexpr int kAnswerMilliseconds = 100;
@@ -45,7 +47,7 @@ xcb_connection_t* XConnection() {
 
 template <typename Condition>
 void WaitFor(Condition condition, int milliseconds) {
-  constexpr int kPauseMilliseconds = 5;
+  constexpr int kPauseMilliseconds = 2;
   QElapsedTimer waited;
   waited.start();
   while (!condition() && !waited.hasExpired(milliseconds)) QThread::msleep(kPauseMilliseconds);
@@ -65,7 +67,6 @@ WindowPlace::WindowPlace(QWidget& window)
   wanted_.setSize(wanted_.size() +
                   QSizeF(frame.left() + frame.right(), frame.top() + frame.bottom()) /
                       window.devicePixelRatioF());
-  timer_.setInterval(kCheckMilliseconds);
   QObject::connect(&timer_, &QTimer::timeout, [this] { CheckPlacing(); });
   recheck_.setInterval(kRecheckMilliseconds);
   recheck_.setSingleShot(true);
@@ -287,7 +288,7 @@ Room WindowPlace::RoomAtPointer() {
   const QScreen& screen = there != nullptr ? *there : *QGuiApplication::primaryScreen();
   Room room{.area = DeviceArea(screen), .scale = screen.devicePixelRatio(), .frame = {}};
   if (!x11_) return room;
-  if (x11_->AnnouncesFrames()) {
+  if (framed_ && x11_->AnnouncesFrames()) {
     WaitFor([this] { return !Frame().isNull(); }, kFrameWaitMilliseconds);
   }
   room.area = x11_->WithoutPanels(room.area, QGuiApplication::screens().size() == 1);
@@ -304,7 +305,7 @@ void WindowPlace::Enter(Phase phase) {
   placing_ = {};
   placing_.since_start.start();
   placing_.pointer = QCursor::pos();
-  timer_.start();
+  timer_.start(kCheckMilliseconds);
 }
 
 void WindowPlace::StartPlacing() {
@@ -336,11 +337,15 @@ void WindowPlace::CheckPlacing() {
     Enter(Phase::Stale);
     return;
   }
+  const int waited = static_cast<int>(placing_.since_start.elapsed());
+  if (!look->on_screen && waited < kShownMilliseconds) return;
+  if (x11_ && std::exchange(shy_, false)) x11_->AcceptFocus(true);
   if (!look->on_screen) {
-    if (placing_.since_start.hasExpired(kGiveUpMilliseconds)) Settle(WantedOuter());
+    timer_.setInterval(kRareMilliseconds);
     return;
   }
-  if (x11_ && std::exchange(shy_, false)) x11_->AcceptFocus(true);
+  if (timer_.interval() != kCheckMilliseconds) timer_.start(kCheckMilliseconds);
+  if (reaction_ == 0) reaction_ = waited > kLongestReaction ? 1 : std::max(1, waited);
   if (!HasPosition()) {
     TakePosition(LogicalFromDevice(OuterOf(*look)));
     MoveWithinReach();
@@ -367,8 +372,8 @@ void WindowPlace::SeeSurroundings(const X11Look& look) {
 void WindowPlace::CheckInPlace(const X11Look& look) {
   if (!placing_.since_match.isValid()) placing_.since_match.start();
   const bool frame_may_come = framed_ && look.has_manager && look.frame.isNull();
-  if (placing_.since_match.hasExpired(frame_may_come ? kUnframedMilliseconds
-                                                     : kSettledMilliseconds)) {
+  if (placing_.since_match.hasExpired(
+          Patience(frame_may_come ? kUnframedMilliseconds : kSettledMilliseconds))) {
     Settle(WantedOuter());
   }
 }
@@ -376,7 +381,7 @@ void WindowPlace::CheckInPlace(const X11Look& look) {
 void WindowPlace::CheckElsewhere(const X11Look& look) {
   const QRect observed = OuterOf(look);
   const bool refused = placing_.asked == kRequests && IsAnswered(observed);
-  if (IsMovedBySomebody(look) || refused || placing_.since_start.hasExpired(kGiveUpMilliseconds)) {
+  if (IsMovedBySomebody(look) || refused) {
     AcceptAnother(look);
   } else if (!WaitsForUnframing(look) && (placing_.asked == 0 || IsAnswered(observed))) {
     AskForPlace(look);
@@ -389,7 +394,7 @@ bool WindowPlace::IsMovedBySomebody(const X11Look& look) const {
   constexpr int kHandShake = 3;
   const bool drags =
       look.button_is_held && (QCursor::pos() - placing_.pointer).manhattanLength() > kHandShake;
-  return drags || placing_.since_surrounded.hasExpired(kAtHandMilliseconds);
+  return drags || placing_.since_surrounded.hasExpired(Patience(kAtHandMilliseconds));
 }
 
 // The events that told of it have found the wanted rectangle still.
@@ -402,11 +407,12 @@ void WindowPlace::AcceptAnother(const X11Look& look) {
 
 bool WindowPlace::WaitsForUnframing(const X11Look& look) const {
   return !framed_ && !look.frame.isNull() &&
-         !placing_.since_start.hasExpired(kUnframingMilliseconds);
+         !placing_.since_start.hasExpired(Patience(kUnframingMilliseconds));
 }
 
 bool WindowPlace::IsAnswered(const QRect& observed) const {
-  return observed != placing_.when_asked || placing_.since_asked.hasExpired(kAnswerMilliseconds);
+  return observed != placing_.when_asked ||
+         placing_.since_asked.hasExpired(Patience(kAnswerMilliseconds));
 }
 
 void WindowPlace::AskForPlace(const X11Look& look) {

@@ -10,6 +10,7 @@
 #include <QRect>
 #include <QTimer>
 #include <QWidget>
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -110,6 +111,8 @@ class WindowPlace {
   void AskForPlace(const X11Look& look);
   void SeeSurroundings(const X11Look& look);
   [[nodiscard]] bool IsMovedBySomebody(const X11Look& look) const;
+  /// At least as long as the window manager took to show the window: a machine under load is slow.
+  [[nodiscard]] int Patience(int milliseconds) const { return std::max(milliseconds, reaction_); }
   [[nodiscard]] bool IsAnswered(const QRect& observed) const;
   [[nodiscard]] bool WaitsForUnframing(const X11Look& look) const;
   void Settle(const QRect& observed);
@@ -139,6 +142,7 @@ class WindowPlace {
   bool has_top_ = false;
   std::optional<QPoint> suggested_;
   Phase phase_ = Phase::NotShown;
+  int reaction_ = 0;  // milliseconds from Show to the screen; 0 until then
   Placing placing_;
   QRect settled_;                    // device pixels that stand for wanted_
   std::optional<QRectF> stretched_;  // while maximised and the like

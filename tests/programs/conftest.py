@@ -3,6 +3,7 @@ each test with its own home folder.
 
 All of it ends with the test, and also when the test process dies. VANTOSCOPE_BIN names the folders
 of the programs, parted by colons; without it they are those of the release build.
+VANTOSCOPE_MANAGER is another window manager than openbox, as a command.
 """
 
 import contextlib
