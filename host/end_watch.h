@@ -15,7 +15,7 @@ class EndWatch {
  public:
   using Clock = std::chrono::steady_clock;
   /// From the request to the end of the process, at the latest.
-  static constexpr std::chrono::milliseconds kGrace{1'500};
+  static constexpr std::chrono::milliseconds kGrace{1'300};
 
   /// To be made before every other thread: those that are begun from now on do not take the signals
   /// either. SIGHUP stays ignored where the process was started so (nohup).

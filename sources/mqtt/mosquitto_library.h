@@ -18,6 +18,7 @@ class MosquittoLibrary {
   VANTOSCOPE_LIBRARY_FUNCTION(lib_init, mosquitto_lib_init);
   VANTOSCOPE_LIBRARY_FUNCTION(new_client, mosquitto_new);
   VANTOSCOPE_LIBRARY_FUNCTION(destroy, mosquitto_destroy);
+  VANTOSCOPE_LIBRARY_FUNCTION(validate_utf8, mosquitto_validate_utf8);
   VANTOSCOPE_LIBRARY_FUNCTION(threaded_set, mosquitto_threaded_set);
   VANTOSCOPE_LIBRARY_FUNCTION(int_option, mosquitto_int_option);
   VANTOSCOPE_LIBRARY_FUNCTION(tls_set, mosquitto_tls_set);

@@ -106,6 +106,10 @@ MqttLink::Client::Client(const MqttAddress& address, std::chrono::seconds keep_a
       events_(std::move(events)),
       client_(Mosquitto().new_client(nullptr, true, this)) {
   if (!client_) throw SourceError("libmosquitto gave no client.");
+  const int root_length = static_cast<int>(address.root.size());
+  if (Mosquitto().validate_utf8(address.root.data(), root_length) != MOSQ_ERR_SUCCESS) {
+    throw SourceError("The root topic is not UTF-8 or has a control character.");
+  }
   Mosquitto().threaded_set(client_.get(), true);
   if (const auto credentials = ReadMqttCredentials()) {
     if (!credentials->warning.empty()) SayOnce(credentials->warning);

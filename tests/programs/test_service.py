@@ -106,6 +106,7 @@ def test_a_broker_that_accepts_and_closes_is_left_alone_for_longer_and_longer(pl
     (["--to", "h/x", "--from", "me:secret@h/x"], 1, "'...@h/x' cannot be opened"),
     (["--to", "h/x", "--from", "http://me:secret@h/x"], 1, "'http://...@h/x' is of an unknown kind"),
     (["--to", "h/x", "--from", "/a\n\x1b[2Jb"], 1, "/a\\n\\x1b[2Jb"),
+    (["--to", "h/a\udcff"], 1, "is not UTF-8"),
     (["--to", "h/x", "--from", "sim:rate=1e6,channels=51"], 1, "gives 102 MB a second"),
     (["--help"], 0, ""),
 ])
