@@ -49,9 +49,7 @@ constexpr std::int16_t DigitalWord(std::uint8_t byte) {
 
 /// The count of a counter of either direction: four words a count, 0 at word -32768.
 constexpr double CounterCount(std::int32_t word) { return (word + 32768) / 4.0; }
-/// `count` is 0 to 16383.
-constexpr std::int16_t CounterWord(std::int32_t count) {
-  return static_cast<std::int16_t>(4 * count - 32768);
-}
+/// The inverse; a word up to a count of 16383.75.
+constexpr double CounterWord(double count) { return 4 * count - 32768; }
 
 }  // namespace vantoscope

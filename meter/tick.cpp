@@ -1,5 +1,6 @@
 #include "meter/tick.h"
 
+#include <cmath>
 #include <exception>
 
 #include "equation/equation_tick.h"
@@ -23,7 +24,12 @@ Step SpecialStep(Meter& meter) {
   const std::int16_t number = meter.telvix.ChannelNumber(runtime.ChannelIndex);
   if (!IsSpecial(number)) return Step::GoOn;
   const auto channel = static_cast<std::size_t>(runtime.ChannelIndex);
-  const auto word = static_cast<std::int32_t>((*runtime.DataBlock)(channel, 0));
+  const double element = (*runtime.DataBlock)(channel, 0);
+  if (std::isnan(element)) {
+    meter.form.SetLabelText("nan");
+    return Step::Shown;
+  }
+  const auto word = static_cast<std::int32_t>(element);
   meter.form.SetLabelText(number == kDigitalInput ? DigitalText(word) : CounterText(word));
   return Step::Shown;
 }

@@ -46,6 +46,7 @@ QWidget& Prepared(QWidget& form, bool take_focus) {
   form.setAttribute(Qt::WA_AlwaysShowToolTips);  // the window mostly is not the active one
   form.resize(WholePixels(kDesignClientWidth), WholePixels(kDesignClientHeight));
   form.winId();
+  form.windowHandle()->setBaseSize({0, 0});  // unset, a scaled desktop may take it for -1, and huge
   return form;
 }
 

@@ -25,6 +25,8 @@ constexpr int kGiveUpMilliseconds = 3000;
 /// its decision.
 constexpr int kAnswerMilliseconds = 100;
 constexpr int kRequests = 4;
+/// It has a window at hand for this long after each change around it.
+constexpr int kAtHandMilliseconds = 80;
 /// How long a frame may stay that has been taken away.
 constexpr int kUnframingMilliseconds = 250;
 /// A saved meter needs a position; this long it may wait for the window manager to choose one.
@@ -163,6 +165,11 @@ void WindowPlace::AcceptEdges(const QRect& observed, const QRectF& seen) {
     }
     change_.since.start();
     recheck_.start();
+    if (goes_on && observed == change_.settled_before) {  // nothing but a detour
+      wanted_ = change_.wanted_before;
+      Settle(observed);
+      return;
+    }
   }
   if (observed.x() != settled_.x()) wanted_.moveLeft(seen.x());
   if (observed.y() != settled_.y()) wanted_.moveTop(seen.y());
@@ -296,6 +303,7 @@ void WindowPlace::Enter(Phase phase) {
   }
   placing_ = {};
   placing_.since_start.start();
+  placing_.pointer = QCursor::pos();
   timer_.start();
 }
 
@@ -337,6 +345,7 @@ void WindowPlace::CheckPlacing() {
     TakePosition(LogicalFromDevice(OuterOf(*look)));
     MoveWithinReach();
   }
+  SeeSurroundings(*look);
   if (look->stretched) {
     AcceptAnother(*look);
   } else if (OuterOf(*look) == WantedOuter()) {
@@ -346,12 +355,17 @@ void WindowPlace::CheckPlacing() {
   }
 }
 
-void WindowPlace::CheckInPlace(const X11Look& look) {
+void WindowPlace::SeeSurroundings(const X11Look& look) {
   const Surroundings now{look.frame, look.parent};
-  if (!placing_.since_match.isValid() || now != placing_.surroundings) {
-    placing_.surroundings = now;
-    placing_.since_match.start();
-  }
+  if (now == placing_.surroundings && placing_.since_surrounded.isValid()) return;
+  placing_.surroundings = now;
+  placing_.since_surrounded.start();
+  placing_.since_match.invalidate();
+  placing_.asked = 0;
+}
+
+void WindowPlace::CheckInPlace(const X11Look& look) {
+  if (!placing_.since_match.isValid()) placing_.since_match.start();
   const bool frame_may_come = framed_ && look.has_manager && look.frame.isNull();
   if (placing_.since_match.hasExpired(frame_may_come ? kUnframedMilliseconds
                                                      : kSettledMilliseconds)) {
@@ -361,21 +375,21 @@ void WindowPlace::CheckInPlace(const X11Look& look) {
 
 void WindowPlace::CheckElsewhere(const X11Look& look) {
   const QRect observed = OuterOf(look);
-  const Surroundings now{look.frame, look.parent};
-  const bool was_in_place = placing_.since_match.isValid();
-  const bool has_changed_hands = now != placing_.surroundings;
-  if (has_changed_hands) {
-    placing_.surroundings = now;
-    placing_.since_match.invalidate();
-    placing_.asked = 0;
-  }
-  const bool moved_by_somebody = was_in_place && !has_changed_hands;
   const bool refused = placing_.asked == kRequests && IsAnswered(observed);
-  if (moved_by_somebody || refused || placing_.since_start.hasExpired(kGiveUpMilliseconds)) {
+  if (IsMovedBySomebody(look) || refused || placing_.since_start.hasExpired(kGiveUpMilliseconds)) {
     AcceptAnother(look);
   } else if (!WaitsForUnframing(look) && (placing_.asked == 0 || IsAnswered(observed))) {
     AskForPlace(look);
   }
+}
+
+// A quick user may already take hold of a window that has hardly appeared.
+bool WindowPlace::IsMovedBySomebody(const X11Look& look) const {
+  if (!placing_.since_match.isValid()) return false;
+  constexpr int kHandShake = 3;
+  const bool drags =
+      look.button_is_held && (QCursor::pos() - placing_.pointer).manhattanLength() > kHandShake;
+  return drags || placing_.since_surrounded.hasExpired(kAtHandMilliseconds);
 }
 
 // The events that told of it have found the wanted rectangle still.

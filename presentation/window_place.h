@@ -77,7 +77,8 @@ class WindowPlace {
     Stale,     ///< an event or the user's hand has announced a change; until somebody asks
   };
   /// What a window manager changes around a window while it takes it into its hands. Nobody else
-  /// does, so that a window which moves and leaves this as it was has been moved by somebody.
+  /// does, so that a window which moves when this has rested for a while has been moved by
+  /// somebody.
   struct Surroundings {
     QMargins frame;
     xcb_window_t parent = XCB_NONE;
@@ -92,6 +93,8 @@ class WindowPlace {
     int asked = 0;              ///< how often, in these surroundings
     QRect when_asked;
     Surroundings surroundings;
+    QElapsedTimer since_surrounded;
+    QPoint pointer;  ///< where it was at the start
   };
   struct Change {
     QElapsedTimer since;
@@ -105,6 +108,8 @@ class WindowPlace {
   void CheckInPlace(const X11Look& look);
   void CheckElsewhere(const X11Look& look);
   void AskForPlace(const X11Look& look);
+  void SeeSurroundings(const X11Look& look);
+  [[nodiscard]] bool IsMovedBySomebody(const X11Look& look) const;
   [[nodiscard]] bool IsAnswered(const QRect& observed) const;
   [[nodiscard]] bool WaitsForUnframing(const X11Look& look) const;
   void Settle(const QRect& observed);

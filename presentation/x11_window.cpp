@@ -88,6 +88,7 @@ std::optional<X11Look> X11Window::Look() {
   const auto geometry_cookie = xcb_get_geometry(connection_, window_);
   const auto origin_cookie = xcb_translate_coordinates(connection_, window_, root_, 0, 0);
   const auto attributes_cookie = xcb_get_window_attributes(connection_, window_);
+  const auto pointer_cookie = xcb_query_pointer(connection_, root_);
   const auto tree_cookie = xcb_query_tree(connection_, window_);
   const auto managed_cookie = ask(window_, atoms_.wm_state);
   const auto states_cookie = ask(window_, ewmh_._NET_WM_STATE);
@@ -102,6 +103,7 @@ std::optional<X11Look> X11Window::Look() {
   const auto origin = Owned(xcb_translate_coordinates_reply(connection_, origin_cookie, nullptr));
   const auto attributes =
       Owned(xcb_get_window_attributes_reply(connection_, attributes_cookie, nullptr));
+  const auto pointer = Owned(xcb_query_pointer_reply(connection_, pointer_cookie, nullptr));
   const auto tree = Owned(xcb_query_tree_reply(connection_, tree_cookie, nullptr));
   const bool managed = !hear(managed_cookie).empty();
   const auto states = hear(states_cookie);
@@ -110,7 +112,7 @@ std::optional<X11Look> X11Window::Look() {
   const bool floating = !hear(floating_cookie).empty();
   const bool has_manager = IsManager(manager_cookie);
   const auto i3 = Owned(xcb_get_property_reply(connection_, i3_cookie, nullptr));
-  if (!geometry || !origin || !attributes || !tree) return std::nullopt;
+  if (!geometry || !origin || !attributes || !pointer || !tree) return std::nullopt;
 
   X11Look look;
   look.has_manager = has_manager;
@@ -119,6 +121,8 @@ std::optional<X11Look> X11Window::Look() {
   look.client = QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
   if (look.has_manager) look.frame = FrameOf(frame);
   look.parent = tree->parent;
+  constexpr int kAnyButton = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
+  look.button_is_held = (pointer->mask & kAnyButton) != 0;
   const bool tiled_by_i3 = i3 && i3->type != XCB_NONE && look.on_screen && !floating;
   look.stretched = look.has_manager &&
                    (Holds(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ) ||

@@ -20,6 +20,7 @@ struct X11Look {
   QRect client;              ///< without the frame
   QMargins frame;  ///< of the manager, also the one it announces for a window not yet mapped
   xcb_window_t parent = XCB_NONE;
+  bool button_is_held = false;  ///< any button of the pointer, wherever that is
   /// Maximised, full screen or tiled: the size and place are the manager's.
   bool stretched = false;
 };

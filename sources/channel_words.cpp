@@ -42,7 +42,9 @@ std::int16_t WordOf(const ChannelInfo& info, double value) {
   if (std::isnan(value)) return static_cast<std::int16_t>(kLowest);
   if (info.number == kDigitalInput) return DigitalWord(ByteOf(value));
   double word = (value - info.offset) / info.factor;
-  if (info.encoding == Encoding::kFloat64) {
+  if (IsSpecial(info.number)) {
+    word = CounterWord(value);
+  } else if (info.encoding == Encoding::kFloat64) {
     // Not the width over the steps: that of a very wide range is infinite.
     const double step = info.high / kSteps - info.low / kSteps;
     word = kLowest + (step > 0 ? value / step - info.low / step : 0);
@@ -69,7 +71,8 @@ void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const 
 void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const double> values,
                     double* to) {
   if (mode == kRawWords) {
-    std::ranges::transform(values, to, [&](double value) { return WordOf(info, value); });
+    std::ranges::transform(
+        values, to, [&](double value) { return std::isnan(value) ? value : WordOf(info, value); });
   } else {
     std::ranges::copy(values, to);
   }
@@ -77,6 +80,11 @@ void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const 
 
 double ValueOfNumber(const ChannelInfo& info, double number) {
   return info.number == kDigitalInput && !std::isnan(number) ? ByteOf(number) : number;
+}
+
+Range NumbersOf(const ChannelInfo& special) {
+  if (special.number == kDigitalInput) return {.low = -128, .high = 255};  // a byte, signed or not
+  return {.low = special.low, .high = special.high};
 }
 
 }  // namespace vantoscope

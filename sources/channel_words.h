@@ -42,6 +42,7 @@ std::int16_t WordOf(const ChannelInfo& info, double value);
 /// Values of that channel as its samples.
 Samples SamplesOf(const ChannelInfo& info, std::vector<double> values);
 /// Samples of that channel as elements of a block, from the place `from` on; see Device::GetData.
+/// Of a value that is missing there is no word: the element is nan.
 void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const std::int16_t> words,
                     double* to);
 void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const double> values,
@@ -50,5 +51,8 @@ void CopyAsElements(const ChannelInfo& info, std::int32_t mode, std::span<const 
 /// The value of a channel whose values somebody writes as numbers: the number itself, but for a
 /// digital input the byte that it stands for, signed or not: -1 is 255.
 double ValueOfNumber(const ChannelInfo& info, double number);
+
+/// The numbers that somebody may write for a special channel: what its raw words hold.
+Range NumbersOf(const ChannelInfo& special);
 
 }  // namespace vantoscope

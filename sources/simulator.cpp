@@ -162,7 +162,7 @@ class Signal {
   [[nodiscard]] std::int16_t SpecialWord(std::uint64_t phase) const {
     if (info_.number == kDigitalInput) return DigitalWord(static_cast<std::uint8_t>(phase >> 56U));
     const auto count = static_cast<std::int32_t>(phase >> 50U);
-    return CounterWord(info_.number == kCounter ? count : 16383 - count);
+    return static_cast<std::int16_t>(CounterWord(info_.number == kCounter ? count : 16383 - count));
   }
 
   ChannelInfo info_;

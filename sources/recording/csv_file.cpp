@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 #include <string>
 #include <utility>
 
 #include "meter/data_source.h"
 #include "sources/channel_words.h"
+#include "sources/device_text.h"
 
 namespace vantoscope {
 namespace {
@@ -15,6 +18,8 @@ constexpr std::size_t kMostColumns = kFineChannel - 1;
 constexpr std::size_t kHeadBytes = std::size_t{1} << 18U;
 constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
 constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// The first lines of the file. A line without a line end is left out, unless it is the only one
@@ -59,6 +64,7 @@ std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string
     const CsvColumn& column = layout.columns[i];
     const std::int16_t special = SpecialNumber(column.name);
     ChannelInfo info = IsSpecial(special) ? SpecialChannel(special) : ChannelInfo();
+    info.encoding = Encoding::kFloat64;  // a value may be missing
     if (!IsSpecial(special)) info.number = ++analog;
     info.name = column.name;
     info.unit = column.unit;
@@ -66,6 +72,33 @@ std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string
   }
   PutAnalogOutside(columns);
   return columns;
+}
+
+ChannelValues::ChannelValues(const std::vector<ListedColumn>& columns) {
+  for (const auto& [info, column] : columns) {
+    const Range limits =
+        IsSpecial(info.number) ? NumbersOf(info) : Range{.low = -kInfinity, .high = kInfinity};
+    places_.push_back({.info = info, .column = column, .limits = limits});
+  }
+}
+
+double ChannelValues::operator()(std::size_t place, const CsvRow& row) {
+  const Place& channel = places_[place];
+  const double number = row.values[channel.column];
+  if (number < channel.limits.low || number > channel.limits.high) {
+    return Refuse(channel, number, row.line);
+  }
+  return ValueOfNumber(channel.info, number);
+}
+
+double ChannelValues::Refuse(const Place& place, double number, std::size_t line) {
+  if (std::isfinite(number) && !refused_) {
+    refused_ = {.reason = place.info.name + " holds " + ShortestText(number) +
+                          ", but a raw word holds only " + ShortestText(place.limits.low) + " to " +
+                          ShortestText(place.limits.high),
+                .line = line};
+  }
+  return kNan;
 }
 
 CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, bool followed, CsvRows::Take take)
@@ -113,6 +146,26 @@ void CsvFile::SkipToLast(std::size_t lines) {
   file_->Seek(size - bytes);
   rows_->SkipNoMore();
   inside_skipped_line_ = true;
+}
+
+std::size_t CsvFile::NumberOfLine(std::size_t line) {
+  std::array<char, kPieceBytes> buffer{};
+  std::size_t number = 1;
+  std::size_t lines = 0;  // that are not blank
+  bool blank = true;
+  file_->Seek(0);
+  for (std::string_view bytes; !(bytes = file_->ReadOn(buffer)).empty();) {
+    for (const char c : bytes) {
+      if (c == '\n') ++number;
+      if (c == '\n' || c == '\r') {
+        blank = true;
+      } else if (blank && c != ' ' && c != '\t') {
+        blank = false;
+        if (lines++ == line) return number;
+      }
+    }
+  }
+  return number;
 }
 
 }  // namespace vantoscope

@@ -3,11 +3,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "sources/device.h"
+#include "sources/range.h"
 #include "sources/recording/csv_rows.h"
 #include "sources/recording/recorded_file.h"
 
@@ -22,6 +24,33 @@ struct ListedColumn {
 /// The channel list of a layout. Throws SourceError when it has so many columns that one would get
 /// the number kFineChannel.
 std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string& path);
+
+/// The values of the channels from a line of numbers. What no raw word of a special channel holds
+/// becomes nan, and the first such number that is finite is kept.
+class ChannelValues {
+ public:
+  explicit ChannelValues(const std::vector<ListedColumn>& columns);
+
+  /// The value of the channel at that place of the list.
+  double operator()(std::size_t place, const CsvRow& row);
+
+  struct Refused {
+    std::string reason;    ///< "Cntr holds 70000, but a raw word holds only 0 to 16384"
+    std::size_t line = 0;  ///< as CsvRow::line counts
+  };
+  [[nodiscard]] const std::optional<Refused>& FirstRefused() const { return refused_; }
+
+ private:
+  struct Place {
+    ChannelInfo info;
+    std::size_t column;
+    Range limits;
+  };
+  double Refuse(const Place& place, double number, std::size_t line);
+
+  std::vector<Place> places_;
+  std::optional<Refused> refused_;
+};
 
 class CsvFile {
  public:
@@ -41,6 +70,9 @@ class CsvFile {
   /// Goes on near the end of a long file, so that at least `lines` lines should be left; four times
   /// as many as the first lines of the file suggest, and no less than a mebibyte.
   void SkipToLast(std::size_t lines);
+  /// The number in the file, counted from 1, of a line that CsvRow::line counts. Reads the file
+  /// anew: nothing can be read on after it.
+  [[nodiscard]] std::size_t NumberOfLine(std::size_t line);
 
  private:
   std::unique_ptr<RecordedFile> file_;

@@ -7,7 +7,6 @@
 #include <map>
 #include <utility>
 
-#include "sources/device_text.h"
 #include "sources/recording/csv_rows.h"
 #include "text/characters.h"
 
@@ -77,12 +76,7 @@ std::string ToUtf8(std::string_view text) {
   return converted;
 }
 
-std::string Trimmed(std::string_view text) {
-  const auto is_blank = [](char c) { return c == ' ' || IsControl(c); };
-  while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
-  return std::string(text);
-}
+std::string Trimmed(std::string_view text) { return std::string(TrimmedField(text)); }
 
 /// What stands before the brackets at the end of a text, and in them.
 struct Bracketed {
@@ -106,7 +100,11 @@ Bracketed SplitBrackets(std::string_view field) {
 /// `Level [m]` or `Level (m)` to name and unit.
 CsvColumn NamedColumn(std::size_t field, std::string_view header) {
   Bracketed text = SplitBrackets(header);
-  return {.field = field, .name = std::move(text.before), .unit = std::move(text.inside)};
+  return {.field = field,
+          .name = std::move(text.before),
+          .unit = std::move(text.inside),
+          .in_fields = {},
+          .heading = std::string(header)};
 }
 
 /// `m`, `[m]` or `(m)` to the unit.
@@ -172,31 +170,57 @@ Table CutPreamble(Lines lines) {
   return table;
 }
 
-bool IsTime(std::string_view field, bool decimal_comma) {
-  return TimeOfField(field, decimal_comma).has_value();
+bool IsTime(std::string_view field, NumberStyle style) {
+  return TimeOfField(field, style).has_value();
 }
 
-bool IsNumber(std::string_view field, bool decimal_comma) {
-  return NumberOfField(field, decimal_comma).has_value();
+int TimeEvidence(std::string_view field, NumberStyle style) {
+  return IsTime(field, style) ? 1 : -1;
 }
 
-/// More filled fields of the column pass than fail, from line `from` on.
-bool MostlyPass(const Lines& lines, std::size_t field, std::size_t from, bool decimal_comma,
-                bool (*passes)(std::string_view, bool)) {
+bool IsNumber(std::string_view field, NumberStyle style) {
+  return ReadNumber(field, style).has_value();
+}
+
+NumberStyle StyleOf(const Lines& lines, char separator) {
+  NumberStyleVotes votes;
+  for (const auto& line : lines) {
+    for (const std::string& field : line) votes.Add(field);
+  }
+  return votes.Style(separator);
+}
+
+/// The unit of the header, if the ones in the fields differ from it in their prefixes only, or the
+/// first one in a field.
+void FindUnitInFields(CsvColumn& column, const Lines& lines, std::size_t from, NumberStyle style) {
+  for (std::size_t i = from; i < lines.size() && column.in_fields.empty(); ++i) {
+    const auto number = ReadNumber(lines[i][column.field], style);
+    if (!number || number->unit.empty()) continue;
+    column.in_fields = UnitFactor(number->unit, column.unit) ? column.unit : number->unit;
+  }
+  if (column.unit.empty()) column.unit = ToUtf8(column.in_fields);
+}
+
+/// Some filled field of the column passes, from line `from` on, and no fewer than fail.
+bool MostlyPass(const Lines& lines, std::size_t field, std::size_t from, NumberStyle style,
+                int (*evidence)(std::string_view, NumberStyle)) {
   std::ptrdiff_t balance = 0;
+  bool any = false;
   for (std::size_t i = from; i < lines.size(); ++i) {
     const std::string& text = lines[i][field];
-    if (text.empty()) continue;
-    balance += passes(text, decimal_comma) ? 1 : -1;
+    if (TrimmedField(text).empty()) continue;
+    const int says = evidence(text, style);
+    balance += says;
+    any = any || says > 0;
   }
-  return balance > 0;
+  return any && balance >= 0;
 }
 
 /// Whether the line tells of the numeric columns in words.
 bool IsWords(const std::vector<std::string>& line, const std::vector<std::size_t>& numeric,
-             bool decimal_comma) {
+             NumberStyle style) {
   return std::ranges::any_of(numeric, [&](std::size_t field) {
-    return !line[field].empty() && !NumberOfField(line[field], decimal_comma);
+    return !TrimmedField(line[field]).empty() && !IsNumber(line[field], style);
   });
 }
 
@@ -206,11 +230,11 @@ struct Rise {
   bool even = true;
 };
 
-Rise RiseOfFirst(const Lines& lines, std::size_t from, bool decimal_comma) {
+Rise RiseOfFirst(const Lines& lines, std::size_t from, NumberStyle style) {
   std::vector<double> steps;
   std::optional<double> last;
   for (std::size_t i = from; i < lines.size(); ++i) {
-    const std::optional<double> time = TimeOfField(lines[i][0], decimal_comma);
+    const std::optional<double> time = TimeOfField(lines[i][0], style);
     if (!time) return {.rises = false, .even = false};
     if (last) steps.push_back(*time - *last);
     last = time;
@@ -249,8 +273,14 @@ std::optional<double> DaysOfDate(std::string_view date) {
   return era * 146097.0 + day_of_era - 719468;
 }
 
+std::optional<double> PlainOrNothing(std::string_view field, NumberStyle style) {
+  const auto number = ReadNumber(field, style);
+  if (!number || !number->unit.empty() || !std::isfinite(number->value)) return std::nullopt;
+  return number->value;
+}
+
 /// `HH:MM`, `HH:MM:SS` or `HH:MM:SS.fff`, a time zone behind it left alone.
-std::optional<double> SecondsOfClock(std::string_view clock, bool decimal_comma) {
+std::optional<double> SecondsOfClock(std::string_view clock, NumberStyle style) {
   const auto hours = DigitsAt(clock, 0, 2);
   const auto minutes = DigitsAt(clock, 3, 2);
   if (!hours || !minutes || clock[2] != ':') return std::nullopt;
@@ -258,33 +288,23 @@ std::optional<double> SecondsOfClock(std::string_view clock, bool decimal_comma)
   if (clock.size() == 5) return whole;
   if (clock[5] != ':' || clock.size() < 8) return std::nullopt;
   const std::size_t zone = clock.find_first_of("Zz+-", 6);
-  const auto seconds =
-      NumberOfField(clock.substr(6, zone == clock.npos ? zone : zone - 6), decimal_comma);
+  const auto seconds = PlainOrNothing(clock.substr(6, zone == clock.npos ? zone : zone - 6), style);
   if (!seconds || *seconds < 0) return std::nullopt;
   return whole + *seconds;
 }
 
 }  // namespace
 
-std::optional<double> NumberOfField(std::string_view field, bool decimal_comma) {
-  if (!decimal_comma || field.find(',') == field.npos) return WholeNumber(field);
-  std::string with_point(field);
-  const std::size_t comma = with_point.find(',');
-  if (with_point.find('.') != std::string::npos) return std::nullopt;
-  with_point[comma] = '.';
-  return WholeNumber(with_point);
-}
-
-std::optional<double> TimeOfField(std::string_view field, bool decimal_comma) {
-  if (const auto number = NumberOfField(field, decimal_comma)) return number;
+std::optional<double> TimeOfField(std::string_view field, NumberStyle style) {
+  if (const auto number = PlainOrNothing(field, style)) return number;
   const std::string text = Trimmed(field);
   const std::string_view view = text;
   const std::optional<double> days = DaysOfDate(view.substr(0, 10));
-  if (!days) return SecondsOfClock(view, decimal_comma);
+  if (!days) return SecondsOfClock(view, style);
   const double midnight = *days * 86400;
   if (view.size() == 10) return midnight;
   if (view[10] != 'T' && view[10] != ' ') return std::nullopt;
-  const auto clock = SecondsOfClock(view.substr(11), decimal_comma);
+  const auto clock = SecondsOfClock(view.substr(11), style);
   if (!clock) return std::nullopt;
   return midnight + *clock;
 }
@@ -292,26 +312,25 @@ std::optional<double> TimeOfField(std::string_view field, bool decimal_comma) {
 CsvLayout FindCsvLayout(std::string_view head) {
   CsvLayout layout;
   layout.separator = FindSeparator(head);
-  layout.decimal_comma = layout.separator != ',';
-  const bool comma = layout.decimal_comma;
   const Table table = CutPreamble(CsvFields(head, layout.separator, kSampleLines));
   if (table.lines.empty()) return layout;
   const Lines& lines = table.lines;
+  const NumberStyle style = layout.style = StyleOf(lines, layout.separator);
   const std::size_t width = lines[0].size();
 
   // A header is no evidence of what a column holds, but a single line is all there is.
   const std::size_t evidence = lines.size() > 1 ? 1 : 0;
   std::vector<std::size_t> numeric;
   for (std::size_t field = 0; field < width; ++field) {
-    if (MostlyPass(lines, field, evidence, comma, IsNumber)) numeric.push_back(field);
+    if (MostlyPass(lines, field, evidence, style, NumberEvidence)) numeric.push_back(field);
   }
-  const bool starts_with_times = MostlyPass(lines, 0, evidence, comma, IsTime);
+  const bool starts_with_times = MostlyPass(lines, 0, evidence, style, TimeEvidence);
   const bool has_header =
-      IsWords(lines[0], numeric, comma) ||
-      (starts_with_times && IsWords(lines[0], {0}, comma) && !IsTime(lines[0][0], comma));
-  const bool has_units = has_header && lines.size() > 2 && IsWords(lines[1], numeric, comma) &&
+      IsWords(lines[0], numeric, style) ||
+      (starts_with_times && IsWords(lines[0], {0}, style) && !IsTime(lines[0][0], style));
+  const bool has_units = has_header && lines.size() > 2 && IsWords(lines[1], numeric, style) &&
                          std::ranges::none_of(numeric, [&](std::size_t field) {
-                           return IsNumber(lines[1][field], comma);
+                           return IsNumber(lines[1][field], style);
                          });
   const std::size_t first = (has_header ? 1U : 0U) + (has_units ? 1U : 0U);
   layout.lines_to_skip = table.preamble + first;
@@ -321,12 +340,13 @@ CsvLayout FindCsvLayout(std::string_view head) {
     if (field == 0 && header.starts_with('#')) header.erase(0, 1);
     CsvColumn column = NamedColumn(field, header);
     if (has_units) column.unit = UnitOf(lines[1][field]);
+    FindUnitInFields(column, lines, first, style);
     return column;
   };
 
   if (starts_with_times) {
     const CsvColumn column = column_at(0);
-    const Rise rise = RiseOfFirst(lines, first, comma);
+    const Rise rise = RiseOfFirst(lines, first, style);
     const bool is_number = !numeric.empty() && numeric[0] == 0;
     const auto unit = SecondsIn(column.unit);
     layout.has_times = !is_number || NamesTime(column) || (unit && rise.rises) ||

@@ -1,5 +1,5 @@
 // What the columns of a CSV recording are: separator, header, channels, times; found once, from the
-// first lines. And what a field means as a number or a time.
+// first lines. And what a field means as a time.
 #pragma once
 
 #include <cstddef>
@@ -8,17 +8,21 @@
 #include <string_view>
 #include <vector>
 
+#include "sources/recording/csv_numbers.h"
+
 namespace vantoscope {
 
 struct CsvColumn {
-  std::size_t field = 0;  ///< place in the line, counted from 0
-  std::string name;       ///< UTF-8; empty without a header
-  std::string unit;       ///< UTF-8; empty when the header names none
+  std::size_t field = 0;       ///< place in the line, counted from 0
+  std::string name = {};       ///< UTF-8; empty without a header
+  std::string unit = {};       ///< UTF-8; empty when neither the header nor a field names one
+  std::string in_fields = {};  ///< the unit that the fields are read in, as they have it
+  std::string heading = {};    ///< of the column, as it stands in the header
 };
 
 struct CsvLayout {
   char separator = ',';
-  bool decimal_comma = false;     ///< 1,5 is a number too; never with a comma as separator
+  NumberStyle style;
   std::size_t lines_to_skip = 0;  ///< preamble, header and line of units; blank lines not counted
   bool has_times = false;         ///< the first field is a time
   double seconds_per_time_unit = 1;
@@ -38,12 +42,9 @@ struct CsvLayout {
 /// `head` ends with a whole line. Without numeric columns the result has none.
 CsvLayout FindCsvLayout(std::string_view head);
 
-/// A field as a finite number; nothing for an empty or any other field.
-std::optional<double> NumberOfField(std::string_view field, bool decimal_comma);
-
 /// A field as a time: a number, `[YYYY-MM-DD(T or blank)]HH:MM[:SS[.fff]]`, or a date alone. In the
 /// number's own unit, or in seconds.
-std::optional<double> TimeOfField(std::string_view field, bool decimal_comma);
+std::optional<double> TimeOfField(std::string_view field, NumberStyle style);
 
 /// The rate of a recording from its times, told one by one: the mean step, without the steps that
 /// are no rise or longer than three times the usual one (pauses, midnight, restarts). A rate within

@@ -1,5 +1,6 @@
 #include "sources/recording/csv_rows.h"
 
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -18,6 +19,10 @@ void InitParser(csv_parser& parser, char separator) {
   csv_set_blk_size(&parser, 4096);
 }
 
+bool IsComment(std::string_view field) {
+  return field.starts_with('#') || field.starts_with('%') || field.starts_with("//");
+}
+
 struct FieldList {
   std::vector<std::vector<std::string>> lines;
   std::vector<std::string> line;
@@ -27,7 +32,10 @@ struct FieldList {
 }  // namespace
 
 CsvRows::CsvRows(CsvLayout layout, Take take)
-    : layout_(std::move(layout)), take_(std::move(take)), values_(layout_.columns.size()) {
+    : layout_(std::move(layout)),
+      take_(std::move(take)),
+      values_(layout_.columns.size(), std::numeric_limits<double>::quiet_NaN()),
+      next_(values_) {
   for (std::size_t column = 0; column < layout_.columns.size(); ++column) {
     const std::size_t field = layout_.columns[column].field;
     if (field >= column_of_field_.size()) column_of_field_.resize(field + 1);
@@ -66,28 +74,49 @@ void CsvRows::OnLine(int /*end*/, void* self) { static_cast<CsvRows*>(self)->Tak
 void CsvRows::TakeField(std::string_view field) {
   const std::size_t place = field_++;
   if (line_ < layout_.lines_to_skip) return;
-  if (place == 0 && layout_.has_times) {
-    seconds_ = TimeOfField(field, layout_.decimal_comma);
-    if (seconds_) *seconds_ *= layout_.seconds_per_time_unit;
-    any_number_ = seconds_.has_value();
+  if (place == 0 && layout_.has_times) return TakeTime(field);
+  if (place >= column_of_field_.size() || !column_of_field_[place]) return;
+  TakeNumber(*column_of_field_[place], field);
+}
+
+void CsvRows::TakeTime(std::string_view field) {
+  seconds_ = TimeOfField(field, layout_.style);
+  if (seconds_) *seconds_ *= layout_.seconds_per_time_unit;
+  any_number_ = seconds_.has_value();
+  skip_ = !seconds_ && IsComment(field);
+}
+
+void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
+  const CsvColumn& told = layout_.columns[column];
+  const auto written = ReadNumber(field, layout_.style);
+  const auto number = written ? NumberIn(*written, told.in_fields) : std::nullopt;
+  if (!number && TrimmedField(field).empty()) return;
+  next_[column] = number.value_or(std::numeric_limits<double>::quiet_NaN());
+  if (number) {
+    any_number_ = true;
     return;
   }
-  if (place >= column_of_field_.size() || !column_of_field_[place]) return;
-  if (const std::optional<double> number = NumberOfField(field, layout_.decimal_comma)) {
-    values_[*column_of_field_[place]] = *number;
-    any_number_ = true;
-  }
+  any_words_ = true;
+  skip_ = skip_ || (told.field == 0 && IsComment(field)) ||
+          (!told.heading.empty() && field == told.heading);
+}
+
+bool CsvRows::Counts() const {
+  if (line_ < layout_.lines_to_skip || skip_ || (finishing_ && !IsWhole())) return false;
+  return any_number_ || (any_words_ && !layout_.has_times && IsWhole());
 }
 
 void CsvRows::TakeLine() {
-  const bool whole = !finishing_ || field_ >= column_of_field_.size();
-  if (line_ >= layout_.lines_to_skip && any_number_ && whole) {
-    take_({.seconds = seconds_, .values = values_});
+  if (Counts()) {
+    values_ = next_;
+    take_({.seconds = seconds_, .values = values_, .line = line_});
+  } else {
+    next_ = values_;
   }
   ++line_;
   field_ = 0;
   seconds_.reset();
-  any_number_ = false;
+  any_number_ = any_words_ = skip_ = false;
 }
 
 std::vector<std::vector<std::string>> CsvFields(std::string_view text, char separator,

@@ -20,15 +20,17 @@ namespace vantoscope {
 struct CsvRow {
   std::optional<double> seconds;   ///< of the times column
   std::span<const double> values;  ///< one for each column of the layout
+  std::size_t line = 0;            ///< counted from 0, without blank ones
 };
 
 class CsvRows {
  public:
   using Take = std::function<void(const CsvRow&)>;
 
-  /// Lines go to `take`, which must not throw: a C library calls it. An empty, missing or
-  /// unreadable field repeats the value before it in its column; ahead of the first value that is
-  /// 0. A line without any number is skipped.
+  /// Lines go to `take`, which must not throw: a C library calls it. An empty or missing field
+  /// repeats the value before it in its column, nan ahead of the first one: the rows of a slower
+  /// channel. A field that is no number is nan. Skipped are comments, the header again, and a line
+  /// without any number that has no readable time or too few fields.
   CsvRows(CsvLayout layout, Take take);
   CsvRows(const CsvRows&) = delete;
   CsvRows& operator=(const CsvRows&) = delete;
@@ -45,17 +47,24 @@ class CsvRows {
   static void OnField(void* bytes, std::size_t size, void* self);
   static void OnLine(int end, void* self);
   void TakeField(std::string_view field);
+  void TakeTime(std::string_view field);
+  void TakeNumber(std::size_t column, std::string_view field);
   void TakeLine();
+  [[nodiscard]] bool IsWhole() const { return field_ >= column_of_field_.size(); }
+  [[nodiscard]] bool Counts() const;
 
   CsvLayout layout_;
   Take take_;
   csv_parser parser_{};
   std::vector<std::optional<std::size_t>> column_of_field_;
-  std::vector<double> values_;
+  std::vector<double> values_;  // of the last line that counted
+  std::vector<double> next_;    // and of the present one
   std::optional<double> seconds_;
   std::size_t field_ = 0;
   std::size_t line_ = 0;
-  bool any_number_ = false;
+  bool any_number_ = false;  // these three of the present line
+  bool any_words_ = false;   // where numbers should be
+  bool skip_ = false;
   bool finishing_ = false;
 };
 

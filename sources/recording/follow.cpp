@@ -1,7 +1,9 @@
 #include "sources/recording/follow.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <iostream>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -9,6 +11,7 @@
 #include "sources/channel_words.h"
 #include "sources/freshness.h"
 #include "sources/recording/csv_file.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -49,6 +52,10 @@ class ScanStore {
   std::int64_t total_ = 0;
 };
 
+void Say(const std::string& sentence) {
+  std::cerr << std::string(program_invocation_short_name) + ": " + Escaped(sentence) + '\n';
+}
+
 class Follow final : public Device {
  public:
   Follow(std::string name, std::unique_ptr<RecordedFile> file, std::optional<double> rate,
@@ -57,6 +64,7 @@ class Follow final : public Device {
         clocks_(std::move(clocks)),
         csv_(std::move(file), true, [this](const CsvRow& row) { Take(row); }),
         columns_(ListColumns(csv_.Layout(), csv_.File().Path())),
+        values_(columns_),
         store_(columns_.size()) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     for (const ListedColumn& column : columns_) {
@@ -66,6 +74,10 @@ class Follow final : public Device {
     }
     csv_.SkipToLast(kHeldScans);
     while (csv_.ReadOn(kMostBytesAtOnce)) {
+    }
+    if (values_.FirstRefused()) {
+      throw SourceError("The recording '" + csv_.File().Path() +
+                        "' cannot be followed: " + values_.FirstRefused()->reason + ".");
     }
     NoteReading(0);
     rate_ = rate.value_or(steps_.Rate().value_or(1));
@@ -126,7 +138,7 @@ class Follow final : public Device {
   void Take(const CsvRow& row) {
     if (row.seconds) steps_.Add(*row.seconds);
     for (std::size_t channel = 0; channel < columns_.size(); ++channel) {
-      const double value = ValueOfNumber(channels_[channel], row.values[columns_[channel].column]);
+      const double value = values_(channel, row);
       store_.Put(channel, value);
       Enclose(channels_[channel], value);
     }
@@ -172,6 +184,14 @@ class Follow final : public Device {
       gone_ = error.what();  // what is there now is not the recording that was opened
     }
     NoteReading(scans_before);
+    SayRefused();
+  }
+
+  void SayRefused() {
+    if (said_refused_ || !values_.FirstRefused()) return;
+    said_refused_ = true;
+    Say("The recording '" + csv_.File().Path() + "': " + values_.FirstRefused()->reason +
+        "; such values are shown as nan.");
   }
 
   /// New rows are as old as the file says, but were not there when it was read before: so a file
@@ -191,9 +211,11 @@ class Follow final : public Device {
   std::vector<ChannelInfo> channels_;
   CsvFile csv_;
   std::vector<ListedColumn> columns_;
+  ChannelValues values_;
   ScanStore store_;
   double rate_ = 1;
   bool opened_ = false;
+  bool said_refused_ = false;
   bool running_ = false;
   std::optional<std::string> gone_;
   std::optional<std::int64_t> read_at_;  // these two by the steady clock

@@ -65,16 +65,24 @@ Range NotEmpty(Range range) {
   return range.low == 0 ? Range{.low = 0, .high = 1} : Joined(range, {});
 }
 
+[[noreturn]] void RefuseLine(CsvFile& csv, const ChannelValues::Refused& refused) {
+  throw SourceError("The recording '" + csv.File().Path() + "' cannot be read: " + refused.reason +
+                    " (line " + std::to_string(csv.NumberOfLine(refused.line)) + ").");
+}
+
 RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& options) {
   std::vector<std::vector<double>> values;
+  std::optional<ChannelValues> channel_values;
   TimeSteps steps;
   CsvFile csv(std::move(file), false, [&](const CsvRow& row) {
     if (row.seconds) steps.Add(*row.seconds);
-    for (std::size_t column = 0; column < values.size(); ++column) {
-      values[column].push_back(row.values[column]);
+    for (std::size_t channel = 0; channel < values.size(); ++channel) {
+      values[channel].push_back((*channel_values)(channel, row));
     }
   });
-  values.resize(csv.Layout().columns.size());
+  std::vector<ListedColumn> columns = ListColumns(csv.Layout(), csv.File().Path());
+  channel_values.emplace(columns);
+  values.resize(columns.size());
   const auto scans = [&] { return values.front().size(); };
   while (csv.ReadOn(kCsvPiece)) {
     if (scans() * values.size() <= kMostSamples) continue;
@@ -83,23 +91,23 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
                       " numbers.");
   }
   csv.Finish();
+  if (channel_values->FirstRefused()) RefuseLine(csv, *channel_values->FirstRefused());
   if (scans() == 0) {
     throw SourceError("The recording '" + csv.File().Path() + "' has no line of numbers.");
   }
 
   RecordedScans recorded;
   recorded.rate = steps.Rate().value_or(1);
-  for (ListedColumn& listed : ListColumns(csv.Layout(), csv.File().Path())) {
-    std::vector<double> column = std::exchange(values[listed.column], {});
-    for (double& value : column) value = ValueOfNumber(listed.info, value);
-    StoredChannel stored = StoredChannel::Packed(std::move(column));
+  for (std::size_t channel = 0; channel < columns.size(); ++channel) {
+    ChannelInfo& info = columns[channel].info;
+    StoredChannel stored = StoredChannel::Packed(std::exchange(values[channel], {}));
     const Range extent = stored.Extent();
-    if (!IsSpecial(listed.info.number)) {
+    if (!IsSpecial(info.number)) {
       const Range range = options.range ? Joined(*options.range, extent) : NotEmpty(extent);
-      listed.info.low = range.low;
-      listed.info.high = range.high;
+      info.low = range.low;
+      info.high = range.high;
     }
-    recorded.channels.push_back(std::move(listed.info));
+    recorded.channels.push_back(std::move(info));
     recorded.stored.push_back(std::move(stored));
   }
   file = csv.Release();

@@ -80,6 +80,17 @@ TEST(ChannelWords, NumbersOfARecordingAreTheSameByEveryWay) {
     EXPECT_THAT(OverTheWire(*device, 2, kEngineeringUnits).Channel(0),
                 testing::ElementsAre(0.1, 123456.7));
   }
+  // A word that is missing is no 0.
+  WriteBytes(folder / "b.csv", "Level,DigIn,Cntr\n1,7,5\n2,?,n/a\n3,200,16383\n");
+  const RunningDevice gaps("FI64:" + folder / "b.csv" + "?start=0", 2 * kSecond);
+  for (const auto& [channel, words] :
+       {std::pair{1, std::array{0x700, -0x3800}}, std::pair{2, std::array{-32748, 32764}}}) {
+    for (const Block& block :
+         {gaps->GetData(3, kRawWords).value(), OverTheWire(*gaps, 3, kRawWords)}) {
+      EXPECT_THAT(block.Channel(static_cast<std::size_t>(channel)),
+                  testing::ElementsAre(words[0], testing::IsNan(), words[1]));
+    }
+  }
   // Beyond the range of the first look.
   const RunningDevice device("FI64:" + folder / "a.csv" + "?follow&range=0..50", kSecond);
   WriteBytes(folder / "a.csv", FileBytes(folder / "a.csv") + "1,180.5\n");

@@ -2,6 +2,7 @@
 
 #include "meter/data_source.h"
 #include "sources/recording/csv_layout.h"
+#include "sources/recording/csv_numbers.h"
 #include "sources/recording/csv_rows.h"
 
 namespace vantoscope {
@@ -53,11 +54,108 @@ TEST(CsvFields, AreNumbersAndTimes) {
       {"2024-13-01", std::nullopt},
       {"12:xx", std::nullopt},
   };
-  for (const auto& [text, seconds] : times) EXPECT_EQ(TimeOfField(text, true), seconds) << text;
-  EXPECT_EQ(NumberOfField(" +1,5e2 ", true), 150);
-  EXPECT_EQ(NumberOfField("1.234,5", true), std::nullopt);
-  EXPECT_EQ(NumberOfField("1,5", false), std::nullopt);
-  EXPECT_EQ(NumberOfField("NaN", true), std::nullopt);
+  for (const auto& [text, seconds] : times) {
+    EXPECT_EQ(TimeOfField(text, {.decimal_comma = true}), seconds) << text;
+  }
+}
+
+TEST(CsvNumbers, AreReadAsTheirWritersSpellThem) {
+  constexpr NumberStyle kPoint{.decimal_comma = false, .group = ','};
+  constexpr NumberStyle kComma{.decimal_comma = true, .group = '.'};
+  constexpr NumberStyle kEither{.decimal_comma = true};
+  constexpr double kNone = -12345;  // no number
+  const std::tuple<const char*, NumberStyle, double, const char*> rows[] = {
+      {" +1,5e2 ", kEither, 150, ""},
+      {"1.5", kEither, 1.5, ""},
+      {"1.234", kEither, 1.234, ""},
+      {"1.234", kComma, 1234, ""},
+      {"0.123", kComma, 0.123, ""},
+      {"1.23", kComma, 1.23, ""},
+      {"1.234.567,25", kEither, 1234567.25, ""},
+      {"1,234", kPoint, 1234, ""},
+      {"1,234", kEither, 1.234, ""},
+      {"-12,345,678.5", kPoint, -12345678.5, ""},
+      {"1,5", {}, kNone, ""},
+      {"1,234,56", kPoint, kNone, ""},
+      {"1'234 567", kEither, kNone, ""},
+      {"1 234 567,5", kEither, 1234567.5, ""},
+      {"1'234.5", kPoint, 1234.5, ""},
+      {"12\xC2\xA0"
+       "345",
+       {},
+       12345,
+       ""},
+      {"\xE2\x88\x92"
+       "3.5",
+       {},
+       -3.5,
+       ""},
+      {"- 3.5 V", {}, -3.5, "V"},
+      {"1.5E-3mA", {}, 0.0015, "mA"},
+      {"20\xC2\xB0"
+       "C",
+       {},
+       20,
+       "\xC2\xB0"
+       "C"},
+      {"7 m3/h", {}, 7, "m3/h"},
+      {"1.5D+02", {}, 150, ""},
+      {"50%", {}, 50, "%"},
+      {".5", {}, 0.5, ""},
+      {"1e400", {}, INFINITY, ""},
+      {"-1e400", {}, -INFINITY, ""},
+      {"1e-400", {}, 0, ""},
+      {"OL", {}, INFINITY, ""},
+      {"-OL", {}, -INFINITY, ""},
+      {"+OVLD", {}, INFINITY, ""},
+      {"overload", {}, INFINITY, ""},
+      {"-Inf", {}, -INFINITY, ""},
+      {"NaN", {}, NAN, ""},
+      {"n/a", {}, NAN, ""},
+      {"---", {}, NAN, ""},
+      {"#N/A", {}, NAN, ""},
+      {"", {}, kNone, ""},
+      {"-", {}, NAN, ""},
+      {"ERR", {}, kNone, ""},
+      {"0x10", {}, kNone, ""},
+      {"12ab34", {}, kNone, ""},
+      {"1.2.3", {}, kNone, ""},
+      {"2024-05-01", {}, kNone, ""},
+      {"12:30", {}, kNone, ""},
+      {"3 of 4", {}, kNone, ""},
+  };
+  for (const auto& [text, style, value, unit] : rows) {
+    const auto number = ReadNumber(text, style);
+    ASSERT_EQ(number.has_value(), value != kNone) << text;
+    if (!number) continue;
+    EXPECT_THAT(number->value, testing::NanSensitiveDoubleEq(value)) << text;
+    EXPECT_EQ(number->unit, unit) << text;
+  }
+}
+
+/// All values of a file, row by row, as its own layout reads them; a row ends with a bar.
+std::string ValuesOf(std::string_view text) {
+  const CsvLayout layout = FindCsvLayout(text);
+  std::ostringstream values;
+  CsvRows rows(layout, [&](const CsvRow& row) {
+    for (const double value : row.values) values << value << ' ';
+    values << "| ";
+  });
+  rows.Feed(text);
+  rows.Finish();
+  return values.str();
+}
+
+TEST(CsvValues, AreNeverThoseOfAnotherRow) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"A,B\n,1\n2,\n,3\nERR,4\n,5\n6,7\n", "nan 1 | 2 1 | 2 3 | nan 4 | nan 5 | 6 7 | "},
+      {"A\n1\nERR\n3\nA\n4\n#\tnote\n5\n", "1 | nan | 3 | 4 | 5 | "},
+      {"A,B\n1,OL\n-OL,n/a\n2,\n3,4\n", "1 inf | -inf nan | 2 nan | 3 4 | "},
+      {"U\n950 mV\n1.2 V\n3 A\n7\n", "950 | 1200 | nan | 7 | "},
+      {"U [V];N\n950 mV;1.000,5\n1,2 V;1.000\n", "0.95 1000.5 | 1.2 1000 | "},
+      {"A\n\"1,234.5\"\n\"1,234\"\n", "1234.5 | 1234 | "},
+  };
+  for (const auto& [text, values] : rows) EXPECT_EQ(ValuesOf(text), values) << text;
 }
 
 double RateOf(const std::vector<double>& times) {
@@ -85,7 +183,7 @@ TEST(TimeSteps, GiveTheRateInSpiteOfPausesAndFewDigits) {
 std::vector<std::vector<double>> Lines(std::string_view text, std::size_t piece, bool finish) {
   CsvLayout layout;
   layout.lines_to_skip = 1;
-  layout.columns = {{0, "A", ""}, {2, "B", ""}};
+  layout.columns = {{.field = 0, .name = "A"}, {.field = 2, .name = "B"}};
   std::vector<std::vector<double>> lines;
   CsvRows rows(
       layout, [&](const CsvRow& row) { lines.emplace_back(row.values.begin(), row.values.end()); });
@@ -101,12 +199,14 @@ TEST(CsvRows, AreTheSameInPiecesOfAnySize) {
       ",y,3\n"                             // an empty field repeats
       "4\n"                                // so does a missing one
       "\"5\",\"a,\n\"\"b\"\"\",\" 6 \"\n"  // quoted separator, line end and quote
-      "only,words,here\n" +
-      std::string("7\0,8\r\n", 6) +  // a NUL makes a field unreadable
-      "nan,,1e999\n9,z,10,11,12\n13,z,1";
-  const std::vector<std::vector<double>> expected{{1, 2}, {1, 3}, {4, 3}, {5, 6}, {9, 10}};
+      "only,words\n" +
+      std::string("7\0,,8\r\n", 7) +  // a NUL makes a field unreadable
+      "9,z,10,11,12\n13,z,1";
+  const std::vector<std::vector<double>> expected{{1, 2}, {1, 3},   {4, 3},
+                                                  {5, 6}, {NAN, 8}, {9, 10}};
   for (std::size_t piece = 1; piece <= text.size(); ++piece) {
-    ASSERT_THAT(Lines(text, piece, false), ElementsAreArray(expected)) << piece;
+    ASSERT_EQ(testing::PrintToString(Lines(text, piece, false)), testing::PrintToString(expected))
+        << piece;
   }
   EXPECT_THAT(Lines(text, 7, true).back(), ElementsAre(13, 1));
   EXPECT_THAT(Lines("A,text,B\n1,x,2\n3,z", 4, true), ElementsAre(ElementsAre(1, 2)));

@@ -110,6 +110,26 @@ TEST_F(Recording, KeepsEveryDoubleOfATextFile) {
   EXPECT_THAT(device.Values(2, 2), ElementsAre(1.2345678901234567, 1e-300));
 }
 
+TEST_F(Recording, WhatIsMissingIsNan) {
+  using testing::IsNan;
+  Write("a.csv", "Time [s],U,DigIn,Cntr\n0,1,-1,5\n1,ERR,,OL\n2,OL,300,\n");
+  EXPECT_THAT(Refusal([&] { OpenDevice(Text("a.csv")); }), HasSubstr("DigIn holds 300"));
+  Write("a.csv", "Time [s],U,DigIn,Cntr\n0,1,-1,5\n1,ERR,,OL\n2,OL,30,\n");
+  const std::string followed = "?follow";
+  for (const std::string options : {"?start=0", followed.c_str()}) {
+    const RunningDevice device(Text("a.csv", options), 2 * kSecond);
+    EXPECT_THAT(device.Values(0, 3), ElementsAre(1, IsNan(), INFINITY));
+    EXPECT_THAT(device.Values(1, 3), ElementsAre(255, 255, 30));
+    EXPECT_THAT(device.Values(2, 3, kRawWords), ElementsAre(-32748, IsNan(), IsNan()));
+    EXPECT_EQ(device->Channels()[0].high, options == followed ? 2 : 1) << "finite";
+  }
+  const RunningDevice device(Text("a.csv", "?follow"));
+  testing::internal::CaptureStderr();
+  Append("3,1,2,16385\n4,1,2,16386\n");
+  EXPECT_THAT(device.Values(2, 1), ElementsAre(IsNan()));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Cntr holds 16385, but"));
+}
+
 TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
   for (const char* name : {"run 1.csv", "100%.csv", "what?.csv"}) Write(name, "1\n2\n");
   const auto name = [&](const std::string& text) { return OpenDevice(text)->Name(); };
@@ -129,6 +149,7 @@ TEST_F(Recording, RefusesWithPathAndReason) {
   Write("bench.sr", "PK\x03\x04junk");
   Write("quote.csv", "1,2\n\"3," + std::string(3'000'000, 'x'));
   Write("torn.csv", "1,2");
+  Write("count.csv", "Cntr,A\n\n1,2\n70000,2\n80000,2\n3,3\n");
   const std::pair<std::string, const char*> rows[] = {
       {Text("missing.csv"), "missing.csv' cannot be opened: No such file"},
       {Text(""), "/' cannot be read: it is no regular file"},
@@ -139,6 +160,8 @@ TEST_F(Recording, RefusesWithPathAndReason) {
       {Text("fake.wav", "?follow"), "fake.wav' is a sound file, which cannot be followed"},
       {Text("bench.sr"), "bench.sr' is a session of sigrok, which is not read; 'sigrok-cli"},
       {Text("quote.csv"), "quote.csv' cannot be read: a field is longer than a mebibyte"},
+      {Text("count.csv"), "Cntr holds 70000, but a raw word holds only 0 to 16384 (line 4)."},
+      {Text("count.csv", "?follow"), "cannot be followed: Cntr holds 70000"},
       {Text("good.csv", "?loop=2"), "loop takes no value, but has '2'"},
       {Text("good.csv", "?range=1..1"), "range=1..1 is not LO..HI"},
       {Text("good.csv", "?range=1"), "range=1 is not LO..HI"},
