@@ -127,17 +127,16 @@ CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, 
                       layout_.unread_time +
                       "' is not understood as one; ?rate=R says how many lines make a second.");
   }
-  Explain(reading.rate.has_value());
   bytes_per_line_ = bytes.size() / static_cast<std::size_t>(1 + std::ranges::count(head, '\n')) + 1;
   rows_ = std::make_unique<CsvRows>(layout_, reading.followed, std::move(take));
   file_->Seek(decoder_.MarkSize());
 }
 
-void CsvFile::Explain(bool has_rate) const {
+void CsvFile::Explain(double rate) const {
   const char* const wanted = std::getenv("VANTOSCOPE_EXPLAIN");
   if (wanted == nullptr || std::string_view(wanted) != "1") return;
   SayOfRecording(TheRecording(file_->Path()) + " is taken for: " + Description(layout_) +
-                 (has_rate ? "; rate as given" : ""));
+                 "; scans per second: " + ShortestText(rate));
 }
 
 void CsvFile::SayEndOfTable() {

@@ -69,14 +69,17 @@ void SayOfRecording(const std::string& sentence);
 class CsvFile {
  public:
   /// Finds the layout from the first quarter of a mebibyte; of a `followed` file only whole lines
-  /// count. Says it on standard error if the environment has VANTOSCOPE_EXPLAIN=1. Throws
-  /// SourceError when the file cannot be read or has no numeric column, or when its times are not
-  /// understood and no rate is given.
+  /// count. Throws SourceError when the file cannot be read or has no numeric column, or when its
+  /// times are not understood and no rate is given.
   CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, CsvRows::Take take);
 
   [[nodiscard]] const CsvLayout& Layout() const { return layout_; }
   [[nodiscard]] const RecordedFile& File() const { return *file_; }
   [[nodiscard]] std::unique_ptr<RecordedFile> Release() { return std::move(file_); }
+
+  /// Says on standard error what the file was taken for, if the environment has
+  /// VANTOSCOPE_EXPLAIN=1.
+  void Explain(double rate) const;
 
   /// Hands on what has been written since the last call, at most `most_bytes` of it. True when
   /// there was something. Throws SourceError.
@@ -91,7 +94,6 @@ class CsvFile {
   [[nodiscard]] std::size_t NumberOfLine(std::size_t line);
 
  private:
-  void Explain(bool has_rate) const;
   void SayEndOfTable();
 
   std::unique_ptr<RecordedFile> file_;

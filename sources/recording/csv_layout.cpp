@@ -311,10 +311,7 @@ class Finder {
     if (has_row_names) line.insert(line.begin(), "");
     if (line.size() + 1 == width_ && Filled(lines_, width_ - 1, start_).empty())
       line.emplace_back();
-    if (line.size() > width_ &&
-        std::all_of(line.begin() + static_cast<std::ptrdiff_t>(width_), line.end(), IsEmpty)) {
-      line.resize(width_);
-    }
+    if (line.size() > width_) line.resize(width_);  // lines may lack their last fields
     if (line.size() != width_ || !HasWords(line)) return {};
     return 2 * FilledNumbers(line) >= numeric_.size() ? line : Line{};
   }

@@ -116,22 +116,27 @@ bool CsvRows::IsOfTimes(std::size_t place) const {
 }
 
 void CsvRows::TakeTime(std::size_t place, std::string_view field) {
-  std::optional<double> seconds;
-  if (layout_.times->are_numbers) {
-    const auto number = ReadNumber(field, layout_.style);
-    if (number && number->unit.empty() && std::isfinite(number->value)) {
-      seconds = number->value * layout_.times->seconds_per_unit;
-    }
-  } else if (const auto time = ReadTime(field, layout_.times->order)) {
-    seconds = time->seconds;
-  }
-  if (seconds) {
+  if (const auto seconds = SecondsOf(field)) {
     seconds_ += *seconds;
     ++times_;
     return;
   }
   skip_ = skip_ || (place == 0 && StartsComment(field)) ||
           (!layout_.times->heading.empty() && field == layout_.times->heading);
+}
+
+std::optional<double> CsvRows::SecondsOf(std::string_view field) const {
+  if (!layout_.times->are_numbers) {
+    const auto time = ReadTime(field, layout_.times->order);
+    return time ? std::optional(time->seconds) : std::nullopt;
+  }
+  std::optional<double> number = PlainNumber(field, layout_.style);
+  if (!number) {
+    const auto spelled = ReadNumber(field, layout_.style);
+    if (!spelled || !spelled->unit.empty() || !std::isfinite(spelled->value)) return std::nullopt;
+    number = spelled->value;
+  }
+  return *number * layout_.times->seconds_per_unit;
 }
 
 /// The time of the line that has ended.
@@ -144,6 +149,11 @@ std::optional<double> CsvRows::SecondsOfLine() {
 }
 
 void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
+  if (const auto plain = PlainNumber(field, layout_.style)) {
+    next_[column] = *plain;
+    any_number_ = true;
+    return;
+  }
   const CsvColumn& told = layout_.columns[column];
   const auto written = ReadNumber(field, layout_.style);
   const auto number = written ? NumberIn(*written, told.in_fields) : std::nullopt;

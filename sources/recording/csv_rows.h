@@ -61,6 +61,7 @@ class CsvRows {
   void TakeBlankLine(int end);
   void TakeLine();
   [[nodiscard]] bool IsOfTimes(std::size_t place) const;
+  [[nodiscard]] std::optional<double> SecondsOf(std::string_view field) const;
   [[nodiscard]] std::optional<double> SecondsOfLine();
   [[nodiscard]] bool IsWhole() const { return field_ >= fields_; }
   [[nodiscard]] bool BeginsAnotherTable() const;

@@ -15,6 +15,7 @@ namespace vantoscope {
 namespace {
 
 constexpr std::size_t kStepsForUsual = 1000;
+constexpr std::size_t kStepsLookedAt = 65536;
 constexpr double kManyRepeats = 0.1;
 constexpr double kLongStep = 3;    // times the usual one
 constexpr double kEvenStep = 2.1;  // times the median one
@@ -196,15 +197,18 @@ double UsualStep(std::vector<double> steps) {
   return *middle;
 }
 
-std::vector<double> StepsOf(const std::vector<double>& seconds) {
+/// The usual step of the times, from no more of them than it takes.
+double UsualStepOf(const std::vector<double>& seconds) {
+  const std::size_t stride = seconds.size() / kStepsLookedAt + 1;
   std::vector<double> steps;
-  for (std::size_t i = 1; i < seconds.size(); ++i) steps.push_back(seconds[i] - seconds[i - 1]);
-  return steps;
+  for (std::size_t i = 1; i < seconds.size(); i += stride) {
+    steps.push_back(seconds[i] - seconds[i - 1]);
+  }
+  return UsualStep(std::move(steps));
 }
 
 /// A time that is not there lies one step behind the one before.
-void FillIn(std::vector<double>& seconds) {
-  const double usual = UsualStep(StepsOf(seconds));
+void FillIn(std::vector<double>& seconds, double usual) {
   std::size_t next = 0;
   for (std::size_t i = 0; i < seconds.size(); ++i) {
     if (!std::isnan(seconds[i])) continue;
@@ -213,6 +217,17 @@ void FillIn(std::vector<double>& seconds) {
     const double before = i > 0 ? seconds[i - 1] : limit - usual;
     seconds[i] = i > 0 && before <= limit ? std::min(before + usual, limit) : before;
   }
+}
+
+/// Whether limited digits and a little jitter explain how the times differ from even steps.
+bool AreEven(const std::vector<double>& seconds, double mean, double usual, bool coarse) {
+  const double tolerance = std::max(1.5 * mean, coarse ? usual : 0);
+  for (std::size_t i = 1; i < seconds.size(); ++i) {
+    const double even = seconds[0] + static_cast<double>(i) * mean;
+    if (std::abs(seconds[i] - even) > tolerance) return false;
+    if (seconds[i] - seconds[i - 1] > kEvenStep * usual) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -298,24 +313,19 @@ void TimeSteps::AddIfUsual(Sum& sum, double step, double usual) {
 }
 
 Timeline TimelineOf(std::vector<double> seconds) {
-  FillIn(seconds);
+  const double usual = UsualStepOf(seconds);
+  FillIn(seconds, usual);
   Timeline timeline;
-  const std::vector<double> steps = StepsOf(seconds);
-  const double usual = UsualStep(steps);
-  const auto back = std::ranges::find_if(steps, [](double step) { return step < 0; });
-  if (back != steps.end()) {
-    timeline.backwards = static_cast<std::size_t>(back - steps.begin()) + 1;
+  bool repeats = false;
+  for (std::size_t i = 1; i < seconds.size() && !timeline.backwards; ++i) {
+    if (seconds[i] < seconds[i - 1]) timeline.backwards = i;
+    repeats = repeats || seconds[i] == seconds[i - 1];
   }
   if (usual == 0 || timeline.backwards) return timeline;
 
   const double first = seconds.front();
-  const double mean = (seconds.back() - first) / static_cast<double>(steps.size());
-  const double tolerance = std::max(1.5 * mean, std::ranges::count(steps, 0.0) > 0 ? usual : 0);
-  bool even = std::ranges::max(steps) <= kEvenStep * usual;
-  for (std::size_t i = 0; even && i < seconds.size(); ++i) {
-    even = std::abs(seconds[i] - first - static_cast<double>(i) * mean) <= tolerance;
-  }
-  if (even) {
+  const double mean = (seconds.back() - first) / static_cast<double>(seconds.size() - 1);
+  if (AreEven(seconds, mean, usual, repeats)) {
     timeline.rate = RateOf(mean);
     return timeline;
   }

@@ -74,6 +74,7 @@ class Follow final : public Device {
     }
     NoteReading(0);
     SetRate(reading.rate);
+    csv_.Explain(rate_);
     for (std::size_t channel = 0; channel < channels_.size(); ++channel) SetRange(channel, range);
     opened_ = true;
   }

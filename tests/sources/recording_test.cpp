@@ -143,9 +143,11 @@ TEST_F(Recording, UnequalStepsReplayAtTheirOwnTimes) {
   RunningDevice device(Text("a.csv", "?start=0"), 3 * kSecond);
   EXPECT_THAT(
       testing::internal::GetCapturedStderr(),
-      testing::AllOf(HasSubstr("a.csv' is taken for: separator comma; lines ahead of the "
-                               "numbers: 1; times: numbers of 1 s in field 1; columns: U\n"),
-                     HasSubstr("holds several tables; only the first one is read.\n")));
+      testing::AllOf(
+          HasSubstr(
+              "a.csv' is taken for: separator comma; lines ahead of the "
+              "numbers: 1; times: numbers of 1 s in field 1; columns: U; scans per second: 1\n"),
+          HasSubstr("holds several tables; only the first one is read.\n")));
   unsetenv("VANTOSCOPE_EXPLAIN");
   EXPECT_THAT(device.Values(0, 5), ElementsAre(1, 1, 2, 3, 3));
   device.now = 43 * kSecond;
@@ -172,6 +174,8 @@ TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
 TEST_F(Recording, RefusesWithPathAndReason) {
   Write("text.csv", "a,b\nc,d\n");
   Write("good.csv", "1,2\n3,4\n");
+  Write("FORM", "RIFF,FORM\n1,2\n");
+  EXPECT_EQ(OpenDevice(Text("FORM"))->Channels().size(), 2U) << "no sound";
   Write("fake.wav", "RIFFxxxxWAVEjunk");
   Write("bench.sr", "PK\x03\x04junk");
   Write("quote.csv", "1,2\n\"3," + std::string(3'000'000, 'x'));
