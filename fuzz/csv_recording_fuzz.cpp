@@ -1,15 +1,21 @@
 // Any bytes as a CSV file: layout, times and lines. The lines must be the same whether they come in
 // one piece or byte by byte.
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
+#include <limits>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "meter/data_source.h"
+#include "sources/recording/csv_encoding.h"
 #include "sources/recording/csv_layout.h"
 #include "sources/recording/csv_rows.h"
+#include "sources/recording/csv_times.h"
 
 namespace {
 
@@ -17,33 +23,53 @@ using vantoscope::CsvLayout;
 using vantoscope::CsvRow;
 using vantoscope::CsvRows;
 
-/// Every value of every line, and the rate, with the file handed over in pieces of that size.
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+/// Every value and time of every line, with the file handed over in pieces of that size.
 std::vector<double> Values(const CsvLayout& layout, std::string_view text, std::size_t piece) {
   std::vector<double> values;
+  std::vector<double> times;
   vantoscope::TimeSteps steps;
-  CsvRows rows(layout, [&](const CsvRow& row) {
+  CsvRows rows(layout, piece % 2 == 0, [&](const CsvRow& row) {
     values.insert(values.end(), row.values.begin(), row.values.end());
+    times.push_back(row.seconds.value_or(std::numeric_limits<double>::quiet_NaN()));
     if (row.seconds) steps.Add(*row.seconds);
   });
   for (std::size_t i = 0; i < text.size(); i += piece) rows.Feed(text.substr(i, piece));
   rows.Finish();
-  const double rate = steps.Rate().value_or(1);
-  if (!(rate > 0)) std::abort();
-  values.push_back(rate);
+  values.insert(values.end(), times.begin(), times.end());
+  Require(steps.Rate().value_or(1) > 0);
+  const std::size_t lines = times.size();
+  const vantoscope::Timeline line = vantoscope::TimelineOf(std::move(times));
+  Require(line.rate.value_or(1) > 0);
+  Require(line.times.empty() || line.times.size() == lines);
+  Require(std::ranges::is_sorted(line.times));
+  values.push_back(line.rate.value_or(0));
   return values;
+}
+
+/// The same numbers, nan like nan.
+bool Same(const std::vector<double>& one, const std::vector<double>& other) {
+  return std::ranges::equal(
+      one, other, [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); });
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size > 65536) return 0;
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  vantoscope::TextDecoder decoder(bytes);
+  const std::string text(decoder.Decode(bytes.substr(decoder.MarkSize())));
   const CsvLayout layout = vantoscope::FindCsvLayout(text);
-  if (layout.columns.size() > text.size() + 1) std::abort();
+  Require(layout.columns.size() <= text.size() + 1);
+  Require(!layout.times || layout.times->seconds_per_unit > 0);
   if (layout.columns.empty()) return 0;
-  const std::vector<double> whole = Values(layout, text, text.size() + 1);
-  const std::vector<double> torn = Values(layout, text, 1);
-  if (whole.size() != torn.size()) std::abort();
-  if (std::memcmp(whole.data(), torn.data(), whole.size() * sizeof(double)) != 0) std::abort();
+  vantoscope::Description(layout);
+  const std::size_t whole = text.size() + 1;
+  Require(Same(Values(layout, text, whole | 1U), Values(layout, text, 1)));
+  Require(Same(Values(layout, text, whole + whole % 2), Values(layout, text, 2)));
   return 0;
 }

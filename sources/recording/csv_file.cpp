@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
+#include <cstdlib>
+#include <iostream>
 #include <limits>
 #include <string>
 #include <utility>
@@ -10,6 +13,7 @@
 #include "meter/data_source.h"
 #include "sources/channel_words.h"
 #include "sources/device_text.h"
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -20,24 +24,23 @@ constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
 constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// The first lines of the file. A line without a line end is left out, unless it is the only one
-/// and nobody is writing it.
-std::string ReadHead(RecordedFile& file, bool followed) {
+/// The first bytes of the file, from its start.
+std::string ReadHead(RecordedFile& file) {
   std::string head(kHeadBytes, '\0');
   std::size_t size = 0;
   for (std::string_view bytes; !(bytes = file.ReadOn(std::span(head).subspan(size))).empty();) {
     size += bytes.size();
   }
   head.resize(size);
-  const std::size_t last_end = head.find_last_of("\r\n");
-  if (last_end != std::string::npos) {
-    head.resize(last_end + 1);
-  } else if (followed) {
-    head.clear();
-  }
   return head;
+}
+
+/// A line without a line end is left out, unless it is the only one and nobody is writing it.
+std::string_view WholeLines(std::string_view head, bool followed) {
+  const std::size_t last_end = head.find_last_of("\r\n");
+  if (last_end != head.npos) return head.substr(0, last_end + 1);
+  return followed ? std::string_view() : head;
 }
 
 /// The first analog channel goes to the front of the list and the last one, which has the highest
@@ -101,19 +104,52 @@ double ChannelValues::Refuse(const Place& place, double number, std::size_t line
   return kNan;
 }
 
-CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, bool followed, CsvRows::Take take)
+std::string TheRecording(const std::string& path) { return "The recording '" + path + "'"; }
+
+void SayOfRecording(const std::string& sentence) {
+  std::cerr << std::string(program_invocation_short_name) + ": " + Escaped(sentence) + '\n';
+}
+
+CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, CsvRows::Take take)
     : file_(std::move(file)) {
-  const std::string head = ReadHead(*file_, followed);
-  const std::size_t mark = head.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
-  layout_ = FindCsvLayout(std::string_view(head).substr(mark));
+  const std::string bytes = ReadHead(*file_);
+  decoder_ = TextDecoder(bytes);
+  const std::string head(WholeLines(
+      decoder_.Decode(std::string_view(bytes).substr(decoder_.MarkSize())), reading.followed));
+  decoder_.Restart();
+  layout_ = FindCsvLayout(head, reading.dates);
   if (layout_.columns.empty()) {
-    throw SourceError("The recording '" + file_->Path() + "' has no column of numbers" +
-                      (followed ? " yet" : "") +
-                      "; columns are separated by comma, semicolon or tab.");
+    throw SourceError(TheRecording(file_->Path()) + " has no column of numbers" +
+                      (reading.followed ? " yet" : "") +
+                      "; columns are separated by comma, semicolon, tab, bar or blanks.");
   }
-  bytes_per_line_ = head.size() / static_cast<std::size_t>(1 + std::ranges::count(head, '\n')) + 1;
-  rows_ = std::make_unique<CsvRows>(layout_, std::move(take));
-  file_->Seek(mark);
+  if (!layout_.unread_time.empty() && !reading.rate) {
+    throw SourceError(TheRecording(file_->Path()) + " has a first column of times, but '" +
+                      layout_.unread_time +
+                      "' is not understood as one; ?rate=R says how many lines make a second.");
+  }
+  bytes_per_line_ = bytes.size() / static_cast<std::size_t>(1 + std::ranges::count(head, '\n')) + 1;
+  rows_ = std::make_unique<CsvRows>(layout_, reading.followed, std::move(take));
+  file_->Seek(decoder_.MarkSize());
+}
+
+void CsvFile::Explain(double rate) const {
+  const char* const wanted = std::getenv("VANTOSCOPE_EXPLAIN");
+  if (wanted == nullptr || std::string_view(wanted) != "1") return;
+  SayOfRecording(TheRecording(file_->Path()) + " is taken for: " + Description(layout_) +
+                 "; scans per second: " + ShortestText(rate));
+}
+
+void CsvFile::SayEndOfTable() {
+  if (said_end_ || !rows_->TableEnded()) return;
+  said_end_ = true;
+  SayOfRecording(TheRecording(file_->Path()) +
+                 " holds several tables; only the first one is read.");
+}
+
+void CsvFile::Finish() {
+  rows_->Finish();
+  SayEndOfTable();
 }
 
 bool CsvFile::ReadOn(std::size_t most_bytes) {
@@ -124,6 +160,7 @@ bool CsvFile::ReadOn(std::size_t most_bytes) {
     if (bytes.empty()) break;
     read += bytes.size();
     any = true;
+    bytes = decoder_.Decode(bytes);
     if (inside_skipped_line_) {
       const std::size_t end = bytes.find('\n');
       inside_skipped_line_ = end == std::string_view::npos;
@@ -143,7 +180,8 @@ void CsvFile::SkipToLast(std::size_t lines) {
   const std::uint64_t bytes = std::max<std::uint64_t>(kLeastTail, 4 * lines * bytes_per_line_);
   const std::uint64_t size = file_->Size();
   if (size <= file_->Position() + bytes) return;
-  file_->Seek(size - bytes);
+  const std::uint64_t start = size - bytes;
+  file_->Seek(start - (start - decoder_.MarkSize()) % decoder_.UnitSize());
   rows_->SkipNoMore();
   inside_skipped_line_ = true;
 }
@@ -153,9 +191,10 @@ std::size_t CsvFile::NumberOfLine(std::size_t line) {
   std::size_t number = 1;
   std::size_t lines = 0;  // that are not blank
   bool blank = true;
-  file_->Seek(0);
+  decoder_.Restart();
+  file_->Seek(decoder_.MarkSize());
   for (std::string_view bytes; !(bytes = file_->ReadOn(buffer)).empty();) {
-    for (const char c : bytes) {
+    for (const char c : decoder_.Decode(bytes)) {
       if (c == '\n') ++number;
       if (c == '\n' || c == '\r') {
         blank = true;

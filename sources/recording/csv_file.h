@@ -10,6 +10,7 @@
 
 #include "sources/device.h"
 #include "sources/range.h"
+#include "sources/recording/csv_encoding.h"
 #include "sources/recording/csv_rows.h"
 #include "sources/recording/recorded_file.h"
 
@@ -52,21 +53,39 @@ class ChannelValues {
   std::optional<Refused> refused_;
 };
 
+/// How somebody wants a file to be read.
+struct CsvReading {
+  bool followed = false;
+  std::optional<DateOrder> dates;  ///< where the dates leave it open
+  std::optional<double> rate;      ///< instead of what the times say
+};
+
+/// The start of sentences about the file: "The recording '/data/run.csv'".
+std::string TheRecording(const std::string& path);
+
+/// A sentence on standard error.
+void SayOfRecording(const std::string& sentence);
+
 class CsvFile {
  public:
   /// Finds the layout from the first quarter of a mebibyte; of a `followed` file only whole lines
-  /// count. Throws SourceError when the file cannot be read or has no numeric column.
-  CsvFile(std::unique_ptr<RecordedFile> file, bool followed, CsvRows::Take take);
+  /// count. Throws SourceError when the file cannot be read or has no numeric column, or when its
+  /// times are not understood and no rate is given.
+  CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, CsvRows::Take take);
 
   [[nodiscard]] const CsvLayout& Layout() const { return layout_; }
   [[nodiscard]] const RecordedFile& File() const { return *file_; }
   [[nodiscard]] std::unique_ptr<RecordedFile> Release() { return std::move(file_); }
 
+  /// Says on standard error what the file was taken for, if the environment has
+  /// VANTOSCOPE_EXPLAIN=1.
+  void Explain(double rate) const;
+
   /// Hands on what has been written since the last call, at most `most_bytes` of it. True when
   /// there was something. Throws SourceError.
   bool ReadOn(std::size_t most_bytes);
   /// A last line without a line end counts if it is whole.
-  void Finish() { rows_->Finish(); }
+  void Finish();
   /// Goes on near the end of a long file, so that at least `lines` lines should be left; four times
   /// as many as the first lines of the file suggest, and no less than a mebibyte.
   void SkipToLast(std::size_t lines);
@@ -75,11 +94,15 @@ class CsvFile {
   [[nodiscard]] std::size_t NumberOfLine(std::size_t line);
 
  private:
+  void SayEndOfTable();
+
   std::unique_ptr<RecordedFile> file_;
+  TextDecoder decoder_;
   CsvLayout layout_;
   std::size_t bytes_per_line_ = 0;
   std::unique_ptr<CsvRows> rows_;
   bool inside_skipped_line_ = false;
+  bool said_end_ = false;
 };
 
 }  // namespace vantoscope

@@ -2,23 +2,34 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <map>
 #include <utility>
 
+#include "sources/device_text.h"
+#include "sources/recording/csv_encoding.h"
 #include "sources/recording/csv_rows.h"
 #include "text/characters.h"
 
 namespace vantoscope {
 namespace {
 
-constexpr std::size_t kSampleLines = 200;
-constexpr std::size_t kSeparatorLines = 50;
-constexpr std::size_t kStepsForUsual = 1000;
-constexpr double kLongStep = 3;  // times the usual one
+constexpr std::size_t kSampleLines = 400;
+constexpr std::size_t kSeparatorLines = 100;
 
-using Lines = std::vector<std::vector<std::string>>;
+using Line = std::vector<std::string>;
+using Lines = std::vector<Line>;
+
+bool IsEmpty(std::string_view field) { return TrimmedField(field).empty(); }
+bool IsComment(const Line& line) { return line.empty() || StartsComment(line[0]); }
+
+bool IsNumber(std::string_view field, NumberStyle style) {
+  return ReadNumber(field, style).has_value();
+}
+
+bool IsTime(std::string_view field) {
+  return ReadTime(field, DateOrder::kMonthFirst) || ReadTime(field, DateOrder::kDayFirst);
+}
 
 /// The value that occurs most often, the greatest of several; 0 for none.
 std::size_t MostCommon(const std::vector<std::size_t>& values) {
@@ -34,46 +45,52 @@ std::size_t MostCommon(const std::vector<std::size_t>& values) {
   return best;
 }
 
+/// How many fields most lines have, comments aside.
+std::size_t WidthOf(const Lines& lines) {
+  std::vector<std::size_t> widths;
+  for (const Line& line : lines) {
+    if (!IsComment(line)) widths.push_back(line.size());
+  }
+  return MostCommon(widths);
+}
+
+/// How much of the lines a separator leaves readable: the share of readable fields, of the lines of
+/// the usual width.
+double Readable(std::string_view head, char separator) {
+  const Lines lines = CsvFields(head, separator, kSeparatorLines);
+  const std::size_t width = WidthOf(lines);
+  if (width < 2 && separator != kNoSeparator) return 0;
+  const NumberStyle style{.decimal_comma = separator != ','};
+  double sum = 0;
+  for (const Line& line : lines) {
+    if (line.size() != width || IsComment(line)) continue;
+    const auto readable = std::ranges::count_if(line, [&](const std::string& field) {
+      return IsEmpty(field) || IsNumber(field, style) || IsTime(field);
+    });
+    const bool all_empty = std::ranges::all_of(line, IsEmpty);
+    if (!all_empty) sum += static_cast<double>(readable) / static_cast<double>(width);
+  }
+  return sum;
+}
+
 char FindSeparator(std::string_view head) {
-  for (const char separator : {';', '\t', ','}) {
-    std::vector<std::size_t> widths;
-    for (const auto& line : CsvFields(head, separator, kSeparatorLines)) {
-      widths.push_back(line.size());
-    }
-    if (MostCommon(widths) > 1) return separator;
+  char best = ',';
+  double most = 0;
+  for (const char separator : {';', '\t', ',', '|', ' ', kNoSeparator}) {
+    const double readable = Readable(head, separator);
+    if (readable <= most) continue;
+    best = separator;
+    most = readable;
   }
-  return ',';
+  return best;
 }
 
-bool IsUtf8(std::string_view text) {
-  std::size_t following = 0;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (following > 0) {
-      if ((byte & 0xC0U) != 0x80U) return false;
-      --following;
-    } else if (byte >= 0x80U) {
-      following = byte >= 0xF5U ? 4 : byte >= 0xF0U ? 3 : byte >= 0xE0U ? 2 : byte >= 0xC2U ? 1 : 4;
-      if (following == 4) return false;
-    }
+NumberStyle StyleOf(const Lines& lines, char separator) {
+  NumberStyleVotes votes;
+  for (const Line& line : lines) {
+    for (const std::string& field : line) votes.Add(field);
   }
-  return following == 0;
-}
-
-/// Old recorders write their units in Latin-1.
-std::string ToUtf8(std::string_view text) {
-  if (IsUtf8(text)) return std::string(text);
-  std::string converted;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x80U) {
-      converted += c;
-    } else {
-      converted += static_cast<char>(0xC0U | (byte >> 6U));
-      converted += static_cast<char>(0x80U | (byte & 0x3FU));
-    }
-  }
-  return converted;
+  return votes.Style(separator);
 }
 
 std::string Trimmed(std::string_view text) { return std::string(TrimmedField(text)); }
@@ -103,7 +120,6 @@ CsvColumn NamedColumn(std::size_t field, std::string_view header) {
   return {.field = field,
           .name = std::move(text.before),
           .unit = std::move(text.inside),
-          .in_fields = {},
           .heading = std::string(header)};
 }
 
@@ -115,13 +131,15 @@ std::string UnitOf(std::string_view field) {
 
 /// Seconds in a unit of time; nothing if it is none.
 std::optional<double> SecondsIn(std::string_view unit) {
-  static constexpr std::array<std::pair<std::string_view, double>, 14> kUnits{{
+  static constexpr std::array<std::pair<std::string_view, double>, 18> kUnits{{
       {"s", 1},
       {"sec", 1},
+      {"secs", 1},
       {"second", 1},
       {"seconds", 1},
       {"ms", 1e-3},
       {"msec", 1e-3},
+      {"milliseconds", 1e-3},
       {"us", 1e-6},
       {"\xC2\xB5s", 1e-6},  // the micro sign
       {"\xCE\xBCs", 1e-6},  // the Greek letter
@@ -130,6 +148,8 @@ std::optional<double> SecondsIn(std::string_view unit) {
       {"minutes", 60},
       {"h", 3600},
       {"hours", 3600},
+      {"d", 86400},
+      {"days", 86400},
   }};
   for (const auto& [name, seconds] : kUnits) {
     if (SameIgnoringCase(unit, name)) return seconds;
@@ -141,7 +161,8 @@ bool NamesTime(const CsvColumn& column) {
   if (!column.unit.empty() && !SecondsIn(column.unit)) return false;
   if (column.name == "t") return true;  // a capital T is a temperature
   const std::string_view name = column.name;
-  for (const std::string_view word : {"s", "sec", "seconds", "ms", "elapsed", "zeit"}) {
+  for (const std::string_view word :
+       {"s", "sec", "seconds", "ms", "elapsed", "zeit", "datum", "uhrzeit", "epoch"}) {
     if (SameIgnoringCase(name, word)) return true;
   }
   for (const std::string_view word : {"time", "date", "elapsed "}) {
@@ -150,250 +171,333 @@ bool NamesTime(const CsvColumn& column) {
   return false;
 }
 
-/// The lines as wide as the table, and what stands before them.
-struct Table {
-  Lines lines;
-  std::size_t preamble = 0;
-};
-
-Table CutPreamble(Lines lines) {
-  std::vector<std::size_t> widths;
-  for (const auto& line : lines) widths.push_back(line.size());
-  const std::size_t width = MostCommon(widths);
-  Table table;
-  const auto first = std::ranges::find(widths, width);
-  table.preamble = static_cast<std::size_t>(first - widths.begin());
-  for (std::size_t i = table.preamble; i < lines.size(); ++i) {
-    lines[i].resize(width);
-    table.lines.push_back(std::move(lines[i]));
-  }
-  return table;
+/// A unit as it stands in a line of units.
+bool LooksLikeUnit(std::string_view field) {
+  const std::string_view text = TrimmedField(field);
+  if (text.empty() || text.size() > 12) return false;
+  const bool bracketed =
+      (text.front() == '[' && text.back() == ']') || (text.front() == '(' && text.back() == ')');
+  const bool has_sign = text.find_first_of("/%^") != text.npos ||
+                        std::ranges::any_of(text, [](char c) { return (c & 0x80) != 0; });
+  static constexpr std::array<std::string_view, 24> kUnits{
+      "W", "kW", "MW", "VA", "K", "C", "F", "g",   "kg",  "N",   "Nm", "J",
+      "m", "mm", "cm", "km", "l", "L", "T", "rpm", "ppm", "deg", "dB", "psi"};
+  return bracketed || has_sign || SecondsIn(text) || std::ranges::count(kUnits, text) > 0 ||
+         std::ranges::any_of(std::array{"V", "A", "Hz", "Pa", "Ohm", "bar"},
+                             [&](const char* unit) { return UnitFactor(text, unit).has_value(); });
 }
 
-bool IsTime(std::string_view field, NumberStyle style) {
-  return TimeOfField(field, style).has_value();
-}
-
-int TimeEvidence(std::string_view field, NumberStyle style) {
-  return IsTime(field, style) ? 1 : -1;
-}
-
-bool IsNumber(std::string_view field, NumberStyle style) {
-  return ReadNumber(field, style).has_value();
-}
-
-NumberStyle StyleOf(const Lines& lines, char separator) {
-  NumberStyleVotes votes;
-  for (const auto& line : lines) {
-    for (const std::string& field : line) votes.Add(field);
-  }
-  return votes.Style(separator);
-}
-
-/// The unit of the header, if the ones in the fields differ from it in their prefixes only, or the
-/// first one in a field.
-void FindUnitInFields(CsvColumn& column, const Lines& lines, std::size_t from, NumberStyle style) {
-  for (std::size_t i = from; i < lines.size() && column.in_fields.empty(); ++i) {
-    const auto number = ReadNumber(lines[i][column.field], style);
-    if (!number || number->unit.empty()) continue;
-    column.in_fields = UnitFactor(number->unit, column.unit) ? column.unit : number->unit;
-  }
-  if (column.unit.empty()) column.unit = ToUtf8(column.in_fields);
-}
-
-/// Some filled field of the column passes, from line `from` on, and no fewer than fail.
-bool MostlyPass(const Lines& lines, std::size_t field, std::size_t from, NumberStyle style,
-                int (*evidence)(std::string_view, NumberStyle)) {
+/// What the numbers of a column say for it, from line `from` on.
+bool IsNumeric(const Lines& lines, std::size_t field, std::size_t from, NumberStyle style) {
   std::ptrdiff_t balance = 0;
   bool any = false;
   for (std::size_t i = from; i < lines.size(); ++i) {
-    const std::string& text = lines[i][field];
-    if (TrimmedField(text).empty()) continue;
-    const int says = evidence(text, style);
+    if (field >= lines[i].size() || IsComment(lines[i]) || IsEmpty(lines[i][field])) continue;
+    const int says = NumberEvidence(lines[i][field], style);
     balance += says;
     any = any || says > 0;
   }
   return any && balance >= 0;
 }
 
-/// Whether the line tells of the numeric columns in words.
-bool IsWords(const std::vector<std::string>& line, const std::vector<std::size_t>& numeric,
-             NumberStyle style) {
-  return std::ranges::any_of(numeric, [&](std::size_t field) {
-    return !TrimmedField(line[field]).empty() && !IsNumber(line[field], style);
-  });
+/// The filled fields of a column, from line `from` on.
+std::vector<std::string_view> Filled(const Lines& lines, std::size_t field, std::size_t from) {
+  std::vector<std::string_view> fields;
+  for (std::size_t i = from; i < lines.size(); ++i) {
+    if (field >= lines[i].size() || IsComment(lines[i]) || IsEmpty(lines[i][field])) continue;
+    fields.push_back(lines[i][field]);
+  }
+  return fields;
 }
 
-/// Whether the first column rises from line to line, and whether it does so in even steps.
+/// What a column of times holds, in most of its fields.
+enum class TimeKind { kNone, kDates, kClock, kBoth };
+
+TimeKind TimeKindOf(const std::vector<std::string_view>& fields) {
+  std::array<std::size_t, 4> counts{};
+  for (const std::string_view field : fields) {
+    auto time = ReadTime(field, DateOrder::kMonthFirst);
+    if (!time) time = ReadTime(field, DateOrder::kDayFirst);
+    const std::size_t kind = !time ? 0 : !time->has_date ? 2 : !time->has_clock ? 1 : 3;
+    ++counts[kind];
+  }
+  const auto most = std::ranges::max_element(counts);
+  return fields.empty() ? TimeKind::kNone : static_cast<TimeKind>(most - counts.begin());
+}
+
+/// Whether numbers rise from line to line, and whether they do so in even steps.
 struct Rise {
   bool rises = true;
   bool even = true;
 };
 
-Rise RiseOfFirst(const Lines& lines, std::size_t from, NumberStyle style) {
+Rise RiseOf(const std::vector<double>& numbers) {
   std::vector<double> steps;
-  std::optional<double> last;
-  for (std::size_t i = from; i < lines.size(); ++i) {
-    const std::optional<double> time = TimeOfField(lines[i][0], style);
-    if (!time) return {.rises = false, .even = false};
-    if (last) steps.push_back(*time - *last);
-    last = time;
-  }
+  for (std::size_t i = 1; i < numbers.size(); ++i) steps.push_back(numbers[i] - numbers[i - 1]);
   if (steps.size() < 2) return {.rises = !steps.empty() && steps[0] > 0, .even = false};
   const auto [least, greatest] = std::ranges::minmax_element(steps);
   return {.rises = *least > 0, .even = *least > 0 && *greatest < 1.5 * *least};
 }
 
-std::optional<int> DigitsAt(std::string_view text, std::size_t place, std::size_t count) {
-  if (place + count > text.size()) return std::nullopt;
-  int number = 0;
-  const char* const end = text.data() + place + count;
-  const auto [stop, error] = std::from_chars(text.data() + place, end, number);
-  if (error != std::errc{} || stop != end || number < 0) return std::nullopt;
-  return number;
-}
-
-/// Days from 1970-01-01 in the Gregorian calendar.
-std::optional<double> DaysOfDate(std::string_view date) {
-  if (date.size() != 10 || date[4] != date[7] || (date[4] != '-' && date[4] != '/')) {
-    return std::nullopt;
+/// One sight of the first lines, step by step.
+class Finder {
+ public:
+  Finder(std::string_view head, std::optional<DateOrder> order) : order_(order) {
+    layout_.separator = FindSeparator(head);
+    lines_ = CsvFields(head, layout_.separator, kSampleLines);
+    width_ = WidthOf(lines_);
+    layout_.style = StyleOf(lines_, layout_.separator);
   }
-  const auto year = DigitsAt(date, 0, 4);
-  const auto month = DigitsAt(date, 5, 2);
-  const auto day = DigitsAt(date, 8, 2);
-  if (!year || !month || !day || *month < 1 || *month > 12 || *day < 1 || *day > 31) {
-    return std::nullopt;
+
+  CsvLayout Find() {
+    if (width_ == 0) return layout_;
+    FindStart();
+    FindHeader();
+    layout_.lines_to_skip = start_;
+    FindTimes();
+    for (const std::size_t field : numeric_) {
+      if (IsOfTimes(field) || (field == 0 && AreRowNames())) continue;
+      layout_.columns.push_back(ColumnAt(field));
+      FindUnitInFields(layout_.columns.back());
+    }
+    return layout_;
   }
-  // Howard Hinnant's days_from_civil, with years that begin in March.
-  const int y = *month <= 2 ? *year - 1 : *year;
-  const int era = y / 400;
-  const int year_of_era = y - era * 400;
-  const int day_of_year = (153 * (*month > 2 ? *month - 3 : *month + 9) + 2) / 5 + *day - 1;
-  const int day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
-  return era * 146097.0 + day_of_era - 719468;
-}
 
-std::optional<double> PlainOrNothing(std::string_view field, NumberStyle style) {
-  const auto number = ReadNumber(field, style);
-  if (!number || !number->unit.empty() || !std::isfinite(number->value)) return std::nullopt;
-  return number->value;
-}
+ private:
+  [[nodiscard]] bool IsFull(const Line& line) const {
+    return line.size() == width_ && !IsComment(line);
+  }
+  void FindNumeric(std::size_t from) {
+    numeric_.clear();
+    for (std::size_t field = 0; field < width_; ++field) {
+      if (IsNumeric(lines_, field, from, layout_.style)) numeric_.push_back(field);
+    }
+    first_kind_ = TimeKindOf(Filled(lines_, 0, from));
+  }
+  /// The first line of numbers, by what the second half of the lines holds.
+  void FindStart() {
+    std::vector<std::size_t> full;
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+      if (IsFull(lines_[i])) full.push_back(i);
+    }
+    FindNumeric(full[full.size() / 2]);
+    const auto begins = [&](std::size_t line) {
+      return !HasWords(lines_[line]) && 2 * FilledNumbers(lines_[line]) >= numeric_.size();
+    };
+    auto first = std::ranges::find_if(full, begins);
+    if (first == full.end()) first = full.begin();
+    start_ = *first;
+    FindNumeric(start_);
+  }
+  [[nodiscard]] std::size_t FilledNumbers(const Line& line) const {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        numeric_, [&](std::size_t field) { return field < line.size() && !IsEmpty(line[field]); }));
+  }
+  /// Whether the line has words where numbers or times should be.
+  [[nodiscard]] bool HasWords(const Line& line) const {
+    const bool words = std::ranges::any_of(numeric_, [&](std::size_t field) {
+      return field < line.size() && !IsEmpty(line[field]) && !IsNumber(line[field], layout_.style);
+    });
+    return words || (first_kind_ != TimeKind::kNone && !IsEmpty(line[0]) && !IsTime(line[0]));
+  }
+  /// The line as a header that stands right before the table; empty if it is none.
+  [[nodiscard]] Line HeaderOf(Line line) const {
+    if (IsComment(line) && !line.empty()) {
+      line[0].erase(0, line[0].starts_with("//") ? 2 : 1);
+      if (IsEmpty(line[0]) && line.size() == width_ + 1) line.erase(line.begin());
+      if (line.size() != width_) return {};
+    }
+    const bool has_row_names = line.size() + 1 == width_ && width_ > 1 && NamesNoRow(line);
+    if (has_row_names) line.insert(line.begin(), "");
+    if (line.size() + 1 == width_ && Filled(lines_, width_ - 1, start_).empty())
+      line.emplace_back();
+    if (line.size() > width_) line.resize(width_);  // lines may lack their last fields
+    if (line.size() != width_ || !HasWords(line)) return {};
+    return 2 * FilledNumbers(line) >= numeric_.size() ? line : Line{};
+  }
+  /// A header as R writes it has a name for every column but the first, which names the lines.
+  [[nodiscard]] bool NamesNoRow(const Line& line) const {
+    const bool last_is_filled = !Filled(lines_, width_ - 1, start_).empty();
+    return last_is_filled && (!IsNumeric(lines_, 0, start_, layout_.style) || CountsLines()) &&
+           std::ranges::none_of(line, IsEmpty);
+  }
+  [[nodiscard]] bool CountsLines() const {
+    const std::vector<double> numbers = NumbersOfFirst();
+    if (numbers.size() < 2 || (numbers[0] != 0 && numbers[0] != 1)) return false;
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      if (numbers[i] != numbers[0] + static_cast<double>(i)) return false;
+    }
+    return true;
+  }
+  [[nodiscard]] bool AreRowNames() const {
+    return !header_.empty() && width_ > 1 && IsEmpty(header_[0]) && CountsLines();
+  }
+  void FindHeader() {
+    if (start_ == 0) return;
+    const Line& before = lines_[start_ - 1];
+    const Line ahead = start_ > 1 ? HeaderOf(lines_[start_ - 2]) : Line{};
+    if (!ahead.empty() && before.size() == width_ && AreUnits(before)) {
+      header_ = ahead;
+      units_ = before;
+    } else {
+      header_ = HeaderOf(before);
+    }
+  }
+  [[nodiscard]] bool AreUnits(const Line& line) const {
+    std::size_t units = 0;
+    std::size_t others = 0;
+    for (const std::size_t field : numeric_) {
+      if (field >= line.size() || IsEmpty(line[field])) continue;
+      if (IsNumber(line[field], layout_.style)) return false;
+      ++(LooksLikeUnit(line[field]) ? units : others);
+    }
+    return units > others;
+  }
+  [[nodiscard]] CsvColumn ColumnAt(std::size_t field) const {
+    CsvColumn column = NamedColumn(field, header_.empty() ? "" : header_[field]);
+    if (!units_.empty() && !IsEmpty(units_[field])) column.unit = UnitOf(units_[field]);
+    return column;
+  }
+  /// The unit of the header, if the ones in the fields differ from it in their prefixes only, or
+  /// the first one in a field.
+  void FindUnitInFields(CsvColumn& column) const {
+    for (const std::string_view field : Filled(lines_, column.field, start_)) {
+      const auto number = ReadNumber(field, layout_.style);
+      if (!number || number->unit.empty()) continue;
+      column.in_fields = UnitFactor(number->unit, column.unit) ? column.unit : number->unit;
+      break;
+    }
+    if (column.unit.empty()) column.unit = ToUtf8(column.in_fields);
+  }
 
-/// `HH:MM`, `HH:MM:SS` or `HH:MM:SS.fff`, a time zone behind it left alone.
-std::optional<double> SecondsOfClock(std::string_view clock, NumberStyle style) {
-  const auto hours = DigitsAt(clock, 0, 2);
-  const auto minutes = DigitsAt(clock, 3, 2);
-  if (!hours || !minutes || clock[2] != ':') return std::nullopt;
-  const double whole = *hours * 3600.0 + *minutes * 60.0;
-  if (clock.size() == 5) return whole;
-  if (clock[5] != ':' || clock.size() < 8) return std::nullopt;
-  const std::size_t zone = clock.find_first_of("Zz+-", 6);
-  const auto seconds = PlainOrNothing(clock.substr(6, zone == clock.npos ? zone : zone - 6), style);
-  if (!seconds || *seconds < 0) return std::nullopt;
-  return whole + *seconds;
+  [[nodiscard]] std::vector<double> NumbersOfFirst() const {
+    std::vector<double> numbers;
+    for (const std::string_view field : Filled(lines_, 0, start_)) {
+      const auto number = ReadNumber(field, layout_.style);
+      if (number && number->unit.empty() && std::isfinite(number->value)) {
+        numbers.push_back(number->value);
+      }
+    }
+    return numbers;
+  }
+  [[nodiscard]] bool IsOfTimes(std::size_t field) const {
+    return layout_.times && (field == layout_.times->field || field == layout_.times->second_field);
+  }
+  void FindTimes() {
+    std::vector<TimeKind> kinds;
+    for (std::size_t field = 0; field < width_; ++field) {
+      kinds.push_back(TimeKindOf(Filled(lines_, field, start_)));
+    }
+    for (std::size_t field = 0; field + 1 < width_; ++field) {
+      const auto is = [&](TimeKind one, TimeKind other) {
+        return kinds[field] == one && kinds[field + 1] == other;
+      };
+      if (is(TimeKind::kDates, TimeKind::kClock) || is(TimeKind::kClock, TimeKind::kDates)) {
+        return SetTimes({.field = field, .second_field = field + 1});
+      }
+    }
+    if (kinds[0] != TimeKind::kNone) {
+      return SetTimes({.field = 0, .are_clock = kinds[0] == TimeKind::kClock});
+    }
+    const CsvColumn first = ColumnAt(0);
+    if (!numeric_.empty() && numeric_[0] == 0) {
+      FindNumberTimes(first);
+    } else if (NamesTime(first)) {
+      const auto fields = Filled(lines_, 0, start_);
+      if (!fields.empty()) layout_.unread_time = ToUtf8(fields[0]);
+    }
+    const auto both = std::ranges::find(kinds, TimeKind::kBoth);
+    if (layout_.times || both == kinds.end()) return;
+    const auto field = static_cast<std::size_t>(both - kinds.begin());
+    const DateOrder order = OrderOf(field);
+    const auto fields = Filled(lines_, field, start_);
+    const auto earliest = ReadTime(fields.front(), order);
+    const auto last = ReadTime(fields.back(), order);
+    if (earliest && last && last->seconds > earliest->seconds) SetTimes({.field = field});
+  }
+  void SetTimes(CsvTimes times) {
+    times.order = OrderOf(times.field);
+    if (times.second_field && OrderOf(*times.second_field) == DateOrder::kDayFirst) {
+      times.order = DateOrder::kDayFirst;
+    }
+    if (!header_.empty()) times.heading = header_[times.field];
+    layout_.unread_time.clear();
+    layout_.times = std::move(times);
+  }
+  [[nodiscard]] DateOrder OrderOf(std::size_t field) const {
+    return order_.value_or(OrderOfDates(Filled(lines_, field, start_)));
+  }
+  void FindNumberTimes(const CsvColumn& first) {
+    const std::vector<double> numbers = NumbersOfFirst();
+    if (numbers.empty()) return;
+    const Rise rise = RiseOf(numbers);
+    const auto unit = SecondsIn(first.unit);
+    const bool named = NamesTime(first);
+    const bool are_times =
+        named || (unit && rise.rises) || (header_.empty() && numeric_.size() > 1 && rise.even);
+    if (!are_times) return;
+    const bool are_days = named && AreSpreadsheetDays(numbers);
+    const auto told = unit ? unit : SecondsIn(first.name);
+    SetTimes({.field = 0,
+              .are_numbers = true,
+              .seconds_per_unit = told.value_or(SecondsPerUnit(numbers[0], are_days))});
+  }
+  /// Days since 1900 in 1970 to 2100, that go on by less than a day and need many decimals.
+  [[nodiscard]] bool AreSpreadsheetDays(const std::vector<double>& numbers) const {
+    const auto [least, greatest] = std::ranges::minmax_element(numbers);
+    if (*least < 25569 || *greatest > 73050) return false;
+    const auto fields = Filled(lines_, 0, start_);
+    const auto has_decimals = [](std::string_view field) {
+      const std::size_t mark = field.find_first_of(".,");
+      return mark != field.npos && TrimmedField(field.substr(mark)).size() > 4;
+    };
+    return 2 * static_cast<std::size_t>(std::ranges::count_if(fields, has_decimals)) >=
+           fields.size();
+  }
+
+  CsvLayout layout_;
+  std::optional<DateOrder> order_;
+  Lines lines_;
+  std::size_t width_ = 0;
+  std::size_t start_ = 0;
+  std::vector<std::size_t> numeric_;
+  TimeKind first_kind_ = TimeKind::kNone;
+  Line header_;
+  Line units_;
+};
+
+std::string DescriptionOf(const CsvTimes& times) {
+  std::string text = times.are_numbers ? "numbers" : times.are_clock ? "clock times" : "dates";
+  if (times.are_numbers) text += " of " + ShortestText(times.seconds_per_unit) + " s";
+  if (!times.are_numbers && !times.are_clock) {
+    text += times.order == DateOrder::kDayFirst ? " (day first)" : " (month first)";
+  }
+  text += " in field " + std::to_string(times.field + 1);
+  if (times.second_field) text += " and " + std::to_string(*times.second_field + 1);
+  return text;
 }
 
 }  // namespace
 
-std::optional<double> TimeOfField(std::string_view field, NumberStyle style) {
-  if (const auto number = PlainOrNothing(field, style)) return number;
-  const std::string text = Trimmed(field);
-  const std::string_view view = text;
-  const std::optional<double> days = DaysOfDate(view.substr(0, 10));
-  if (!days) return SecondsOfClock(view, style);
-  const double midnight = *days * 86400;
-  if (view.size() == 10) return midnight;
-  if (view[10] != 'T' && view[10] != ' ') return std::nullopt;
-  const auto clock = SecondsOfClock(view.substr(11), style);
-  if (!clock) return std::nullopt;
-  return midnight + *clock;
+CsvLayout FindCsvLayout(std::string_view head, std::optional<DateOrder> order) {
+  return Finder(head, order).Find();
 }
 
-CsvLayout FindCsvLayout(std::string_view head) {
-  CsvLayout layout;
-  layout.separator = FindSeparator(head);
-  const Table table = CutPreamble(CsvFields(head, layout.separator, kSampleLines));
-  if (table.lines.empty()) return layout;
-  const Lines& lines = table.lines;
-  const NumberStyle style = layout.style = StyleOf(lines, layout.separator);
-  const std::size_t width = lines[0].size();
-
-  // A header is no evidence of what a column holds, but a single line is all there is.
-  const std::size_t evidence = lines.size() > 1 ? 1 : 0;
-  std::vector<std::size_t> numeric;
-  for (std::size_t field = 0; field < width; ++field) {
-    if (MostlyPass(lines, field, evidence, style, NumberEvidence)) numeric.push_back(field);
+std::string Description(const CsvLayout& layout) {
+  static const std::map<char, std::string_view> kNames{
+      {',', "comma"}, {';', "semicolon"}, {'\t', "tab"}, {'|', "bar"}, {' ', "blanks"}};
+  const auto name = kNames.find(layout.separator);
+  std::string text = "separator " + std::string(name == kNames.end() ? "none" : name->second);
+  if (layout.style.decimal_comma) text += ", decimal comma";
+  text += "; lines ahead of the numbers: " + std::to_string(layout.lines_to_skip);
+  text += "; times: " + (layout.times ? DescriptionOf(*layout.times) : "none");
+  text += "; columns:";
+  for (const CsvColumn& column : layout.columns) {
+    text += column.field == layout.columns.front().field ? " " : ", ";
+    text += column.name.empty() ? "(no name)" : column.name;
+    if (!column.unit.empty()) text += " [" + column.unit + "]";
   }
-  const bool starts_with_times = MostlyPass(lines, 0, evidence, style, TimeEvidence);
-  const bool has_header =
-      IsWords(lines[0], numeric, style) ||
-      (starts_with_times && IsWords(lines[0], {0}, style) && !IsTime(lines[0][0], style));
-  const bool has_units = has_header && lines.size() > 2 && IsWords(lines[1], numeric, style) &&
-                         std::ranges::none_of(numeric, [&](std::size_t field) {
-                           return IsNumber(lines[1][field], style);
-                         });
-  const std::size_t first = (has_header ? 1U : 0U) + (has_units ? 1U : 0U);
-  layout.lines_to_skip = table.preamble + first;
-
-  const auto column_at = [&](std::size_t field) {
-    std::string header = has_header ? lines[0][field] : "";
-    if (field == 0 && header.starts_with('#')) header.erase(0, 1);
-    CsvColumn column = NamedColumn(field, header);
-    if (has_units) column.unit = UnitOf(lines[1][field]);
-    FindUnitInFields(column, lines, first, style);
-    return column;
-  };
-
-  if (starts_with_times) {
-    const CsvColumn column = column_at(0);
-    const Rise rise = RiseOfFirst(lines, first, style);
-    const bool is_number = !numeric.empty() && numeric[0] == 0;
-    const auto unit = SecondsIn(column.unit);
-    layout.has_times = !is_number || NamesTime(column) || (unit && rise.rises) ||
-                       (!has_header && numeric.size() > 1 && rise.even);
-    if (is_number) layout.seconds_per_time_unit = unit.value_or(SecondsIn(column.name).value_or(1));
-  }
-  for (const std::size_t field : numeric) {
-    if (field == 0 && layout.has_times) continue;
-    layout.columns.push_back(column_at(field));
-  }
-  return layout;
-}
-
-void TimeSteps::Add(double seconds) {
-  const std::optional<double> last = std::exchange(last_, seconds);
-  if (!last) return;
-  const double step = seconds - *last;
-  if (usual_ > 0) return AddIfUsual(sum_, step, usual_);
-  if (step > 0) first_steps_.push_back(step);
-  if (first_steps_.size() < kStepsForUsual) return;
-  usual_ = UsualStep();
-  for (const double first : first_steps_) AddIfUsual(sum_, first, usual_);
-}
-
-std::optional<double> TimeSteps::Rate() const {
-  Sum sum = sum_;
-  if (usual_ == 0 && !first_steps_.empty()) {
-    const double usual = UsualStep();
-    for (const double step : first_steps_) AddIfUsual(sum, step, usual);
-  }
-  if (sum.steps == 0) return std::nullopt;
-  const double rate = sum.steps / sum.seconds;
-  const double whole = std::round(rate);
-  return std::abs(rate - whole) < 1e-5 * rate ? whole : rate;
-}
-
-double TimeSteps::UsualStep() const {
-  std::vector<double> steps = first_steps_;
-  const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
-  std::ranges::nth_element(steps, middle);
-  return *middle;
-}
-
-void TimeSteps::AddIfUsual(Sum& sum, double step, double usual) {
-  if (step <= 0 || step > kLongStep * usual) return;
-  sum.seconds += step;
-  ++sum.steps;
+  return text;
 }
 
 }  // namespace vantoscope

@@ -1,5 +1,5 @@
 // What the columns of a CSV recording are: separator, header, channels, times; found once, from the
-// first lines. And what a field means as a time.
+// first lines.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "sources/recording/csv_numbers.h"
+#include "sources/recording/csv_times.h"
 
 namespace vantoscope {
 
@@ -20,53 +21,45 @@ struct CsvColumn {
   std::string heading = {};    ///< of the column, as it stands in the header
 };
 
+/// Where the times of a line stand.
+struct CsvTimes {
+  std::size_t field = 0;
+  std::optional<std::size_t> second_field = {};  ///< date and clock stand in two fields
+  bool are_numbers = false;
+  double seconds_per_unit = 1;  ///< of the numbers
+  bool are_clock = false;       ///< without dates: they begin anew at midnight
+  DateOrder order = DateOrder::kMonthFirst;
+  std::string heading = {};  ///< as it stands in the header
+};
+
 struct CsvLayout {
-  char separator = ',';
+  char separator = ',';  ///< a blank stands for any number of blanks and tabs
   NumberStyle style;
   std::size_t lines_to_skip = 0;  ///< preamble, header and line of units; blank lines not counted
-  bool has_times = false;         ///< the first field is a time
-  double seconds_per_time_unit = 1;
+  std::optional<CsvTimes> times;
+  std::string unread_time;         ///< a field of the column that is named as times, but holds none
   std::vector<CsvColumn> columns;  ///< the numeric columns without the times, in file order
 };
 
 /// Finds the layout from the first lines of a file.
 ///
-/// The separator is the semicolon, the tab or the comma, the first of these that most lines hold.
-/// The table is as wide as most of its lines; narrower lines before it are a preamble. A column is
-/// numeric when more of its filled fields are numbers than are not, and a first line whose fields
-/// are no numbers where the column is numeric is the header, `Level [m]` or `Level (m)` with a
-/// unit; a second such line gives the units. The first column holds times when it is named so, when
-/// its unit is one of time and it rises, or when a table without header has further columns and it
-/// rises in even steps.
+/// The separator is the semicolon, the tab, the comma, the bar or runs of blanks: the first of
+/// those that leave the most fields readable in lines of the same width. The table begins with the
+/// first line whose fields are readable where the columns are numeric, which later lines tell;
+/// ahead of it stand a line of units, the header, `Level [m]` or `Level (m)` with a unit, and a
+/// preamble. A comment begins with # % or //; right before the table it is the header. A first
+/// column that counts the lines and has no name is no channel: row names.
 ///
-/// `head` ends with a whole line. Without numeric columns the result has none.
-CsvLayout FindCsvLayout(std::string_view head);
+/// Times are a date beside a clock time, or the first column when it holds dates or clock times,
+/// when it is named so, when its unit is one of time and it rises, or when a table without header
+/// has further columns and it rises in even steps; else another column of dates with clock times
+/// that rise.
+///
+/// `head` ends with a whole line. Without numeric columns the result has none. `order` is what the
+/// user says of the dates.
+CsvLayout FindCsvLayout(std::string_view head, std::optional<DateOrder> order = {});
 
-/// A field as a time: a number, `[YYYY-MM-DD(T or blank)]HH:MM[:SS[.fff]]`, or a date alone. In the
-/// number's own unit, or in seconds.
-std::optional<double> TimeOfField(std::string_view field, NumberStyle style);
-
-/// The rate of a recording from its times, told one by one: the mean step, without the steps that
-/// are no rise or longer than three times the usual one (pauses, midnight, restarts). A rate within
-/// a hundred-thousandth of a whole number is that number: times are written with limited digits.
-class TimeSteps {
- public:
-  void Add(double seconds);
-  /// Scans per second; nothing before a second, later time.
-  [[nodiscard]] std::optional<double> Rate() const;
-
- private:
-  struct Sum {
-    double seconds = 0;
-    double steps = 0;
-  };
-  [[nodiscard]] double UsualStep() const;
-  static void AddIfUsual(Sum& sum, double step, double usual);
-
-  std::optional<double> last_;
-  std::vector<double> first_steps_;
-  double usual_ = 0;  // once enough steps are known
-  Sum sum_;
-};
+/// What a file was taken for: separator, decimal mark, times and columns with names and units.
+std::string Description(const CsvLayout& layout);
 
 }  // namespace vantoscope

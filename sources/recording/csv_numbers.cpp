@@ -170,19 +170,6 @@ double ValueOfDecimal(const std::string& decimal) {
   return value;
 }
 
-/// The plain form, at the speed of a large file.
-std::optional<double> PlainNumber(std::string_view field, NumberStyle style) {
-  if (field.front() == '+') field.remove_prefix(1);
-  const std::size_t first = field.starts_with('-') ? 1 : 0;
-  if (first >= field.size() || (!IsDigit(field[first]) && field[first] != '.')) return std::nullopt;
-  double value = 0;
-  const char* const end = field.data() + field.size();
-  const auto [stop, error] = std::from_chars(field.data(), end, value);
-  if (error != std::errc{} || stop != end) return std::nullopt;
-  if (style.group == '.' && field.find('.') != field.npos) return std::nullopt;
-  return value;
-}
-
 std::optional<FieldNumber> ReadSpelledNumber(std::string_view field, NumberStyle style) {
   if (const auto number = NumberOfWord(field)) return FieldNumber{.value = *number, .unit = {}};
   const double sign = TakeSign(field);
@@ -237,6 +224,18 @@ std::string_view TrimmedField(std::string_view field) {
   while (Take(field, kNoBreakSpace)) continue;
   while (field.ends_with(kNoBreakSpace)) field.remove_suffix(kNoBreakSpace.size());
   return TrimmedField(field);
+}
+
+std::optional<double> PlainNumber(std::string_view field, NumberStyle style) {
+  if (field.starts_with('+')) field.remove_prefix(1);
+  const std::size_t first = field.starts_with('-') ? 1 : 0;
+  if (first >= field.size() || (!IsDigit(field[first]) && field[first] != '.')) return std::nullopt;
+  double value = 0;
+  const char* const end = field.data() + field.size();
+  const auto [stop, error] = std::from_chars(field.data(), end, value);
+  if (error != std::errc{} || stop != end) return std::nullopt;
+  if (style.group == '.' && field.find('.') != field.npos) return std::nullopt;
+  return value;
 }
 
 std::optional<FieldNumber> ReadNumber(std::string_view field, NumberStyle style) {

@@ -1,5 +1,7 @@
 #include "sources/recording/csv_rows.h"
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 #include <new>
 #include <utility>
@@ -12,28 +14,42 @@ namespace {
 constexpr std::size_t kLongestField = std::size_t{1} << 20U;
 constexpr std::size_t kPiece = std::size_t{1} << 16U;
 
+constexpr double kDay = 86400;
+
 /// libcsv in its lenient mode: a quote in the middle of a field is text.
-void InitParser(csv_parser& parser, char separator) {
-  if (csv_init(&parser, 0) != 0) throw std::bad_alloc();
+void InitParser(csv_parser& parser, char separator, unsigned char options) {
+  if (csv_init(&parser, options) != 0) throw std::bad_alloc();
   csv_set_delim(&parser, static_cast<unsigned char>(separator));
   csv_set_blk_size(&parser, 4096);
 }
 
-bool IsComment(std::string_view field) {
-  return field.starts_with('#') || field.starts_with('%') || field.starts_with("//");
+/// The text with blanks for its tabs where blanks separate.
+std::string_view WithBlanks(std::string_view text, char separator, std::string& buffer) {
+  if (separator != ' ') return text;
+  buffer = text;
+  std::ranges::replace(buffer, '\t', ' ');
+  return buffer;
 }
 
 struct FieldList {
   std::vector<std::vector<std::string>> lines;
   std::vector<std::string> line;
   std::size_t max_lines;
+  bool runs;  // of blanks separate
 };
 
 }  // namespace
 
-CsvRows::CsvRows(CsvLayout layout, Take take)
+bool StartsComment(std::string_view field) {
+  const bool marked = field.starts_with('#') || field.starts_with('%') || field.starts_with("//");
+  return marked && !ReadNumber(field, {});
+}
+
+CsvRows::CsvRows(CsvLayout layout, bool goes_on, Take take)
     : layout_(std::move(layout)),
+      goes_on_(goes_on),
       take_(std::move(take)),
+      guard_(layout_.separator, [this](std::string_view piece) { Parse(piece); }),
       values_(layout_.columns.size(), std::numeric_limits<double>::quiet_NaN()),
       next_(values_) {
   for (std::size_t column = 0; column < layout_.columns.size(); ++column) {
@@ -41,7 +57,8 @@ CsvRows::CsvRows(CsvLayout layout, Take take)
     if (field >= column_of_field_.size()) column_of_field_.resize(field + 1);
     column_of_field_[field] = column;
   }
-  InitParser(parser_, layout_.separator);
+  fields_ = column_of_field_.size();
+  InitParser(parser_, layout_.separator, CSV_REPALL_NL);
 }
 
 CsvRows::~CsvRows() { csv_free(&parser_); }
@@ -50,16 +67,22 @@ void CsvRows::Feed(std::string_view bytes) {
   while (!bytes.empty()) {
     const std::string_view piece = bytes.substr(0, kPiece);
     bytes.remove_prefix(piece.size());
-    if (csv_parse(&parser_, piece.data(), piece.size(), &OnField, &OnLine, this) != piece.size()) {
-      throw std::bad_alloc();  // the one error of the lenient mode
-    }
+    guard_.Feed(piece);
     if (csv_get_buffer_size(&parser_) > kLongestField) {
       throw SourceError("a field is longer than a mebibyte, as after a quote that is not closed");
     }
   }
 }
 
+void CsvRows::Parse(std::string_view piece) {
+  const std::string_view text = WithBlanks(piece, layout_.separator, spaced_);
+  if (csv_parse(&parser_, text.data(), text.size(), &OnField, &OnLine, this) != text.size()) {
+    throw std::bad_alloc();  // the one error of the lenient mode
+  }
+}
+
 void CsvRows::Finish() {
+  guard_.Finish();
   finishing_ = true;
   csv_fini(&parser_, &OnField, &OnLine, this);
   finishing_ = false;
@@ -69,24 +92,68 @@ void CsvRows::OnField(void* bytes, std::size_t size, void* self) {
   static_cast<CsvRows*>(self)->TakeField({static_cast<const char*>(bytes), size});
 }
 
-void CsvRows::OnLine(int /*end*/, void* self) { static_cast<CsvRows*>(self)->TakeLine(); }
+void CsvRows::OnLine(int end, void* self) {
+  auto& rows = *static_cast<CsvRows*>(self);
+  if (rows.field_ == 0) {
+    rows.TakeBlankLine(end);
+  } else {
+    rows.TakeLine();
+  }
+  rows.last_end_ = end;
+}
 
 void CsvRows::TakeField(std::string_view field) {
+  if (field.empty() && layout_.separator == ' ') return;
   const std::size_t place = field_++;
-  if (line_ < layout_.lines_to_skip) return;
-  if (place == 0 && layout_.has_times) return TakeTime(field);
+  if (line_ < layout_.lines_to_skip || ended_) return;
+  if (IsOfTimes(place)) return TakeTime(place, field);
   if (place >= column_of_field_.size() || !column_of_field_[place]) return;
   TakeNumber(*column_of_field_[place], field);
 }
 
-void CsvRows::TakeTime(std::string_view field) {
-  seconds_ = TimeOfField(field, layout_.style);
-  if (seconds_) *seconds_ *= layout_.seconds_per_time_unit;
-  any_number_ = seconds_.has_value();
-  skip_ = !seconds_ && IsComment(field);
+bool CsvRows::IsOfTimes(std::size_t place) const {
+  return layout_.times && (place == layout_.times->field || place == layout_.times->second_field);
+}
+
+void CsvRows::TakeTime(std::size_t place, std::string_view field) {
+  if (const auto seconds = SecondsOf(field)) {
+    seconds_ += *seconds;
+    ++times_;
+    return;
+  }
+  skip_ = skip_ || (place == 0 && StartsComment(field)) ||
+          (!layout_.times->heading.empty() && field == layout_.times->heading);
+}
+
+std::optional<double> CsvRows::SecondsOf(std::string_view field) const {
+  if (!layout_.times->are_numbers) {
+    const auto time = ReadTime(field, layout_.times->order);
+    return time ? std::optional(time->seconds) : std::nullopt;
+  }
+  std::optional<double> number = PlainNumber(field, layout_.style);
+  if (!number) {
+    const auto spelled = ReadNumber(field, layout_.style);
+    if (!spelled || !spelled->unit.empty() || !std::isfinite(spelled->value)) return std::nullopt;
+    number = spelled->value;
+  }
+  return *number * layout_.times->seconds_per_unit;
+}
+
+/// The time of the line that has ended.
+std::optional<double> CsvRows::SecondsOfLine() {
+  if (times_ == 0 || times_ < (layout_.times->second_field ? 2U : 1U)) return std::nullopt;
+  if (!layout_.times->are_clock) return seconds_;
+  if (seconds_ < last_clock_ - kDay / 2) midnight_ += kDay;
+  last_clock_ = seconds_;
+  return midnight_ + seconds_;
 }
 
 void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
+  if (const auto plain = PlainNumber(field, layout_.style)) {
+    next_[column] = *plain;
+    any_number_ = true;
+    return;
+  }
   const CsvColumn& told = layout_.columns[column];
   const auto written = ReadNumber(field, layout_.style);
   const auto number = written ? NumberIn(*written, told.in_fields) : std::nullopt;
@@ -97,44 +164,70 @@ void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
     return;
   }
   any_words_ = true;
-  skip_ = skip_ || (told.field == 0 && IsComment(field)) ||
+  skip_ = skip_ || (told.field == 0 && StartsComment(field)) ||
           (!told.heading.empty() && field == told.heading);
 }
 
+void CsvRows::TakeBlankLine(int end) {
+  if (end == '\n' && last_end_ == '\r') return;  // two bytes of one line end
+  ++blank_lines_;
+}
+
+bool CsvRows::BeginsAnotherTable() const {
+  if (!begun_ || skip_ || finishing_) return false;
+  const bool words = blank_lines_ > 0 && !any_number_ && times_ == 0 && any_words_ && field_ > 1;
+  return words || (layout_.separator == ' ' && blank_lines_ > 1 && !goes_on_);
+}
+
 bool CsvRows::Counts() const {
-  if (line_ < layout_.lines_to_skip || skip_ || (finishing_ && !IsWhole())) return false;
-  return any_number_ || (any_words_ && !layout_.has_times && IsWhole());
+  if (line_ < layout_.lines_to_skip || skip_ || ended_ || (finishing_ && !IsWhole())) return false;
+  return any_number_ || times_ > 0 || (any_words_ && !layout_.times && IsWhole());
 }
 
 void CsvRows::TakeLine() {
+  if (BeginsAnotherTable()) {
+    skip_ = true;
+    ended_ = !goes_on_;
+  }
   if (Counts()) {
+    begun_ = true;
     values_ = next_;
-    take_({.seconds = seconds_, .values = values_, .line = line_});
+    take_({.seconds = SecondsOfLine(), .values = values_, .line = line_});
   } else {
     next_ = values_;
   }
   ++line_;
-  field_ = 0;
-  seconds_.reset();
+  field_ = blank_lines_ = times_ = 0;
+  seconds_ = 0;
   any_number_ = any_words_ = skip_ = false;
 }
 
 std::vector<std::vector<std::string>> CsvFields(std::string_view text, char separator,
                                                 std::size_t max_lines) {
-  FieldList list{.lines = {}, .line = {}, .max_lines = max_lines};
+  FieldList list{.lines = {}, .line = {}, .max_lines = max_lines, .runs = separator == ' '};
   const auto on_field = [](void* bytes, std::size_t size, void* data) {
     auto& fields = *static_cast<FieldList*>(data);
-    if (fields.lines.size() >= fields.max_lines) return;
+    if (fields.lines.size() >= fields.max_lines || (fields.runs && size == 0)) return;
     fields.line.emplace_back(static_cast<const char*>(bytes), size);
   };
   const auto on_line = [](int, void* data) {
     auto& fields = *static_cast<FieldList*>(data);
-    if (fields.lines.size() >= fields.max_lines) return;
+    if (fields.lines.size() >= fields.max_lines || fields.line.empty()) return;
     fields.lines.push_back(std::exchange(fields.line, {}));
   };
   csv_parser parser{};
-  InitParser(parser, separator);
-  csv_parse(&parser, text.data(), text.size(), on_field, on_line, &list);
+  InitParser(parser, separator, 0);
+  std::string buffer;
+  QuoteGuard guard(separator, [&](std::string_view piece) {
+    const std::string_view bytes = WithBlanks(piece, separator, buffer);
+    csv_parse(&parser, bytes.data(), bytes.size(), on_field, on_line, &list);
+  });
+  constexpr std::size_t kStep = 4096;
+  for (; !text.empty() && list.lines.size() < max_lines;
+       text.remove_prefix(std::min(kStep, text.size()))) {
+    guard.Feed(text.substr(0, kStep));
+  }
+  guard.Finish();
   csv_fini(&parser, on_field, on_line, &list);
   csv_free(&parser);
   return std::move(list.lines);

@@ -13,12 +13,16 @@
 #include <vector>
 
 #include "sources/recording/csv_layout.h"
+#include "sources/recording/csv_quotes.h"
 
 namespace vantoscope {
 
+/// The separator of a file with one column; no text has it.
+inline constexpr char kNoSeparator = '\x1F';
+
 /// One line of the table.
 struct CsvRow {
-  std::optional<double> seconds;   ///< of the times column
+  std::optional<double> seconds;   ///< its time
   std::span<const double> values;  ///< one for each column of the layout
   std::size_t line = 0;            ///< counted from 0, without blank ones
 };
@@ -30,8 +34,10 @@ class CsvRows {
   /// Lines go to `take`, which must not throw: a C library calls it. An empty or missing field
   /// repeats the value before it in its column, nan ahead of the first one: the rows of a slower
   /// channel. A field that is no number is nan. Skipped are comments, the header again, and a line
-  /// without any number that has no readable time or too few fields.
-  CsvRows(CsvLayout layout, Take take);
+  /// without any number that has no readable time or too few fields. A table ends where another one
+  /// begins: with words behind a blank line, or, of columns between blanks, behind two of them;
+  /// `goes_on` tells to skip the words and read on.
+  CsvRows(CsvLayout layout, bool goes_on, Take take);
   CsvRows(const CsvRows&) = delete;
   CsvRows& operator=(const CsvRows&) = delete;
   ~CsvRows();
@@ -42,33 +48,58 @@ class CsvRows {
   void Finish();
   /// From here on the lines are part of the table; skips nothing more.
   void SkipNoMore() { line_ = layout_.lines_to_skip; }
+  /// Whether another table began, which is not read.
+  [[nodiscard]] bool TableEnded() const { return ended_; }
 
  private:
   static void OnField(void* bytes, std::size_t size, void* self);
   static void OnLine(int end, void* self);
+  void Parse(std::string_view piece);
   void TakeField(std::string_view field);
-  void TakeTime(std::string_view field);
+  void TakeTime(std::size_t place, std::string_view field);
   void TakeNumber(std::size_t column, std::string_view field);
+  void TakeBlankLine(int end);
   void TakeLine();
-  [[nodiscard]] bool IsWhole() const { return field_ >= column_of_field_.size(); }
+  [[nodiscard]] bool IsOfTimes(std::size_t place) const;
+  [[nodiscard]] std::optional<double> SecondsOf(std::string_view field) const;
+  [[nodiscard]] std::optional<double> SecondsOfLine();
+  [[nodiscard]] bool IsWhole() const { return field_ >= fields_; }
+  [[nodiscard]] bool BeginsAnotherTable() const;
   [[nodiscard]] bool Counts() const;
 
   CsvLayout layout_;
+  bool goes_on_;
   Take take_;
+  QuoteGuard guard_;
   csv_parser parser_{};
+  std::string spaced_;  // a piece with blanks for its tabs
   std::vector<std::optional<std::size_t>> column_of_field_;
+  std::size_t fields_ = 0;      // that a line needs to be whole
   std::vector<double> values_;  // of the last line that counted
   std::vector<double> next_;    // and of the present one
-  std::optional<double> seconds_;
   std::size_t field_ = 0;
   std::size_t line_ = 0;
-  bool any_number_ = false;  // these three of the present line
-  bool any_words_ = false;   // where numbers should be
-  bool skip_ = false;
+  std::size_t blank_lines_ = 0;  // right before the present one
+  int last_end_ = 0;
   bool finishing_ = false;
+  bool begun_ = false;
+  bool ended_ = false;
+  // Of the present line:
+  double seconds_ = 0;
+  std::size_t times_ = 0;  // how many fields of its time were read
+  bool any_number_ = false;
+  bool any_words_ = false;  // where numbers should be
+  bool skip_ = false;
+  // Clock times begin anew at midnight.
+  double last_clock_ = 0;
+  double midnight_ = 0;
 };
 
-/// Every field of every line, as text. For the first lines of a file, not for all of it.
+/// Whether a line that begins with that field is a comment.
+bool StartsComment(std::string_view field);
+
+/// Every field of every line that is not blank, as text. For the first lines of a file, not for
+/// all.
 std::vector<std::vector<std::string>> CsvFields(std::string_view text, char separator,
                                                 std::size_t max_lines);
 

@@ -1,9 +1,7 @@
 #include "sources/recording/follow.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <iostream>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -11,7 +9,6 @@
 #include "sources/channel_words.h"
 #include "sources/freshness.h"
 #include "sources/recording/csv_file.h"
-#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -52,17 +49,13 @@ class ScanStore {
   std::int64_t total_ = 0;
 };
 
-void Say(const std::string& sentence) {
-  std::cerr << std::string(program_invocation_short_name) + ": " + Escaped(sentence) + '\n';
-}
-
 class Follow final : public Device {
  public:
-  Follow(std::string name, std::unique_ptr<RecordedFile> file, std::optional<double> rate,
+  Follow(std::string name, std::unique_ptr<RecordedFile> file, const CsvReading& reading,
          std::optional<Range> range, FollowClocks clocks)
       : name_(std::move(name)),
         clocks_(std::move(clocks)),
-        csv_(std::move(file), true, [this](const CsvRow& row) { Take(row); }),
+        csv_(std::move(file), reading, [this](const CsvRow& row) { Take(row); }),
         columns_(ListColumns(csv_.Layout(), csv_.File().Path())),
         values_(columns_),
         store_(columns_.size()) {
@@ -80,7 +73,8 @@ class Follow final : public Device {
                         "' cannot be followed: " + values_.FirstRefused()->reason + ".");
     }
     NoteReading(0);
-    rate_ = rate.value_or(steps_.Rate().value_or(1));
+    SetRate(reading.rate);
+    csv_.Explain(rate_);
     for (std::size_t channel = 0; channel < channels_.size(); ++channel) SetRange(channel, range);
     opened_ = true;
   }
@@ -154,6 +148,15 @@ class Follow final : public Device {
     channel.high = range.high;
   }
 
+  void SetRate(std::optional<double> wanted) {
+    const std::optional<double> told = wanted ? wanted : steps_.Rate();
+    rate_ = told.value_or(1);
+    if (told || !csv_.Layout().times) return;
+    SayOfRecording(TheRecording(csv_.File().Path()) +
+                   " has no two times yet that tell its rate: it is taken for one line a second; "
+                   "?rate=R says otherwise.");
+  }
+
   /// From the extent of the values so far to a range.
   void SetRange(std::size_t place, std::optional<Range> wanted) {
     ChannelInfo& channel = channels_[place];
@@ -190,8 +193,8 @@ class Follow final : public Device {
   void SayRefused() {
     if (said_refused_ || !values_.FirstRefused()) return;
     said_refused_ = true;
-    Say("The recording '" + csv_.File().Path() + "': " + values_.FirstRefused()->reason +
-        "; such values are shown as nan.");
+    SayOfRecording(TheRecording(csv_.File().Path()) + ": " + values_.FirstRefused()->reason +
+                   "; such values are shown as nan.");
   }
 
   /// New rows are as old as the file says, but were not there when it was read before: so a file
@@ -225,9 +228,11 @@ class Follow final : public Device {
 }  // namespace
 
 std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFile> file,
-                                   std::optional<double> rate, std::optional<Range> range,
+                                   CsvReading reading, std::optional<Range> range,
                                    FollowClocks clocks) {
-  return std::make_unique<Follow>(std::move(name), std::move(file), rate, range, std::move(clocks));
+  reading.followed = true;
+  return std::make_unique<Follow>(std::move(name), std::move(file), reading, range,
+                                  std::move(clocks));
 }
 
 }  // namespace vantoscope

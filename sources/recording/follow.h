@@ -8,6 +8,7 @@
 #include "sources/clock.h"
 #include "sources/device.h"
 #include "sources/range.h"
+#include "sources/recording/csv_file.h"
 #include "sources/recording/recorded_file.h"
 
 namespace vantoscope {
@@ -18,9 +19,9 @@ struct FollowClocks {
   Clock steady = SteadyTime;
 };
 
-/// Throws SourceError as OpenRecording does. `rate` overrides what the times in the file say.
+/// Throws SourceError as OpenRecording does.
 std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFile> file,
-                                   std::optional<double> rate, std::optional<Range> range,
+                                   CsvReading reading, std::optional<Range> range,
                                    FollowClocks clocks = {});
 
 }  // namespace vantoscope

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -19,6 +20,7 @@ namespace {
 
 constexpr std::size_t kMostSamples = 100'000'000;
 constexpr std::size_t kCsvPiece = std::size_t{1} << 22U;
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr std::int64_t kMillisecond = 1'000'000;
 
 struct Options {
@@ -27,6 +29,11 @@ struct Options {
   std::optional<double> start;  // seconds since the Unix epoch
   std::optional<double> rate;
   std::optional<Range> range;
+  std::optional<DateOrder> dates;
+
+  [[nodiscard]] CsvReading Reading() const {
+    return {.followed = follow, .dates = dates, .rate = rate};
+  }
 };
 
 bool TakeFlag(DeviceText& device, std::string_view name) {
@@ -38,6 +45,15 @@ bool TakeFlag(DeviceText& device, std::string_view name) {
   return value.has_value();
 }
 
+std::optional<DateOrder> TakeDates(DeviceText& device) {
+  const std::optional<std::string> value = TakeOption(device, "dates");
+  if (!value) return std::nullopt;
+  if (*value == "dmy") return DateOrder::kDayFirst;
+  if (*value == "mdy") return DateOrder::kMonthFirst;
+  throw SourceError("The device option dates=" + *value +
+                    " is neither dmy, with the day first, nor mdy, with the month first.");
+}
+
 Options TakeOptions(DeviceText device) {
   Options options;
   options.follow = TakeFlag(device, "follow");
@@ -45,7 +61,8 @@ Options TakeOptions(DeviceText device) {
   options.start = TakeNumber(device, "start", -1e9, 9e9);
   options.rate = TakeNumber(device, "rate", 0.001, 1e6);
   options.range = TakeRange(device, "range");
-  RefuseOtherOptions(device, "follow, loop, start, rate and range");
+  options.dates = TakeDates(device);
+  RefuseOtherOptions(device, "follow, loop, start, rate, range and dates");
   if (options.follow && (options.loop || options.start)) {
     throw SourceError("A recording that is followed has no loop and no start.");
   }
@@ -70,12 +87,27 @@ Range NotEmpty(Range range) {
                     " (line " + std::to_string(csv.NumberOfLine(refused.line)) + ").");
 }
 
+void SetTimes(RecordedScans& recorded, const CsvFile& csv, Timeline timeline) {
+  const auto refuse = [&](const std::string& why) {
+    throw SourceError(TheRecording(csv.File().Path()) + " " + why +
+                      "; ?rate=R says how many lines make a second.");
+  };
+  if (timeline.backwards) {
+    refuse("has times that run backwards, the first of them in its row of numbers " +
+           std::to_string(*timeline.backwards + 1));
+  }
+  if (!timeline.rate) refuse("has times that do not rise");
+  recorded.rate = *timeline.rate;
+  recorded.times = std::move(timeline.times);
+}
+
 RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& options) {
   std::vector<std::vector<double>> values;
   std::optional<ChannelValues> channel_values;
-  TimeSteps steps;
-  CsvFile csv(std::move(file), false, [&](const CsvRow& row) {
-    if (row.seconds) steps.Add(*row.seconds);
+  std::vector<double> seconds;
+  bool has_times = false;
+  CsvFile csv(std::move(file), options.Reading(), [&](const CsvRow& row) {
+    if (has_times) seconds.push_back(row.seconds.value_or(kNan));
     for (std::size_t channel = 0; channel < values.size(); ++channel) {
       values[channel].push_back((*channel_values)(channel, row));
     }
@@ -83,6 +115,7 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
   std::vector<ListedColumn> columns = ListColumns(csv.Layout(), csv.File().Path());
   channel_values.emplace(columns);
   values.resize(columns.size());
+  has_times = csv.Layout().times && !options.rate;
   const auto scans = [&] { return values.front().size(); };
   while (csv.ReadOn(kCsvPiece)) {
     if (scans() * values.size() <= kMostSamples) continue;
@@ -97,7 +130,9 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
   }
 
   RecordedScans recorded;
-  recorded.rate = steps.Rate().value_or(1);
+  if (has_times && scans() > 1) SetTimes(recorded, csv, TimelineOf(std::move(seconds)));
+  if (options.rate) recorded.rate = *options.rate;
+  csv.Explain(recorded.rate);
   for (std::size_t channel = 0; channel < columns.size(); ++channel) {
     ChannelInfo& info = columns[channel].info;
     StoredChannel stored = StoredChannel::Packed(std::exchange(values[channel], {}));
@@ -168,7 +203,7 @@ std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
       throw SourceError("The recording '" + device.rest +
                         "' is a sound file, which cannot be followed.");
     }
-    return MakeFollow(FullText(device), std::move(file), options.rate, options.range,
+    return MakeFollow(FullText(device), std::move(file), options.Reading(), options.range,
                       {.wall = std::move(clock)});
   }
   RecordedScans recorded = is_sound ? ReadSoundScans(*file, options) : ReadCsv(file, options);

@@ -18,20 +18,24 @@ namespace vantoscope {
 ///                 the time of opening and shows in the device text, so that whoever opens that
 ///                 text is in step
 ///   rate=R        scans per second, 0.001 to 1000000; else that of the sound file, that of the
-///                 times in the CSV file, or 1
+///                 times in the CSV file, or 1 without times
+///   dates=dmy|mdy whether 01/02/2024 is in February or in January, where the file leaves it open
 ///   range=LO..HI  range of the analog channels. CSV: the values stay what they are, and the
 ///                 range grows to enclose them. Sound: the values that full scale stands for
 ///
 /// Replay: the first scan stands for everything before scan 0, and the host is gone after the last
-/// one. The range of a CSV channel is that of its values.
+/// one. The range of a CSV channel is that of its values. Lines whose times have unequal steps are
+/// replayed at their own times; times that cannot be read, do not rise or run backwards are
+/// refused.
 ///
 /// Follow: blocks come from the newest 32768 scans; of a long file only the end is read. Without
 /// range= it is the smallest of 1, 2, 5, 10, 20 ... to both sides that holds twice the values there
 /// are at opening; a later value beyond it widens it in the same way.
 ///
-/// Both: the host is gone when the file vanishes, is replaced or is truncated. Special channels are
-/// columns of their names, DigIn, Cntr and RCntr; a byte of DigIn may be written signed. Analog
-/// channels are numbered from 1 in file order. Throws SourceError with what, which and why.
+/// What is missing or unreadable is nan, over range an infinity. Both: the host is gone when the
+/// file vanishes, is replaced or is truncated. Special channels are columns of their names, DigIn,
+/// Cntr and RCntr; a byte of DigIn may be written signed. Analog channels are numbered from 1 in
+/// file order. Throws SourceError with what, which and why.
 std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock);
 
 }  // namespace vantoscope

@@ -1,6 +1,7 @@
 #include "sources/recording/replay.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "sources/channel_words.h"
@@ -9,7 +10,14 @@
 namespace vantoscope {
 namespace {
 
+constexpr double kSameTime = 1e-4;          // scans
 constexpr std::int64_t kHeldScans = 65536;  // how far back ScansSince answers
+
+/// Scans of a recording, of whatever times its samples are.
+std::int64_t LengthOf(const RecordedScans& scans) {
+  if (scans.times.empty()) return static_cast<std::int64_t>(scans.stored.front().Size());
+  return std::llround(std::floor(scans.times.back() * scans.rate + kSameTime)) + 1;
+}
 
 class Replay final : public Device {
  public:
@@ -18,7 +26,7 @@ class Replay final : public Device {
       : name_(std::move(name)),
         scans_(std::move(scans)),
         times_(times),
-        length_(static_cast<std::int64_t>(scans_.stored.front().Size())),
+        length_(LengthOf(scans_)),
         file_(std::move(file)),
         clock_(std::move(clock)) {}
 
@@ -32,7 +40,7 @@ class Replay final : public Device {
 
   double LatestValue(std::int16_t channel) override {
     if (!Delivers()) throw SourceError("The replay " + name_ + " is not running.");
-    return scans_.stored[static_cast<std::size_t>(channel)][RowOf(Newest())];
+    return scans_.stored[static_cast<std::size_t>(channel)][SampleAt(PlaceOf(Newest()))];
   }
 
   std::optional<Block> GetData(std::int16_t count, std::int32_t mode) override {
@@ -84,11 +92,20 @@ class Replay final : public Device {
   }
 
   /// Place in the recording of a scan, which may lie before the start.
-  [[nodiscard]] std::size_t RowOf(std::int64_t scan) const {
-    if (!times_.loop)
-      return static_cast<std::size_t>(std::clamp<std::int64_t>(scan, 0, length_ - 1));
-    const std::int64_t row = scan % length_;
-    return static_cast<std::size_t>(row < 0 ? row + length_ : row);
+  [[nodiscard]] std::int64_t PlaceOf(std::int64_t scan) const {
+    if (!times_.loop) return std::clamp<std::int64_t>(scan, 0, length_ - 1);
+    const std::int64_t place = scan % length_;
+    return place < 0 ? place + length_ : place;
+  }
+
+  /// The sample of a place: the newest one by then.
+  [[nodiscard]] std::size_t SampleAt(std::int64_t place) const {
+    if (scans_.times.empty()) return static_cast<std::size_t>(place);
+    const auto next = std::ranges::upper_bound(scans_.times, TimeAt(place));
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(next - scans_.times.begin(), 1) - 1);
+  }
+  [[nodiscard]] double TimeAt(std::int64_t place) const {
+    return (static_cast<double>(place) + kSameTime) / scans_.rate;
   }
 
   /// Copies scans from `first` on to all of `values`, stretch by stretch.
@@ -101,11 +118,22 @@ class Replay final : public Device {
       first = 0;
     }
     while (!values.empty()) {
-      const std::size_t row = RowOf(first);
-      const std::size_t stretch = std::min(values.size(), stored.Size() - row);
-      stored.Copy(row, values.first(stretch));
+      const std::int64_t place = PlaceOf(first);
+      const auto stretch = static_cast<std::size_t>(
+          std::min<std::int64_t>(static_cast<std::int64_t>(values.size()), length_ - place));
+      CopyPlaces(stored, place, values.first(stretch));
       values = values.subspan(stretch);
       first += static_cast<std::int64_t>(stretch);
+    }
+  }
+
+  void CopyPlaces(const StoredChannel& stored, std::int64_t place, std::span<double> to) const {
+    std::size_t sample = SampleAt(place);
+    if (scans_.times.empty()) return stored.Copy(sample, to);
+    for (double& value : to) {
+      const double now = TimeAt(place++);
+      while (sample + 1 < scans_.times.size() && scans_.times[sample + 1] <= now) ++sample;
+      value = stored[sample];
     }
   }
 

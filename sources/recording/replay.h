@@ -19,6 +19,9 @@ struct RecordedScans {
   std::vector<ChannelInfo> channels;
   std::vector<StoredChannel> stored;
   double rate = 1;
+  /// When each sample was taken, in seconds since the first; empty when they are even. A scan shows
+  /// the newest sample by then.
+  std::vector<double> times = {};
 };
 
 /// When a replay takes which scan.

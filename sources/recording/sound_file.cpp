@@ -68,17 +68,39 @@ std::vector<std::vector<Sample>> ReadFrameByFrame(const RecordedFile& file, SNDF
 }  // namespace
 
 bool LooksLikeSound(std::string_view path, std::string_view first_bytes) {
-  static constexpr std::array<std::string_view, 11> kMagics{
-      "RIFF", "RIFX", "RF64", "riff", "FORM", "fLaC", "OggS", ".snd", "dns.", "caff", "ID3"};
+  using namespace std::string_view_literals;
+  struct Magic {
+    std::string_view first;
+    std::size_t place;        // of the second one
+    std::string_view second;  // which tells it from a text that begins the same
+  };
+  static constexpr std::array<Magic, 12> kMagics{{{"RIFF", 8, "WAVE"},
+                                                  {"RIFX", 8, "WAVE"},
+                                                  {"RF64", 8, "WAVE"},
+                                                  {"riff", 4, "\x2E\x91\xCF\x11"},
+                                                  {"FORM", 8, "AIF"},
+                                                  {"FORM", 8, "8SVX"},
+                                                  {"fLaC", 5, "\0\0"sv},
+                                                  {"OggS", 4, "\0"sv},
+                                                  {".snd", 4, "\0\0"sv},
+                                                  {"dns.", 6, "\0\0"sv},
+                                                  {"caff", 4, "\0"sv},
+                                                  {"ID3", 4, "\0"sv}}};
   static constexpr std::array<std::string_view, 14> kEndings{
       ".wav",  ".aif", ".aiff", ".aifc", ".flac", ".ogg", ".oga",
       ".opus", ".mp3", ".au",   ".snd",  ".w64",  ".caf", ".rf64"};
+  const auto has = [&](const Magic& magic) {
+    return first_bytes.starts_with(magic.first) &&
+           first_bytes.substr(std::min(magic.place, first_bytes.size())).starts_with(magic.second);
+  };
   const auto ends_so = [&](std::string_view ending) {
     return path.size() >= ending.size() &&
            SameIgnoringCase(path.substr(path.size() - ending.size()), ending);
   };
-  return std::ranges::any_of(kMagics, [&](auto magic) { return first_bytes.starts_with(magic); }) ||
-         std::ranges::any_of(kEndings, ends_so);
+  const bool is_text = std::ranges::none_of(first_bytes, [](char c) {
+    return (IsControl(c) && c != '\t' && c != '\r' && c != '\n') || (c & 0x80) != 0;
+  });
+  return std::ranges::any_of(kMagics, has) || (!is_text && std::ranges::any_of(kEndings, ends_so));
 }
 
 Sound ReadSound(const RecordedFile& file, std::size_t most_samples) {

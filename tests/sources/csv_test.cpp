@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 
 #include "meter/data_source.h"
+#include "sources/recording/csv_encoding.h"
 #include "sources/recording/csv_layout.h"
 #include "sources/recording/csv_numbers.h"
 #include "sources/recording/csv_rows.h"
+#include "sources/recording/csv_times.h"
 
 namespace vantoscope {
 namespace {
@@ -15,7 +17,7 @@ using testing::ElementsAreArray;
 std::string Described(const CsvLayout& layout) {
   std::ostringstream text;
   text << layout.lines_to_skip;
-  if (layout.has_times) text << " " << layout.seconds_per_time_unit << "s";
+  if (layout.times) text << " " << layout.times->seconds_per_unit << "s";
   for (const CsvColumn& column : layout.columns) text << " " << column.name << "|" << column.unit;
   return text.str();
 }
@@ -37,6 +39,25 @@ TEST(CsvLayout, FindsHeaderUnitsTimesAndNumbers) {
       {"preamble", "Recorder X\nRate,100\n\nA,B,C\n1,2,3\n1,2,3\n1,2,3\n", "3 A| B| C|"},
       {"commented header", "# t,Level\n0,1\n1,2\n2,3\n", "1 1s Level|"},
       {"a bad field does not lose a column", "A,B\n1,2\nERR,3\n2,4\n", "1 A| B|"},
+      {"spreadsheets pad", "Recorder,X,,\nRate,100,,\n\nt,A,B,C\n0,1,2,3\n1,1,2,3\n",
+       "3 1s A| B| C|"},
+      {"a line of units, not a preamble", "Serial;Q7\nt;U\n0;1\n1;2\n", "2 1s U|"},
+      {"R names its rows", "\"U\",\"I\"\n\"1\",5,3\n\"2\",4,3\n", "1 U| I|"},
+      {"and so does write.csv", "\"\",\"U\"\n\"1\",5\n\"2\",4\n", "1 U|"},
+      {"gnuplot", "# a comment, with more words than columns\n#  x   U\n 0  1\n 1\t 2\n",
+       "2 x| U|"},
+      {"numpy.savetxt", "1.000000e+00 2.5e+00 7e+00\n3.0e+00 nan 8e+00\n", "0 | | |"},
+      {"decimal commas between blanks", "1,5 2,5\n-3,5 4,5\n", "0 | |"},
+      {"bars", "A | B [V]\n1|2\n3|4\n", "1 A| B|V"},
+      {"one column with units", "U\n3.5 V\n4 V\n", "1 U|V"},
+      {"comments of every kind", "% made by X\n// at 5, perhaps\n\"quoted, too\"\nA,B\n1,2\n3,4\n",
+       "4 A| B|"},
+      {"a trailing separator is no row name", "A;B\n1;2;\n3;4;\n", "1 A| B|"},
+      {"days of a spreadsheet", "Date,U\n45413.50000,1\n45413.50001,2\n", "1 86400s U|"},
+      {"milliseconds since 1970", "timestamp,U\n1714564800000,1\n1714564800100,2\n", "1 0.001s U|"},
+      {"date beside time", "No,Date,Time,U\n7,01.05.2024,12:00,1\n9,01.05.2024,12:01,2\n",
+       "1 1s No| U|"},
+      {"impossible dates are text", "A,B\n31.02.2024,1\n30.02.2024,2\n", "1 B|"},
       {"Latin-1, and temperature is no time", "T,p [\xB0]\n1,2\n2,3\n3,4\n", "1 T| p|\xC2\xB0"},
   };
   for (const auto& [name, text, found] : rows) {
@@ -44,19 +65,47 @@ TEST(CsvLayout, FindsHeaderUnitsTimesAndNumbers) {
   }
 }
 
-TEST(CsvFields, AreNumbersAndTimes) {
-  const std::pair<const char*, std::optional<double>> times[] = {
-      {"00:01:02.25", 62.25},
-      {"12:00:01,5", 43201.5},
-      {"23:59", 86340},
-      {"2024-02-29 12:00:00", 1709208000},             // date -u -d '2024-02-29 12:00' +%s
-      {"1999-12-31T00:00:00.500+01:00", 946598400.5},  // zones are left alone
-      {"2024-13-01", std::nullopt},
-      {"12:xx", std::nullopt},
+TEST(CsvTimes, AreReadAsTheirWritersSpellThem) {
+  constexpr auto kMonth = DateOrder::kMonthFirst;
+  constexpr auto kDay = DateOrder::kDayFirst;
+  // date -u -d '2024-02-29 12:00' +%s is 1709208000.
+  const std::tuple<const char*, DateOrder, std::optional<double>> rows[] = {
+      {"00:01:02.25", kMonth, 62.25},
+      {"12:00:01,5", kMonth, 43201.5},
+      {"12:00:01:250", kMonth, 43201.25},
+      {"23:59", kMonth, 86340},
+      {"02:30.5", kMonth, 150.5},
+      {"100:00:00", kMonth, 360000},
+      {"12:00:30 AM", kMonth, 30},
+      {"1:00 pm", kMonth, 46800},
+      {"13:00 PM", kMonth, {}},
+      {"2024-02-29 12:00:00", kMonth, 1709208000},
+      {"2024/2/29T12:00:00.5Z", kMonth, 1709208000.5},
+      {"20240229T120000", kMonth, 1709208000},
+      {"2024-02-29T13:00:00+01:00", kMonth, 1709208000},
+      {"2024-02-29 06:30:00-0530", kMonth, 1709208000},
+      {"2024-02-29 12:00:00 UTC", kMonth, 1709208000},
+      {"29.02.2024 12:00", kMonth, 1709208000},
+      {"29.2.24, 12:00", kMonth, 1709208000},
+      {"02/29/2024 12:00:00 PM", kMonth, 1709208000},
+      {"29/02/2024 12:00", kDay, 1709208000},
+      {"29/02/2024 12:00", kMonth, {}},
+      {"2024-02-29", kMonth, 1709164800},
+      {"30.02.2024", kMonth, {}},
+      {"2023-02-29", kMonth, {}},
+      {"12:60", kMonth, {}},
+      {"12:xx", kMonth, {}},
+      {"12.5", kMonth, {}},
+      {"2024-02-29 noon", kMonth, {}},
   };
-  for (const auto& [text, seconds] : times) {
-    EXPECT_EQ(TimeOfField(text, {.decimal_comma = true}), seconds) << text;
+  for (const auto& [text, order, seconds] : rows) {
+    const auto time = ReadTime(text, order);
+    ASSERT_EQ(time.has_value(), seconds.has_value()) << text;
+    EXPECT_EQ(time ? time->seconds : 0, seconds.value_or(0)) << text;
   }
+  EXPECT_EQ(OrderOfDates({"01/02/2024", "13/02/2024"}), kDay) << "by what is possible";
+  EXPECT_EQ(OrderOfDates({"01/02/2024", "02/02/2024"}), kDay) << "a day, and not a month";
+  EXPECT_EQ(OrderOfDates({"02/01/2024", "02/02/2024"}), kMonth);
 }
 
 TEST(CsvNumbers, AreReadAsTheirWritersSpellThem) {
@@ -133,11 +182,12 @@ TEST(CsvNumbers, AreReadAsTheirWritersSpellThem) {
   }
 }
 
-/// All values of a file, row by row, as its own layout reads them; a row ends with a bar.
+/// All times and values of a file, row by row, as its own layout reads them; a row ends with a bar.
 std::string ValuesOf(std::string_view text) {
   const CsvLayout layout = FindCsvLayout(text);
   std::ostringstream values;
-  CsvRows rows(layout, [&](const CsvRow& row) {
+  CsvRows rows(layout, false, [&](const CsvRow& row) {
+    if (row.seconds) values << *row.seconds << ": ";
     for (const double value : row.values) values << value << ' ';
     values << "| ";
   });
@@ -153,6 +203,13 @@ TEST(CsvValues, AreNeverThoseOfAnotherRow) {
       {"A,B\n1,OL\n-OL,n/a\n2,\n3,4\n", "1 inf | -inf nan | 2 nan | 3 4 | "},
       {"U\n950 mV\n1.2 V\n3 A\n7\n", "950 | 1200 | nan | 7 | "},
       {"U [V];N\n950 mV;1.000,5\n1,2 V;1.000\n", "0.95 1000.5 | 1.2 1000 | "},
+      {"A,B\n1,2\n\"3,4\n5,6\n\"7,8\n9,10\n", "1 2 | nan 4 | 5 6 | nan 8 | 9 10 | "},
+      {"A,B,C\n1,\"two\nlines\",2\n3,\"a \"\"b\"\"\",4\n", "1 2 | 3 4 | "},
+      {"A,B\n1,2\n\nA,B\n3,4\n\nC,D,E\n5,6,7\n", "1 2 | 3 4 | "},
+      {"1 2\n4 4\n\n5 6\n\n\n7 8\n", "1 2 | 4 4 | 5 6 | "},
+      {"Time,U\n23:59:59,1\n00:00:00,2\n", "86399: 1 | 86400: 2 | "},
+      {"Date;Time;U\n01.01.70;00:01;1\n02.01.70;00:02;2\n", "60: 1 | 86520: 2 | "},
+      {"t [ms],U\n5,1\n,2\n7,3\n", "0.005: 1 | 2 | 0.007: 3 | "},
       {"A\n\"1,234.5\"\n\"1,234\"\n", "1234.5 | 1234 | "},
   };
   for (const auto& [text, values] : rows) EXPECT_EQ(ValuesOf(text), values) << text;
@@ -185,11 +242,42 @@ std::vector<std::vector<double>> Lines(std::string_view text, std::size_t piece,
   layout.lines_to_skip = 1;
   layout.columns = {{.field = 0, .name = "A"}, {.field = 2, .name = "B"}};
   std::vector<std::vector<double>> lines;
-  CsvRows rows(
-      layout, [&](const CsvRow& row) { lines.emplace_back(row.values.begin(), row.values.end()); });
+  CsvRows rows(layout, false, [&](const CsvRow& row) {
+    lines.emplace_back(row.values.begin(), row.values.end());
+  });
   for (std::size_t i = 0; i < text.size(); i += piece) rows.Feed(text.substr(i, piece));
   if (finish) rows.Finish();
   return lines;
+}
+
+TEST(CsvTimeline, TakesUnequalStepsAsTheyAre) {
+  const auto is = [](std::vector<double> seconds) {
+    const Timeline line = TimelineOf(std::move(seconds));
+    std::ostringstream text;
+    text << line.rate.value_or(-1) << (line.backwards ? " back" : "");
+    for (const double time : line.times) text << ' ' << time;
+    return text.str();
+  };
+  EXPECT_EQ(is({7, 8, 9}), "1");
+  EXPECT_EQ(is({7, 8, 9, 19, 20}), "1 0 1 2 12 13");
+  EXPECT_EQ(is({0, 1, NAN, 3, 9, NAN}), "1 0 1 2 3 9 10");
+  EXPECT_EQ(is({0, 0, 1, 1, 2, 2}), "2.5") << "five steps in two seconds";
+  EXPECT_EQ(is({0, 0.002, 0.005, 0.008, 0.01}), "400");
+  EXPECT_EQ(is({0, 1, 2, 1.5}), "-1 back");
+  EXPECT_EQ(is({5, 5, 5}), "-1");
+}
+
+TEST(TextDecoder, ReadsUtf16InPiecesOfAnySize) {
+  const std::string_view little("\xFF\xFE\x31\0\xB5\0\x3D\xD8\0\xDE\n\0", 12);
+  for (const std::size_t piece : {1U, 2U, 3U, 12U}) {
+    TextDecoder decoder(little);
+    std::string text;
+    for (std::size_t i = decoder.MarkSize(); i < little.size(); i += piece) {
+      text += decoder.Decode(little.substr(i, piece));
+    }
+    EXPECT_EQ(text, "1\xC2\xB5\xF0\x9F\x98\x80\n");
+  }
+  EXPECT_EQ(TextDecoder(std::string_view("\0001\000,\0002", 6)).UnitSize(), 2);
 }
 
 TEST(CsvRows, AreTheSameInPiecesOfAnySize) {

@@ -130,6 +130,35 @@ TEST_F(Recording, WhatIsMissingIsNan) {
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Cntr holds 16385, but"));
 }
 
+TEST_F(Recording, UnequalStepsReplayAtTheirOwnTimes) {
+  // In UTF-16 without a byte order mark; 40 s of nothing, and then another table.
+  std::string utf16;
+  for (const char c :
+       std::string("t,U\r\n5,1\r\n6,2\r\n7,3\r\n47,4\r\n48,5\r\n\r\nA,B\r\n1,2\r\n")) {
+    utf16 += {c, '\0'};
+  }
+  Write("a.csv", utf16);
+  setenv("VANTOSCOPE_EXPLAIN", "1", 1);
+  testing::internal::CaptureStderr();
+  RunningDevice device(Text("a.csv", "?start=0"), 3 * kSecond);
+  EXPECT_THAT(
+      testing::internal::GetCapturedStderr(),
+      testing::AllOf(
+          HasSubstr(
+              "a.csv' is taken for: separator comma; lines ahead of the "
+              "numbers: 1; times: numbers of 1 s in field 1; columns: U; scans per second: 1\n"),
+          HasSubstr("holds several tables; only the first one is read.\n")));
+  unsetenv("VANTOSCOPE_EXPLAIN");
+  EXPECT_THAT(device.Values(0, 5), ElementsAre(1, 1, 2, 3, 3));
+  device.now = 43 * kSecond;
+  EXPECT_EQ(device->LatestValue(0), 5);
+  EXPECT_THAT(device.Values(0, 3), ElementsAre(3, 4, 5));
+  device.now += kSecond;
+  EXPECT_TRUE(device->HostGone());
+  const RunningDevice loop(Text("a.csv", "?loop"), 44 * kSecond);
+  EXPECT_THAT(loop.Values(0, 4), ElementsAre(3, 4, 5, 1));
+}
+
 TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
   for (const char* name : {"run 1.csv", "100%.csv", "what?.csv"}) Write(name, "1\n2\n");
   const auto name = [&](const std::string& text) { return OpenDevice(text)->Name(); };
@@ -145,10 +174,18 @@ TEST_F(Recording, TakesPathsAsPeopleWriteThem) {
 TEST_F(Recording, RefusesWithPathAndReason) {
   Write("text.csv", "a,b\nc,d\n");
   Write("good.csv", "1,2\n3,4\n");
+  Write("FORM", "RIFF,FORM\n1,2\n");
+  EXPECT_EQ(OpenDevice(Text("FORM"))->Channels().size(), 2U) << "no sound";
   Write("fake.wav", "RIFFxxxxWAVEjunk");
   Write("bench.sr", "PK\x03\x04junk");
   Write("quote.csv", "1,2\n\"3," + std::string(3'000'000, 'x'));
   Write("torn.csv", "1,2");
+  Write("back.csv", "Time,U\n1,1\n2,2\n0,3\n1,4\n");
+  Write("still.csv", "Date,U\n2024-05-01,1\n2024-05-01,2\n");
+  Write("words.csv", "Date,U\nWed 7,1\nThu 8,2\n");
+  for (const char* name : {"back.csv", "still.csv", "words.csv"}) {
+    EXPECT_EQ(OpenDevice(Text(name, "?rate=7"))->SampleRate(), 7) << name;
+  }
   Write("count.csv", "Cntr,A\n\n1,2\n70000,2\n80000,2\n3,3\n");
   const std::pair<std::string, const char*> rows[] = {
       {Text("missing.csv"), "missing.csv' cannot be opened: No such file"},
@@ -160,6 +197,11 @@ TEST_F(Recording, RefusesWithPathAndReason) {
       {Text("fake.wav", "?follow"), "fake.wav' is a sound file, which cannot be followed"},
       {Text("bench.sr"), "bench.sr' is a session of sigrok, which is not read; 'sigrok-cli"},
       {Text("quote.csv"), "quote.csv' cannot be read: a field is longer than a mebibyte"},
+      {Text("back.csv"),
+       "times that run backwards, the first of them in its row of numbers 3; ?rate="},
+      {Text("still.csv"), "still.csv' has times that do not rise; ?rate=R says"},
+      {Text("words.csv"), "a first column of times, but 'Wed 7' is not understood as one; ?rate=R"},
+      {Text("good.csv", "?dates=ymd"), "dates=ymd is neither dmy"},
       {Text("count.csv"), "Cntr holds 70000, but a raw word holds only 0 to 16384 (line 4)."},
       {Text("count.csv", "?follow"), "cannot be followed: Cntr holds 70000"},
       {Text("good.csv", "?loop=2"), "loop takes no value, but has '2'"},
