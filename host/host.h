@@ -53,7 +53,7 @@ class Host {
   std::string last_loss_;
   bool listening_ = false;  // to the scans of another host
   RisingScans scans_;
-  Time next_block_{};
+  Time next_block_;
   ServiceManager manager_;
   std::string status_;
   Outbox outbox_;
