@@ -305,7 +305,7 @@ class Finder {
     if (IsComment(line) && !line.empty()) {
       line[0].erase(0, line[0].starts_with("//") ? 2 : 1);
       if (IsEmpty(line[0]) && line.size() == width_ + 1) line.erase(line.begin());
-      if (line.size() != width_) return {};
+      if (line.size() != width_ || line[0].find(':') != std::string::npos) return {};
     }
     const bool has_row_names = line.size() + 1 == width_ && width_ > 1 && NamesNoRow(line);
     if (has_row_names) line.insert(line.begin(), "");
@@ -413,7 +413,8 @@ class Finder {
     const auto fields = Filled(lines_, field, start_);
     const auto earliest = ReadTime(fields.front(), order);
     const auto last = ReadTime(fields.back(), order);
-    if (earliest && last && last->seconds > earliest->seconds) SetTimes({.field = field});
+    if (earliest && last && SecondsSince1970(*last) > SecondsSince1970(*earliest))
+      SetTimes({.field = field});
   }
   void SetTimes(CsvTimes times) {
     times.order = OrderOf(times.field);
@@ -433,8 +434,8 @@ class Finder {
     const Rise rise = RiseOf(numbers);
     const auto unit = SecondsIn(first.unit);
     const bool named = NamesTime(first);
-    const bool are_times =
-        named || (unit && rise.rises) || (header_.empty() && numeric_.size() > 1 && rise.even);
+    const bool are_times = named || ((unit || IsSince1970(numbers[0])) && rise.rises) ||
+                           (header_.empty() && numeric_.size() > 1 && rise.even);
     if (!are_times) return;
     const bool are_days = named && AreSpreadsheetDays(numbers);
     const auto told = unit ? unit : SecondsIn(first.name);
@@ -470,7 +471,7 @@ std::string DescriptionOf(const CsvTimes& times) {
   std::string text = times.are_numbers ? "numbers" : times.are_clock ? "clock times" : "dates";
   if (times.are_numbers) text += " of " + ShortestText(times.seconds_per_unit) + " s";
   if (!times.are_numbers && !times.are_clock) {
-    text += times.order == DateOrder::kDayFirst ? " (day first)" : " (month first)";
+    if (times.order == DateOrder::kDayFirst) text += " with the day first";
   }
   text += " in field " + std::to_string(times.field + 1);
   if (times.second_field) text += " and " + std::to_string(*times.second_field + 1);

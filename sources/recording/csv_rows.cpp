@@ -125,10 +125,13 @@ void CsvRows::TakeTime(std::size_t place, std::string_view field) {
           (!layout_.times->heading.empty() && field == layout_.times->heading);
 }
 
-std::optional<double> CsvRows::SecondsOf(std::string_view field) const {
+/// From the first time of the file on, so that small steps keep their digits.
+std::optional<double> CsvRows::SecondsOf(std::string_view field) {
   if (!layout_.times->are_numbers) {
     const auto time = ReadTime(field, layout_.times->order);
-    return time ? std::optional(time->seconds) : std::nullopt;
+    if (!time) return std::nullopt;
+    if (!origin_ && time->has_date) origin_ = time->days;
+    return (time->days - (time->has_date ? *origin_ : 0)) * kDay + time->seconds;
   }
   std::optional<double> number = PlainNumber(field, layout_.style);
   if (!number) {
@@ -136,7 +139,8 @@ std::optional<double> CsvRows::SecondsOf(std::string_view field) const {
     if (!spelled || !spelled->unit.empty() || !std::isfinite(spelled->value)) return std::nullopt;
     number = spelled->value;
   }
-  return *number * layout_.times->seconds_per_unit;
+  if (!origin_) origin_ = *number;
+  return (*number - *origin_) * layout_.times->seconds_per_unit;
 }
 
 /// The time of the line that has ended.

@@ -22,7 +22,7 @@ inline constexpr char kNoSeparator = '\x1F';
 
 /// One line of the table.
 struct CsvRow {
-  std::optional<double> seconds;   ///< its time
+  std::optional<double> seconds;   ///< its time, counted from a moment that all lines share
   std::span<const double> values;  ///< one for each column of the layout
   std::size_t line = 0;            ///< counted from 0, without blank ones
 };
@@ -61,7 +61,7 @@ class CsvRows {
   void TakeBlankLine(int end);
   void TakeLine();
   [[nodiscard]] bool IsOfTimes(std::size_t place) const;
-  [[nodiscard]] std::optional<double> SecondsOf(std::string_view field) const;
+  [[nodiscard]] std::optional<double> SecondsOf(std::string_view field);
   [[nodiscard]] std::optional<double> SecondsOfLine();
   [[nodiscard]] bool IsWhole() const { return field_ >= fields_; }
   [[nodiscard]] bool BeginsAnotherTable() const;
@@ -90,6 +90,7 @@ class CsvRows {
   bool any_number_ = false;
   bool any_words_ = false;  // where numbers should be
   bool skip_ = false;
+  std::optional<double> origin_;  // what the first time is counted from
   // Clock times begin anew at midnight.
   double last_clock_ = 0;
   double midnight_ = 0;

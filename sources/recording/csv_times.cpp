@@ -240,7 +240,7 @@ std::optional<FieldTime> ReadTime(std::string_view field, DateOrder order) {
       mark == text.npos || text[mark] != ':') {
     const auto days = TakeDate(text, order);
     if (!days) return std::nullopt;
-    time = {.seconds = *days * kDay, .has_date = true, .has_clock = false};
+    time = {.days = *days, .seconds = 0, .has_date = true, .has_clock = false};
     if (text.empty()) return time;
     if (!TakeOne(text, "Tt ,_")) return std::nullopt;
     TakeBlanks(text);
@@ -248,7 +248,7 @@ std::optional<FieldTime> ReadTime(std::string_view field, DateOrder order) {
   const auto clock = TakeClock(text);
   const auto zone = clock ? TakeZone(text) : std::nullopt;
   if (!zone || !text.empty()) return std::nullopt;
-  time.seconds += *clock - *zone;
+  time.seconds = *clock - *zone;
   time.has_clock = true;
   return time;
 }
@@ -264,15 +264,23 @@ DateOrder OrderOfDates(const std::vector<std::string_view>& fields) {
         ++impossible;
         continue;
       }
-      if (high < low) low = high = time->seconds;
-      low = std::min(low, time->seconds);
-      high = std::max(high, time->seconds);
+      const double seconds = SecondsSince1970(*time);
+      if (high < low) low = high = seconds;
+      low = std::min(low, seconds);
+      high = std::max(high, seconds);
     }
     return std::pair(impossible, high - low);
   };
   return seconds_in(DateOrder::kDayFirst) < seconds_in(DateOrder::kMonthFirst)
              ? DateOrder::kDayFirst
              : DateOrder::kMonthFirst;
+}
+
+double SecondsSince1970(const FieldTime& time) { return time.days * kDay + time.seconds; }
+
+bool IsSince1970(double number) {
+  const double seconds = number * SecondsPerUnit(number, false);
+  return seconds > 9.46e8 && seconds < 4.1e9;
 }
 
 double SecondsPerUnit(double first, bool are_days) {

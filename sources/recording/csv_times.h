@@ -12,10 +12,14 @@ namespace vantoscope {
 enum class DateOrder { kMonthFirst, kDayFirst };
 
 struct FieldTime {
-  double seconds = 0;  ///< since 1970-01-01 with a date, since midnight without one
+  double days = 0;     ///< since 1970-01-01; 0 without a date
+  double seconds = 0;  ///< since midnight, of Greenwich if the field names a zone
   bool has_date = false;
   bool has_clock = false;
 };
+
+/// Seconds since 1970-01-01, with fewer digits behind the point than the parts have.
+double SecondsSince1970(const FieldTime& time);
 
 /// A date, a clock time or both: `YYYY-MM-DD` (also with / or .), `DD.MM.YYYY`, `MM/DD/YYYY` or
 /// `DD/MM/YYYY`, `YYYYMMDDTHHMMSS`; `HH:MM`, `HH:MM:SS`, a fraction behind it, AM or PM; `MM:SS.f`;
@@ -30,6 +34,9 @@ DateOrder OrderOfDates(const std::vector<std::string_view>& fields);
 /// Seconds of a number's unit, for a column of times without a unit of their own: since 1970 in s,
 /// ms, us or ns by their magnitude; `are_days` are days, as spreadsheets count them; else seconds.
 double SecondsPerUnit(double first, bool are_days);
+
+/// Whether a number is a time from 2000 to 2100, in s, ms, us or ns since 1970.
+bool IsSince1970(double number);
 
 /// The rate of a recording from its times, told one by one: the mean step, without the steps that
 /// fall or are longer than three times the usual one (pauses, midnight, restarts). Where times are

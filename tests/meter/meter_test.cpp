@@ -91,17 +91,18 @@ TEST(TickTest, AsksTheSourceInItsOrder) {
 
 // The raw word is 0x1234, and (4660 + 32768) / 4 = 9357.
 TEST(TickTest, SpecialChannelsGoTheirOwnWay) {
-  const std::pair<int, std::string> rows[] = {
-      {-1, "LabelText 12|"},
-      {-2, "LabelText 9357|"},
-      {-3, "LabelText 9357|"},
+  const std::tuple<int, double, std::string> rows[] = {
+      {-1, 4660, "LabelText 12|"},
+      {-2, 4660, "LabelText 9357|"},
+      {-3, 4660, "LabelText 9357|"},
+      {-2, NAN, "LabelText nan|"},
       // No kind of its own goes on as an ordinary channel does.
-      {-4, "LatestValue 1|LabelForeColor 0|EngUnit 1|LabelText 0.000V|"},
-      {999, "LatestValue 1|LabelForeColor 0|EngUnit 1|LabelText 0.000V|"}};
-  for (const auto& [number, shown] : rows) {
+      {-4, 4660, "LatestValue 1|LabelForeColor 0|EngUnit 1|LabelText 0.000V|"},
+      {999, 4660, "LatestValue 1|LabelForeColor 0|EngUnit 1|LabelText 0.000V|"}};
+  for (const auto& [number, word, shown] : rows) {
     SpyMeter m;
     m.SetNumbers({1, number});
-    m.scans = [](int) { return Scans{{-1}, {4660}}; };
+    m.scans = [word = word](int) { return Scans{{-1}, {word}}; };
     m.runtime.ChannelIndex = 1;
     m.runtime.SpecialChannel = kTrue;
     m.runtime.Reading = 8;

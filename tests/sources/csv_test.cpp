@@ -55,6 +55,8 @@ TEST(CsvLayout, FindsHeaderUnitsTimesAndNumbers) {
       {"a trailing separator is no row name", "A;B\n1;2;\n3;4;\n", "1 A| B|"},
       {"days of a spreadsheet", "Date,U\n45413.50000,1\n45413.50001,2\n", "1 86400s U|"},
       {"milliseconds since 1970", "timestamp,U\n1714564800000,1\n1714564800100,2\n", "1 0.001s U|"},
+      {"microseconds since 1970, by magnitude", "x,U\n1714564800000000,1\n1714564800000001,2\n",
+       "1 1e-06s U|"},
       {"date beside time", "No,Date,Time,U\n7,01.05.2024,12:00,1\n9,01.05.2024,12:01,2\n",
        "1 1s No| U|"},
       {"impossible dates are text", "A,B\n31.02.2024,1\n30.02.2024,2\n", "1 B|"},
@@ -101,7 +103,7 @@ TEST(CsvTimes, AreReadAsTheirWritersSpellThem) {
   for (const auto& [text, order, seconds] : rows) {
     const auto time = ReadTime(text, order);
     ASSERT_EQ(time.has_value(), seconds.has_value()) << text;
-    EXPECT_EQ(time ? time->seconds : 0, seconds.value_or(0)) << text;
+    EXPECT_EQ(time ? SecondsSince1970(*time) : 0, seconds.value_or(0)) << text;
   }
   EXPECT_EQ(OrderOfDates({"01/02/2024", "13/02/2024"}), kDay) << "by what is possible";
   EXPECT_EQ(OrderOfDates({"01/02/2024", "02/02/2024"}), kDay) << "a day, and not a month";
@@ -208,8 +210,9 @@ TEST(CsvValues, AreNeverThoseOfAnotherRow) {
       {"A,B\n1,2\n\nA,B\n3,4\n\nC,D,E\n5,6,7\n", "1 2 | 3 4 | "},
       {"1 2\n4 4\n\n5 6\n\n\n7 8\n", "1 2 | 4 4 | 5 6 | "},
       {"Time,U\n23:59:59,1\n00:00:00,2\n", "86399: 1 | 86400: 2 | "},
+      {"x,U\n1714564800000000,1\n1714564800000001,2\n", "0: 1 | 1e-06: 2 | "},
       {"Date;Time;U\n01.01.70;00:01;1\n02.01.70;00:02;2\n", "60: 1 | 86520: 2 | "},
-      {"t [ms],U\n5,1\n,2\n7,3\n", "0.005: 1 | 2 | 0.007: 3 | "},
+      {"t [ms],U\n5,1\n,2\n7,3\n", "0: 1 | 2 | 0.002: 3 | "},
       {"A\n\"1,234.5\"\n\"1,234\"\n", "1234.5 | 1234 | "},
   };
   for (const auto& [text, values] : rows) EXPECT_EQ(ValuesOf(text), values) << text;
