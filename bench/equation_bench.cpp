@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One equation tick from fetch to Reading, and its parts: the block from the source, the numbers
 // into the text, the evaluator. The equations have 40 characters and name four channels.
 #include <benchmark/benchmark.h>

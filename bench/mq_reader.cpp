@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A meter's reader without a window: opens a device, ticks every 200 ms like a meter, and says at
 // the end what came: mq_reader DEVICE SECONDS. One line of name=value pairs.
 #include <sys/resource.h>

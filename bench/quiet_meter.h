@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A meter without a screen, for benchmarks: a window that keeps the last text and does nothing
 // else, a profile without keys, no process start.
 #pragma once

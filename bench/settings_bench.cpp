@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What it costs one meter to load and to save its section of a file that 64 meters share. The CPU
 // column is the one to look at: 20 ms for a save, 5 ms for a load are the limits.
 #include <benchmark/benchmark.h>

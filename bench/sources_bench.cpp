@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // GetData of the simulator, of a replay and of a followed file, beside plain copies of as many
 // numbers: at 1, 16 and 256 channels, and 3, 1000 and 32767 scans. `allocations` is per call.
 #include <benchmark/benchmark.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One reading tick, from GetData of the simulator to the finished text of the label; and the
 // statistics alone, beside a plain loop of dependent additions over the same numbers.
 #include <benchmark/benchmark.h>

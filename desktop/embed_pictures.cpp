@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // embed_pictures HEADER PNG...: writes square pictures as arrays of pixels. What the program shows
 // at its start is not decoded then.
 #include <QImage>

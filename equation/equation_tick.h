@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The tick of an equation meter: the current numbers into the text, the text to the evaluator.
 #pragma once
 

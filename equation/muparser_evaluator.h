@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The evaluator of equation texts, behind it muParser.
 //
 // Numbers:   12  12.  .5  1e-6  and a lone point, which is zero; a point in every locale.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From the equation as its user wrote it to tokens on list indices, by ordered, case-sensitive
 // replacement of plain text.
 #pragma once

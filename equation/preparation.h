@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Proves that a normalised equation can run on this channel list, and what its ticks will need.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The one operation that the equation language is made of.
 #pragma once
 

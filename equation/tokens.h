@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The tokens of a normalised equation: `#2` the newest sample of list index 2, `#B2` two scans
 // before it, `#min2` a statistic, `#@` the sample rate. An index has no end mark: that `#12` is not
 // `#1` and a 2 rests on the order of replacement alone.

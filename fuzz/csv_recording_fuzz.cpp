@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a CSV file: layout, times and lines. The lines must be the same whether they come in
 // one piece or byte by byte.
 #include <algorithm>

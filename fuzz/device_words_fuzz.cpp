@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Texts that select a device, and the words of a command line. Each is read or refused with one
 // sentence, and what was read gives the same again from its full form.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Any text over any channel list through the normaliser, the preparation and two ticks, with the
 // real evaluator behind them; and the text straight to the evaluator.
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Payloads of a broker are never trusted. The input is a run of messages: a byte that says the
 // topic and whether it is retained, two bytes of length, the payload. A valid info, state and block
 // come first, so that every path behind them is in reach.

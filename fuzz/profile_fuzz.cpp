@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Feeds foreign files and values to the profile text and the text helpers of the settings.
 //
 // The input is a file's bytes, and in front of them, each ended by a byte 0x1E, the section, the

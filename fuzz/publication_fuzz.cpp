@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What anybody writes to the root of a host. The input is a run of messages as in
 // mqtt_payload_fuzz.cpp. Whatever comes, the host sends nothing that a meter would not take.
 #include <cstdlib>

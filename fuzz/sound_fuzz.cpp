@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sound files that somebody else wrote, whole or torn, by way of a file in memory.
 #include <sys/mman.h>
 #include <unistd.h>

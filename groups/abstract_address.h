@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Names of Unix sockets that stand in no folder and are gone with the socket.
 #pragma once
 

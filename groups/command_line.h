@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The command line of a meter, and the launch of a group: one process for every channel.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The words of a command line that have no effect, and what would be right instead. What a word
 // does is told by command_line.h; nothing here changes it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The places of a group's windows: cells of a grid, row by row, and where one grid is full further
 // layers of it, each one title bar lower and to the right. Knows no screen; all lengths are pixels
 // of one kind.

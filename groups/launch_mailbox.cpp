@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "groups/launch_mailbox.h"
 
 #include <sys/random.h>

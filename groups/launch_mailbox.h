@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the further meters of a group tell the first one what became of them: datagrams to a socket
 // whose random name they find in their environment. It is gone with the process that holds it.
 #pragma once

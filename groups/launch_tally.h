@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What has become of the further meters of a group, and when the first one tells its user. Knows
 // neither processes nor sockets; time is handed in, in seconds of any clock that only rises.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The further meters of this process: which were started, what they say of themselves, and which of
 // them ended without a word.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "groups/posix_process_start.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Process start on POSIX: posix_spawn of the words of a command text, detached.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Tells when two meters keep their settings in one section, as "-nTank1 -i0" and "-nTank -i10" do.
 // The claim is the name of a socket that nobody connects to: it ends with the process that holds
 // it, whatever way that ends.

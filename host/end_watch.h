@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // When the host has to end, and that it does: SIGINT, SIGTERM and SIGHUP come to a thread of their
 // own, and it ends the process when a device, a library or the reader of standard error holds
 // everything else.

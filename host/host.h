@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The host: takes the scans of one device and publishes them under one root of a broker.
 #pragma once
 

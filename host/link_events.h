@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the link's thread tells, carried over to the thread of the host.
 #pragma once
 

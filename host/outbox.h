@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What waits for a broker that takes less than the device gives: at most kMost bytes. Then the
 // oldest blocks of scans go, and the user is told, once when it begins and once with the number of
 // scans when it is over. Lists and states are kept. No network, no thread and no clock.

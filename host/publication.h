@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The host's side of a root topic: when it may publish there, and what. No network, no thread and
 // no clock of its own: messages and times are handed in, payloads go out through a function.
 //

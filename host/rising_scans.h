@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The new scans of a device, block by block, under indices that only rise.
 //
 // A device that follows the clock goes back in its own indices when the clock is set back. What is

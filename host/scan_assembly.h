@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Scans out of values that come signal by signal, in packets that need not keep step with each
 // other.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/service_manager.h"
 
 #include <sys/socket.h>

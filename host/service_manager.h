@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the host tells the service manager that started it, where there is one that listens: by the
 // documented datagrams of sd_notify, which need no library.
 #pragma once

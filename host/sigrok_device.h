@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An instrument that libsigrok knows, as a device; its text is that of sigrok_settings.h.
 //
 // Analog channels come as 1, 2, ... in the instrument's order. Unit and values are those of every

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What libsigrok hands out, each with the function that gives it back.
 #pragma once
 

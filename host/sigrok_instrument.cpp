@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/sigrok_instrument.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One instrument as libsigrok finds and configures it. What it measures comes from a session
 // (sigrok_session.h).
 #pragma once

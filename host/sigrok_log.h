@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What libsigrok complains of while it looks for an instrument or reads it: its error codes alone
 // tell little.
 #pragma once

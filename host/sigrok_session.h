@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An acquisition of libsigrok, running on a thread of its own from beginning to end.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text that selects an instrument of libsigrok, as its parts:
 //
 //   sigrok:DRIVER[:OPTION=VALUE...]

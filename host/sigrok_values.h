@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The samples of libsigrok's packets as values, channel by channel.
 #pragma once
 

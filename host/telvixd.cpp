@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // telvixd: acquires from one device and publishes its scans through an MQTT broker, for any number
 // of meters on any number of machines.
 #include <CLI/CLI.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the number of a channel tells: whether it is a special channel (a digital input or a
 // counter), what such a channel is called, and what its raw word stands for.
 #pragma once

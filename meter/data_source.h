@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a meter knows of its data acquisition host: the abstract control Telvix1 and the blocks of
 // scans it delivers.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The evaluator of equation texts as the meter sees it: text in, number out. What a text may hold
 // stands in equation/muparser_evaluator.h.
 #pragma once

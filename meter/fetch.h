@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The guarded fetch of a block: the one place where a tick forgives its source.
 #pragma once
 

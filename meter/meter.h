@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One meter: its two records and the seams to the world. Passed explicitly to every rule.
 #pragma once
 

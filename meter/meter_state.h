@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The two records of a meter: what its settings keep, and what a run derives.
 #pragma once
 

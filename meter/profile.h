@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading and writing keys of a profile file, the only way to the settings. The file form is
 // plain text: lines "[section]" and below each of them lines "key=value".
 #pragma once

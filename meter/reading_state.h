@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether a reading is what it seems, and how fresh the data behind it are: what the watch finds
 // out, the window paints and a screen reader says.
 #pragma once

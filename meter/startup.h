@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The load event of Form0: brings both records to life in a fixed order and leaves the meter
 // ticking.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The reading tick: source to Reading to label, afresh every time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lengths that must not be mixed up. 1440 twips or 72 points are one inch; a logical pixel is 15
 // twips.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The colours of the settings as the toolkit's, and back.
 #pragma once
 

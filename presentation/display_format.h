@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The number picture that a channel's range leads to.
 #pragma once
 

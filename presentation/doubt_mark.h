@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The marks that tell that a reading is not what it seems: a patterned band along the window's
 // lower edge, below the feet of the digits, and a torn edge on the right where digits are missing.
 // Black on white, so that they show on every background and are no colour of an alarm.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Form0: the meter's window with Label1, Command1 and the two timers, as Qt widgets. It draws and
 // reports; how it reacts is told by window_behaviour.h and wired by its owner.
 #pragma once

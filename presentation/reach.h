@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether a user can get hold of a window, and where to put it if not. Knows no screens but those
 // it is told; all lengths are pixels of one kind.
 #pragma once

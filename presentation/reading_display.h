@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The last stage of a tick: colour by the limits, then the text. No state: the alarm does not
 // latch.
 #pragma once

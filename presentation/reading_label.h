@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Label1: one line of text as large as its font says, from the left edge, centred vertically, and
 // over it the marks of doubt.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The screens below the windows, and the device pixels and logical pixels of a rectangle on them.
 #pragma once
 

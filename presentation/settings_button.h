@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Command1: the small picture button that opens the settings, drawn for any background and scale.
 #pragma once
 

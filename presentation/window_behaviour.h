@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the window reacts: label layout, the two looks and their swap, the hover rule, alpha. Rules
 // over MeterWindow; the toolkit's part is form0.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The outer rectangle of a top-level window, frame included, in logical pixels as fractions. What
 // was asked for stays the answer until the user or the window manager puts the window elsewhere:
 // neither a frame that is not known yet nor the rounding to device pixels ever gets into it, so a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The panels of a desktop on X11: what they leave of a screen.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Properties of windows on X11 that hold lists of numbers or atoms. Asking and hearing are apart,
 // so that many questions cost one round trip together.
 #pragma once

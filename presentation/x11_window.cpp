@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "presentation/x11_window.h"
 
 #include <xcb/xcb_icccm.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the toolkit does not tell or do exactly about a top-level window on X11: its place in device
 // pixels, the frame around it, and whether a window manager has taken it. All calls ask the server;
 // on a broken connection they answer with nothing.

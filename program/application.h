@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The toolkit's application object, made so that nothing of the desktop costs or changes a meter.
 #pragma once
 

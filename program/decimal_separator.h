@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The decimal separator of the user's locale: the one thing that a meter takes from it.
 #pragma once
 

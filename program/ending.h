@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The two ways in which a meter ends; each writes its settings once.
 #pragma once
 

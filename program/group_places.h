@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The places of the meters of a group that this process opens: worked out once, before the first of
 // them is started, and handed to each, so that all agree although they start at different times.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the first meter of a group shows of the launch, and what a further one reports to it.
 #pragma once
 

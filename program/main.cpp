@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program: one process is one meter. Puts the real parts behind the seams, wires the events of
 // the window to the rules, and ends the meter in each of the ways in which it can end.
 #include <QTimer>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The watch on this meter: looks at it a few times a second, marks the window, tells a screen
 // reader and standard error what has changed, and knows what the tool tip says.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The watch over a reading: from what the ticks and the device came to, to one state and one
 // sentence. Time is handed in, in seconds of any clock that only rises.
 #pragma once

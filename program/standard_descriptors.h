@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The standard descriptors of a process that was started without some of them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Requests from outside to end the program, as an event of the user interface.
 #pragma once
 

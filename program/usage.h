@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The words that ask for a text instead of a meter.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is shown while a device that takes its time is opened: a box that says what is missing, with
 // a button to give up.
 #pragma once

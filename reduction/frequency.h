@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The frequency of a repeating signal by its threshold crossings in one block.
 #pragma once
 

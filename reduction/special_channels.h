@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the label of a digital input or a counter shows, from one raw sample word.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The window statistics: one channel of one block to one number. Nothing lasts from block to block.
 #pragma once
 

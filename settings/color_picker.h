@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The picker of a colour, on a screen of any size.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A colour setting in the configuration dialog: a label whose text bears the colour, and the small
 // button beside it that opens the picker.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/command1_click.h"
 
 #include "equation/normaliser.h"

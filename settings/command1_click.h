@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The click on Command1 from end to end: the dialog opens on a still meter, and the meter runs
 // again when it has closed.
 #pragma once

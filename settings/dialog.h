@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The window Dialog: the configuration of one meter as widgets. It shows DialogFields and gives
 // them back.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The visible controls of the configuration dialog as one table: what each is, says and where it
 // stands. Those that are never shown stand in DialogFields only.
 #pragma once

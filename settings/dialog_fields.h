@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the configuration dialog holds between filling and OK, as plain data named after its
 // controls.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The profile operations on real files. Many processes may write one file at the same moment; none
 // loses a key, and a reader never sees half a file.
 //

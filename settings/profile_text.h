@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text of a profile file: finding the value of a key and changing it.
 //
 // A line is what stands between line feeds; a carriage return at its end belongs to the line end.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A meter's section of the settings file: load at start, save at the end.
 #pragma once
 

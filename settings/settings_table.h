@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The keys of a meter's section in the settings file, as one table: their names, their defaults and
 // the texts that save writes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the signed 16-bit words of a channel and its values in engineering units come from each
 // other, and what that means for its samples.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The time that devices go by. Production code reads the system clock; a test hands in its own.
 #pragma once
 

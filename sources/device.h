@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The inside of the control Telvix1: one device, which is one kind of source of scans.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The control Telvix1 as meters use it: it holds the device that its text selects, looks at the
 // arguments of every call and hands it on.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text that selects a device: `KKnn`, `KKnn:rest`, `KKnn:rest?option=value&option`. Two capital
 // letters are the kind, two digits the model. A blank, a control character and any of % ? & stand
 // percent-encoded in rest and options, and an = in an option's name, so that a text never holds a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How a device puts the age of its newest scan into a Freshness.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From a device text to a device: the one place that knows every kind.
 #pragma once
 

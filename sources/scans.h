@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Consecutive scans as a host hands them on: the samples of each channel as the device has them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A library that is loaded only when something needs it, so that a meter on another device pays
 // neither its start-up time nor its memory.
 #pragma once

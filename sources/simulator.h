@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulator, kind SM: a plant that every machine has. The word of a channel in a scan is a pure
 // function of seed, channel and scan index, and the index comes from the clock, so all meters agree
 // without talking. Nothing is stored: a block is computed sample by sample where it is returned.

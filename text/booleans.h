@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Truth as the settings keep it, and its text form in the settings file.
 #pragma once
 

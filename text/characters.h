@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Classes of characters as ASCII has them, whatever the locale.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The text forms of numbers in the settings file, on the command line and in the dialog's fields.
 // No locale has a say in reading.
 #pragma once

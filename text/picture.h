@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From a number to its text by a picture of `0`, `#` and `.`.
 #pragma once
 

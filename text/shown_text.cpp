@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "text/shown_text.h"
 
 #include "text/characters.h"

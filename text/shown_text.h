@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Texts from outside as a sentence on one line may show them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Characters of UTF-8 texts, where a rule counts characters and not bytes. A byte that belongs to
 // no valid character counts as one.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The words of a command text. Nothing is quoted: a blank always parts two words.
 #pragma once
 

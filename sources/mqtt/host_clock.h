@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How late the messages of a host arrive, though its clock and ours need not agree: later than by
 // the best road seen so far.
 #pragma once

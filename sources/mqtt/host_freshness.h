@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How fresh the scans of a host are, why there are none newer, and whether the host still lives,
 // by what its messages tell of themselves. Times are handed in.
 //

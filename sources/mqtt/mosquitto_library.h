@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libmosquitto, loaded when the first connection is made: with the TLS library behind it, it costs
 // 5 ms of start-up and 0.6 MB of private memory.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where a network host publishes, as the text behind a kind and model (see device_text.h):
 //
 //   HOST[:PORT]/ROOT[?OPTIONS]    broker over TCP, or over TLS when PORT is 8883; [::1] for IPv6

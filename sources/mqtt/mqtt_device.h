@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The device kind MQ: a meter on a host that publishes through an MQTT broker (telvixd, or any
 // program that keeps to mqtt_wire.h). Many meters on many machines read one host.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a meter makes of the messages of its host: the channel list, the newest scans, whether they
 // are fresh and whether the host is gone. Messages and times are handed in, and none is trusted.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One connection to an MQTT broker that mends itself: a thread that connects, reads, and after a
 // loss tries again with growing pauses. It knows topics and bytes and nothing of what they mean.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a host and its meters say to each other through a broker: the payloads of the topics
 // ROOT/info, ROOT/state and ROOT/scan. Only bytes to records and back; nothing here is trusted, and
 // nothing throws.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The pauses between attempts to reach a broker that does not answer.
 #pragma once
 

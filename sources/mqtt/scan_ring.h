@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The newest consecutive scans of a device. Never holds a gap: scans that do not join the ones held
 // begin anew. Not thread-safe.
 #pragma once

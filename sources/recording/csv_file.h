@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A CSV recording on disk: its layout, and its lines as they come.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the columns of a CSV recording are: separator, header, channels, times; found once, from the
 // first lines.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a field of a text file says as a number, however its writer spells it: signs, decimal
 // commas, thousands separators, units behind the number, and words for what has no number.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keeps a quote that nobody closes from swallowing the lines behind it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // CSV text, in pieces of any size, to lines of numbers by a known layout (libcsv below). A line
 // counts when its end has been seen, so a torn line waits for its rest.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What fields of a text file say as a time, and what the times of its lines say as a rate.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A CSV file that a recorder is writing: the newest scans of it.
 #pragma once
 

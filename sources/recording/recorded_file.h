@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A file on disk that somebody may be writing, moving or deleting: opened once, read on, and
 // watched for being still the same.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Recordings, kind FI: CSV and sound files, replayed at their rate, and CSV files followed while a
 // recorder writes them. What the columns of a CSV file mean stands in csv_layout.h.
 #pragma once

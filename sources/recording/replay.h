@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The replay at its rate of a recording in memory, for as long as its file stays the same.
 #pragma once
 

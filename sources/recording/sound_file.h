@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A sound file, whole, as samples: libsndfile below, loaded when the first sound file is opened; it
 // and its decoders cost 2 ms of start-up and 0.2 MB of private memory.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The samples of one recorded channel, packed into memory without loss.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The click on Command1 over spies: what is called, in which order, what OK takes, and what the
 // meter is left as.
 #include "settings/command1_click.h"

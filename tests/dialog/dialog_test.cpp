@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialog with real widgets and real mouse and key events, on a display that shows nothing.
 #include "settings/dialog.h"
 

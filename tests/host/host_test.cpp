@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the host needs beside its device and its broker: an address, the pauses until it answers,
 // new scans, what waits, and an end.
 #include <gmock/gmock.h>

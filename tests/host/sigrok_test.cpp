@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An instrument of libsigrok: its text, and scans out of the packets that it sends.
 #include <gmock/gmock.h>
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Private X displays with and without a window manager, a private accessibility bus, and a desk for
 each test with its own home folder.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A user at a screen: a home folder, the programs started there, and what they say."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A private broker on a loopback port and a Unix socket, with hosts that publish there and meters
 that show what they publish."""
 

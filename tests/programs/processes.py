@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Child processes that die with the test, and waiting for what they do."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """An X server of its own, seen through the eyes and hands of its user."""
 
 import collections

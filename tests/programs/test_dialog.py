@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The configuration dialog, by pointer, by keyboard and through a screen reader."""
 
 import signal

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What a user sees of a reading that cannot be trusted."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """How meters end, and those that cannot begin."""
 
 import signal

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A multimeter on the network, as telvixd reads it and meters show it."""
 
 import contextlib

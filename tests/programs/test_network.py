@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The network host as it is used: a broker, telvixd, and meters on other machines."""
 
 import signal

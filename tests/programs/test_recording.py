@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """A real recording through the whole chain: the electrocardiogram of docs/, against raw words that
 were read from its source with unzip and od."""
 

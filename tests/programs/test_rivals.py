@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """What others write to the root of a host, and a meter that comes before its broker."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """telvixd as a service: how it ends, what it takes while the broker does not, what it says."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Who stands still is seen: the meter says within the limit plus a second that its data are old, and
 why, and is live again at the first new value. The age in its sentence is by its own clock."""
 

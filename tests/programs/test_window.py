@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """The window of a meter: where it stands, its two looks, the settings button, its colours."""
 
 import signal

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What an administrator may rely on: who may change the settings file, and what it may hold.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

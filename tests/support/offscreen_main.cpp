@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main of tests with real widgets: on a display that shows nothing.
 #include <gtest/gtest.h>
 

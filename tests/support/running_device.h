@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A device that runs, and the time it goes by.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A folder that lives as long as its test, and files in it.
 #pragma once
 

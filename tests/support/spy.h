@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A meter over spies. What it asks of the world behind its seams is answered from plain fields and
 // written into one log, so that a test can check the order of calls across all seams.
 #pragma once

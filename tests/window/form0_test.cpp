@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Form0 with real widgets on a screen in memory: what it draws and what it reports.
 #include "presentation/form0.h"
 
