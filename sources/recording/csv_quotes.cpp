@@ -92,7 +92,7 @@ bool QuoteGuard::TakeQuoted(std::string_view& bytes) {
 }
 
 std::string QuoteGuard::GiveUpLine() {
-  const std::string text = std::exchange(quoted_, {});
+  std::string text = std::exchange(quoted_, {});
   lines_ = 0;
   in_stray_line_ = true;
   state_ = State::kField;

@@ -136,8 +136,9 @@ std::optional<double> TakeClock(std::string_view& text) {
   if (first->count == 6) {  // of the compact form
     const auto fraction = TakeFraction(text);
     if (!fraction) return std::nullopt;
-    return first->number / 10000 * 3600 + first->number / 100 % 100 * 60 + first->number % 100 +
-           *fraction;
+    const auto hours = first->number / 10000;
+    const auto minutes = first->number / 100 % 100;
+    return hours * 3600 + minutes * 60 + first->number % 100 + *fraction;
   }
   if (first->count > 4 || !TakeOne(text, ":")) return std::nullopt;
   const auto second = TakeDigits(text, 2);
@@ -214,7 +215,8 @@ void FillIn(std::vector<double>& seconds, double usual) {
   for (std::size_t i = 0; i < seconds.size(); ++i) {
     if (!std::isnan(seconds[i])) continue;
     for (next = std::max(next, i); next < seconds.size() && std::isnan(seconds[next]);) ++next;
-    const double limit = next < seconds.size() ? seconds[next] : kInfinity;
+    double limit = kInfinity;
+    if (next < seconds.size()) limit = seconds[next];
     const double before = i > 0 ? seconds[i - 1] : limit - usual;
     seconds[i] = i > 0 && before <= limit ? std::min(before + usual, limit) : before;
   }
