@@ -3,7 +3,6 @@
 
 #include <QImage>
 #include <QPixmap>
-
 #include <cstddef>
 
 #include "window_icon_pixels.h"

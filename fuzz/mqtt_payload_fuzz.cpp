@@ -4,6 +4,7 @@
 // come first, so that every path behind them is in reach.
 #include <cstdlib>
 
+#include "fuzz/messages.h"
 #include "sources/mqtt/mqtt_feed.h"
 
 using namespace vantoscope;
@@ -29,18 +30,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     feed.OnMessage("state", Bytes(EncodeState({true, kEpoch, HostTimes{2000, 1000}})), true, now);
     feed.OnMessage("scan", EncodeScans(kScan, kEpoch, 1, {3000, 2000}), false, now);
   }
-  for (std::size_t at = 1; at + 3 <= size;) {
-    const std::uint8_t kind = data[at];
-    const std::size_t length =
-        std::min<std::size_t>(data[at + 1] + std::size_t{256} * data[at + 2], size - at - 3);
-    const auto payload = std::as_bytes(std::span(data + at + 3, length));
-    constexpr const char* kLeaves[] = {"info", "state", "scan", "other"};
+  ForEachMessage({data, size}, [&](const Message& message) {
+    const std::uint8_t kind = message.kind;
     now += std::chrono::milliseconds(kind);
     if (kind % 16 == 15) feed.OnLost();
     if (kind % 16 == 14) feed.OnConnected(now);
-    feed.OnMessage(kLeaves[kind % 4], payload, (kind & 0x80) != 0, now);
+    feed.OnMessage(message.Leaf(), message.payload, message.IsRetained(), now);
     if (feed.Ready()) feed.FixChannels();
-    at += 3 + length;
     // What a meter asks never fails and never gives a short block.
     for (const std::size_t count : {0U, 1U, 3U, 600U}) {
       const auto block = feed.GetData(count, kEngineeringUnits, now);
@@ -53,6 +49,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static_cast<void>(feed.HostGone(now));
     if (const auto fresh = feed.DataFreshness(now); fresh.limit < 2 || fresh.age.value_or(0) < 0)
       std::abort();
-  }
+  });
   return 0;
 }

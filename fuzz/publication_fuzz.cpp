@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What anybody writes to the root of a host. The input is a run of messages as in
-// mqtt_payload_fuzz.cpp. Whatever comes, the host sends nothing that a meter would not take.
+// What anybody writes to the root of a host. The input is a run of messages
+// (messages.h). Whatever comes, the host sends nothing that a meter would not take.
 #include <cstdlib>
 
+#include "fuzz/messages.h"
 #include "host/publication.h"
 
 using namespace vantoscope;
@@ -14,7 +15,7 @@ void Require(bool holds) {
 }
 
 void RequireUnderstood(std::string_view leaf, std::span<const std::byte> payload) {
-  const std::string_view text(reinterpret_cast<const char*>(payload.data()), payload.size());
+  const std::string_view text = AsText(payload);
   std::string why;
   Require(leaf != "info" || DecodeInfo(text, why));
   Require(leaf != "state" || DecodeState(text));
@@ -34,13 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       [&] { return HostTimes{.sent_us = clock, .taken_us = clock}; });
   Publication::Time now{};
   host.OnConnected(now);
-  for (std::size_t at = 1; at + 3 <= size;) {
-    const std::uint8_t kind = data[at];
-    const std::size_t length =
-        std::min<std::size_t>(data[at + 1] + std::size_t{256} * data[at + 2], size - at - 3);
-    const auto payload = std::as_bytes(std::span(data + at + 3, length));
-    constexpr const char* kLeaves[] = {"info", "state", "scan", "other"};
-    host.OnMessage(kLeaves[kind % 4], payload, (kind & 0x80) != 0, now);
+  ForEachMessage({data, size}, [&](const Message& message) {
+    const std::uint8_t kind = message.kind;
+    host.OnMessage(message.Leaf(), message.payload, message.IsRetained(), now);
     now += std::chrono::milliseconds(4 * kind);
     clock += 4000 * kind;
     if (kind % 16 == 15) host.OnLost();
@@ -48,8 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (kind % 16 == 13) host.SetChannels({{1, "A", "V", 0, static_cast<double>(kind)}});
     host.OnTime(now);
     if (host.Publishing()) host.SendScans({clock, 1, {std::vector<double>{1}}});
-    at += 3 + length;
-  }
+  });
   host.Close();
   return 0;
 }

@@ -41,10 +41,7 @@ std::int64_t Microseconds() {
 }
 
 void CheckRate(const Device& device) {
-  double bytes = 0;
-  for (const ChannelInfo& channel : device.Channels()) {
-    bytes += channel.encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
-  }
+  const auto bytes = static_cast<double>(BytesOfScan(device.Channels()));
   if (bytes * device.SampleRate() <= kMostBytesPerSecond) return;
   throw SourceError("The device " + device.Name() + " gives " +
                     std::to_string(std::llround(bytes * device.SampleRate() / 1e6)) +

@@ -15,10 +15,6 @@ constexpr milliseconds kLookForOwner = 3 * kSignOfLife + kLook;
 // A host gives its next sign in this time, but for the jitter of a network.
 constexpr milliseconds kProof = kSignOfLife * 9 / 10;
 
-std::string_view AsText(std::span<const std::byte> payload) {
-  return {reinterpret_cast<const char*>(payload.data()), payload.size()};
-}
-
 }  // namespace
 
 Publication::Publication(HostInfo info, Send send, Say say, Times times)

@@ -31,6 +31,13 @@ struct ChannelInfo {
   bool operator==(const ChannelInfo&) const = default;
 };
 
+/// Of one sample of each channel.
+inline std::size_t BytesOfScan(const std::vector<ChannelInfo>& channels) {
+  std::size_t bytes = 0;
+  for (const ChannelInfo& channel : channels) bytes += BytesOf(channel.encoding);
+  return bytes;
+}
+
 /// Every operation runs on one thread and may throw SourceError. Indices, counts and modes are in
 /// range: the control has looked at them (device_control.h). The channel list and the rate are
 /// known from the moment the device exists. Name, unit and range of a channel may change while it

@@ -15,6 +15,11 @@ enum class Encoding : std::uint8_t {
   kFloat64,  ///< numbers in the channel's unit; nan is missing, an infinity is over range
 };
 
+/// Of one sample.
+constexpr std::size_t BytesOf(Encoding encoding) {
+  return encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
+}
+
 /// Consecutive samples of one channel, oldest first, in its encoding.
 using Samples = std::variant<std::vector<std::int16_t>, std::vector<double>>;
 

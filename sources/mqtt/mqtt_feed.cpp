@@ -23,10 +23,6 @@ constexpr std::size_t kLongestBlock = std::numeric_limits<std::int16_t>::max();
 // channels of words.
 constexpr std::size_t kRingBytes = 1 << 20;
 
-std::string_view AsText(std::span<const std::byte> payload) {
-  return {reinterpret_cast<const char*>(payload.data()), payload.size()};
-}
-
 /// True when samples under the labels of `a` are to be read as those of `b`.
 bool SameSamples(const HostInfo& a, const HostInfo& b) {
   const auto same = [](const ChannelInfo& one, const ChannelInfo& other) {
@@ -38,14 +34,6 @@ bool SameSamples(const HostInfo& a, const HostInfo& b) {
 
 bool SameUnits(const HostInfo& a, const HostInfo& b) {
   return std::ranges::equal(a.channels, b.channels, {}, &ChannelInfo::unit, &ChannelInfo::unit);
-}
-
-std::size_t BytesOfScan(const std::vector<ChannelInfo>& channels) {
-  std::size_t bytes = 0;
-  for (const ChannelInfo& channel : channels) {
-    bytes += channel.encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
-  }
-  return bytes;
 }
 
 }  // namespace
@@ -80,7 +68,7 @@ void MqttFeed::OnInfo(std::span<const std::byte> payload) {
   }
   info_fault_.clear();
   if (!fixed_) {
-    if (info_ && info_->epoch == info->epoch && info_->channels == info->channels) return;
+    if (info_ == info) return;
     info_ = std::move(info);
     BeginEpoch();
   } else if (info->epoch != info_->epoch) {

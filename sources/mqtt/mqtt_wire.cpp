@@ -151,10 +151,6 @@ json Entry(const ChannelInfo& channel) {
   return entry;
 }
 
-std::size_t BytesOf(const ChannelInfo& channel) {
-  return channel.encoding == Encoding::kInt16 ? sizeof(std::int16_t) : sizeof(double);
-}
-
 /// The integer of the same bits.
 template <typename T>
 auto BitsOf(T value) {
@@ -306,14 +302,13 @@ std::optional<ScanBlock> DecodeScans(std::span<const std::byte> payload) {
 }
 
 std::optional<Scans> ScansOf(const ScanBlock& block, const std::vector<ChannelInfo>& channels) {
-  std::size_t bytes = 0;
-  for (const ChannelInfo& channel : channels) bytes += block.scans * BytesOf(channel);
+  const std::size_t bytes = block.scans * BytesOfScan(channels);
   if (block.channels != channels.size() || block.samples.size() != bytes) return std::nullopt;
   Scans scans{.first = block.first, .scans = block.scans, .channels = {}};
   const std::byte* from = block.samples.data();
   for (const ChannelInfo& channel : channels) {
     scans.channels.push_back(TakeSamples(from, channel.encoding, block.scans));
-    from += block.scans * BytesOf(channel);
+    from += block.scans * BytesOf(channel.encoding);
   }
   return scans;
 }

@@ -59,6 +59,8 @@ struct HostInfo {
   std::string device;  ///< text of the device behind the host, for people
   double rate = 0;     ///< scans per second
   std::vector<ChannelInfo> channels;
+
+  bool operator==(const HostInfo&) const = default;
 };
 
 /// Microseconds by the host's clock.
@@ -85,6 +87,10 @@ struct ScanBlock {
   std::size_t channels = 0;
   std::span<const std::byte> samples;
 };
+
+inline std::string_view AsText(std::span<const std::byte> payload) {
+  return {reinterpret_cast<const char*>(payload.data()), payload.size()};
+}
 
 std::string EncodeInfo(const HostInfo& info);
 /// Nothing, and one sentence in `why`, for a text that is no info of format 2.

@@ -263,6 +263,21 @@ TEST_F(MqttFeedTest, TakesOverUnitsAndRangesWithTheNextBlock) {
   EXPECT_FALSE(feed_->HostGone(now_));
 }
 
+TEST_F(MqttFeedTest, ALaterRevisionWithTheSameChannelsCountsWhileTheDeviceIsOpened) {
+  MqttFeed opening(30s);
+  HostInfo info = MakeInfo(kEpoch);
+  for (const std::uint32_t revision : {1U, 3U}) {  // a unit went and came back
+    info.revision = revision;
+    const std::string text = EncodeInfo(info);
+    opening.OnMessage("info", std::as_bytes(std::span(text)), true, now_);
+  }
+  opening.FixChannels();
+  feed_ = std::move(opening);
+  revision_ = 3;
+  Scans(0, 1);
+  EXPECT_EQ(Newest(), 0);
+}
+
 TEST_F(MqttFeedTest, AForgedMessageHasNoLastingEffect) {
   const auto live = [this](std::int64_t next) { next_ = next, Blocks(1, 40ms, 4); };
   const auto at = [this](auto ahead) { ahead_ += ahead, Scans(next_, 1), ahead_ -= ahead; };
