@@ -23,6 +23,7 @@
 #include "program/ending.h"
 #include "program/group_places.h"
 #include "program/launch_watch.h"
+#include "program/list_command.h"
 #include "program/meter_watch.h"
 #include "program/standard_descriptors.h"
 #include "program/termination.h"
@@ -207,6 +208,9 @@ int main(int argc, char** argv) {
       std::cout << *text;
       return EXIT_SUCCESS;
     }
+  }
+  if (argc > 1 && argv[1] == std::string_view("--list")) {
+    return vantoscope::RunListCommand({argv + 2, argv + argc});
   }
   return vantoscope::Run(argc, argv);
 }
