@@ -6,7 +6,6 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -15,13 +14,13 @@
 #include "meter/channel_number.h"
 #include "sources/device_text.h"
 #include "sources/freshness.h"
+#include "sources/json_text.h"
 #include "text/shown_text.h"
 #include "text/terminal_text.h"
 
 namespace vantoscope {
 namespace {
 
-using Json = nlohmann::ordered_json;
 using std::chrono::duration;
 using std::chrono::steady_clock;
 
@@ -81,10 +80,6 @@ std::string TokenOf(std::size_t index) { return '#' + std::to_string(index); }
 Json JsonNumber(double number) {
   if (std::isfinite(number)) return number;
   return std::isnan(number) ? "nan" : number < 0 ? "-inf" : "inf";
-}
-
-std::string Printed(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 /// What an equation writes for a channel without a label.
@@ -158,12 +153,12 @@ std::string ListingJson(const DeviceListing& listing) {
                         {"high", JsonNumber(info.high)},
                         {"value", value ? JsonNumber(*value) : Json()}});
   }
-  return Printed({{"device", listing.device},
-                  {"rate", listing.rate},
-                  {"description", listing.description},
-                  {"age", listing.age ? Json(*listing.age) : Json()},
-                  {"doubt", listing.doubt},
-                  {"channels", std::move(channels)}});
+  return JsonText({{"device", listing.device},
+                   {"rate", listing.rate},
+                   {"description", listing.description},
+                   {"age", listing.age ? Json(*listing.age) : Json()},
+                   {"doubt", listing.doubt},
+                   {"channels", std::move(channels)}});
 }
 
 std::string DeviceKindsText() {
@@ -180,7 +175,7 @@ std::string DeviceKindsJson() {
   for (const auto& [kind, example, what] : kDeviceKinds) {
     kinds.push_back({{"kind", kind}, {"device", example}, {"description", what}});
   }
-  return Printed({{"devices", std::move(kinds)}});
+  return JsonText({{"devices", std::move(kinds)}});
 }
 
 }  // namespace vantoscope
