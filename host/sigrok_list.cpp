@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kTerminal = 80;
 
-std::string PlaceOptions(const SigrokDriver& driver) {
+std::string PlaceOf(const SigrokDriver& driver) {
   if (!driver.takes_conn) return {};
   return driver.takes_serialcomm ? "serial" : "conn";
 }
@@ -48,7 +48,7 @@ std::string ChannelLines(const std::vector<std::string>& names, std::string_view
 std::string DriversText(const std::vector<SigrokDriver>& drivers) {
   std::vector<std::vector<std::string>> rows{{"Driver", "Place", "Instruments"}};
   for (const SigrokDriver& driver : drivers) {
-    rows.push_back({driver.name, PlaceOptions(driver), driver.reads});
+    rows.push_back({driver.name, PlaceOf(driver), driver.reads});
   }
   return Table(rows, {false, false, false}) + '\n' +
          Wrapped(
