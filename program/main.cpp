@@ -26,6 +26,7 @@
 #include "program/ending.h"
 #include "program/group_places.h"
 #include "program/launch_watch.h"
+#include "program/list_command.h"
 #include "program/meter_watch.h"
 #include "program/nursery.h"
 #include "program/preload.h"
@@ -222,6 +223,9 @@ int main(int argc, char** argv) {
       std::cout << *text;
       return EXIT_SUCCESS;
     }
+  }
+  if (argc > 1 && argv[1] == std::string_view("--list")) {
+    return vantoscope::RunListCommand({argv + 2, argv + argc});
   }
   return vantoscope::RunWithNursery({argv, argv + argc});
 }
