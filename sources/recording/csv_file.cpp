@@ -134,11 +134,13 @@ CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, 
   file_->Seek(decoder_.MarkSize());
 }
 
-void CsvFile::Explain(double rate) const {
+std::string CsvFile::Explain(double rate) const {
+  std::string description = Description(layout_) + "; scans per second: " + ShortestText(rate);
   const char* const wanted = std::getenv("VANTOSCOPE_EXPLAIN");
-  if (wanted == nullptr || std::string_view(wanted) != "1") return;
-  SayOfRecording(TheRecording(file_->Path()) + " is taken for: " + Description(layout_) +
-                 "; scans per second: " + ShortestText(rate));
+  if (wanted != nullptr && std::string_view(wanted) == "1") {
+    SayOfRecording(TheRecording(file_->Path()) + " is taken for: " + description);
+  }
+  return description;
 }
 
 void CsvFile::SayEndOfTable() {

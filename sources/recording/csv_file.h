@@ -78,9 +78,9 @@ class CsvFile {
   [[nodiscard]] const RecordedFile& File() const { return *file_; }
   [[nodiscard]] std::unique_ptr<RecordedFile> Release() { return std::move(file_); }
 
-  /// Says on standard error what the file was taken for, if the environment has
+  /// What the file was taken for; said on standard error too, if the environment has
   /// VANTOSCOPE_EXPLAIN=1.
-  void Explain(double rate) const;
+  std::string Explain(double rate) const;
 
   /// Hands on what has been written since the last call, at most `most_bytes` of it. True when
   /// there was something. Throws SourceError.

@@ -75,7 +75,7 @@ class Follow final : public Device {
     }
     NoteReading(0);
     SetRate(reading.rate);
-    csv_.Explain(rate_);
+    description_ = csv_.Explain(rate_);
     for (std::size_t channel = 0; channel < channels_.size(); ++channel) SetRange(channel, range);
     opened_ = true;
   }
@@ -128,6 +128,7 @@ class Follow final : public Device {
     if (!gone_) gone_ = csv_.File().Fate();
     return gone_;
   }
+  [[nodiscard]] std::string Description() const override { return description_; }
 
  private:
   void Take(const CsvRow& row) {
@@ -218,6 +219,7 @@ class Follow final : public Device {
   ChannelValues values_;
   ScanStore store_;
   double rate_ = 1;
+  std::string description_;
   bool opened_ = false;
   bool said_refused_ = false;
   bool running_ = false;

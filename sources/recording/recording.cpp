@@ -133,7 +133,7 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
   RecordedScans recorded;
   if (has_times && scans() > 1) SetTimes(recorded, csv, TimelineOf(std::move(seconds)));
   if (options.rate) recorded.rate = *options.rate;
-  csv.Explain(recorded.rate);
+  recorded.description = csv.Explain(recorded.rate);
   for (std::size_t channel = 0; channel < columns.size(); ++channel) {
     ChannelInfo& info = columns[channel].info;
     StoredChannel stored = StoredChannel::Packed(std::exchange(values[channel], {}));
