@@ -94,4 +94,13 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
   return OpenMqttDevice(device, meanwhile);
 }
 
+void RefuseStream(const std::string& text) {
+  const DeviceText device = ParseAnyDeviceText(text);
+  if (device.kind != "FI" || !IsStream(device.rest)) return;
+  throw SourceError("Only one meter can read the stream '" + device.rest +
+                    "', a group cannot; after 'telvixd --from " + text +
+                    " --to localhost:1883/lab/bench1' its device is "
+                    "mqtt://localhost:1883/lab/bench1, or after tee the file that tee writes.");
+}
+
 }  // namespace vantoscope
