@@ -38,6 +38,7 @@
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
 #include "sources/device_control.h"
+#include "sources/open_device.h"
 
 namespace vantoscope {
 namespace {
@@ -111,6 +112,12 @@ void ReportStartError(const SourceError& error, const WordCheck& words, bool qui
   ShowMessageBox(nullptr, MessageIcon::Critical, WithSentences(error.what(), words), "");
 }
 
+/// Every meter of a group reads its device on its own.
+void RefuseGroupOnStream(std::string_view command_line) {
+  const auto device = ValueBehind('D', command_line.substr(0, command_line.find(' ')));
+  if (device && OpensGroup(command_line)) RefuseStream(std::string(*device));
+}
+
 WordCheck SayWordsWithoutEffect(const std::string& command_line) {
   WordCheck words = CheckWords(command_line);
   for (const std::string& sentence : words.sentences) {
@@ -182,6 +189,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
+    RefuseGroupOnStream(command_line);
     StartUp(meter, command_line);
     processes.Finish();
   } catch (const SourceError& error) {
