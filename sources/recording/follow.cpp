@@ -97,7 +97,6 @@ class Follow final : public Device {
     Update(1);
     return gone_;
   }
-  [[nodiscard]] std::string Description() const override { return description_; }
 
  private:
   void Take(const CsvRow& row, std::span<double> scan) {
