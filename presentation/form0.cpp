@@ -4,7 +4,6 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -15,6 +14,7 @@
 #include <utility>
 
 #include "presentation/color.h"
+#include "presentation/message_box.h"
 #include "presentation/settings_button.h"
 
 namespace vantoscope {
@@ -238,18 +238,6 @@ void Form0::mouseDoubleClickEvent(QMouseEvent* event) {
 void Form0::closeEvent(QCloseEvent* event) {
   Unload();
   event->accept();
-}
-
-void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
-                    std::string_view title) {
-  const QMessageBox::Icon pictures[] = {QMessageBox::NoIcon, QMessageBox::Information,
-                                        QMessageBox::Critical};
-  QMessageBox box(pictures[static_cast<int>(icon)], title.empty() ? "Vanto Scope" : Text(title),
-                  Text(text), QMessageBox::Ok, parent);
-  box.setTextFormat(Qt::PlainText);
-  // A box of start-up has no window to stand above, and other meters stay on top.
-  if (parent == nullptr) box.setWindowFlag(Qt::WindowStaysOnTopHint);
-  box.exec();
 }
 
 }  // namespace vantoscope

@@ -106,8 +106,4 @@ class Form0 final : public QWidget, public MeterWindow {
   WindowPlace place_;
 };
 
-/// A modal message box; `parent` may be null. An empty title stands for "Vanto Scope".
-void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
-                    std::string_view title);
-
 }  // namespace vantoscope

@@ -17,6 +17,7 @@
 #include "meter/startup.h"
 #include "meter/tick.h"
 #include "presentation/form0.h"
+#include "presentation/message_box.h"
 #include "presentation/window_behaviour.h"
 #include "program/application.h"
 #include "program/decimal_separator.h"
