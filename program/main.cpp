@@ -20,6 +20,7 @@
 #include "meter/startup.h"
 #include "meter/tick.h"
 #include "presentation/form0.h"
+#include "presentation/message_box.h"
 #include "presentation/window_behaviour.h"
 #include "program/application.h"
 #include "program/decimal_separator.h"
@@ -30,6 +31,8 @@
 #include "program/meter_watch.h"
 #include "program/nursery.h"
 #include "program/preload.h"
+#include "program/screen_reader.h"
+#include "program/shortcuts.h"
 #include "program/standard_descriptors.h"
 #include "program/termination.h"
 #include "program/usage.h"
@@ -67,12 +70,13 @@ std::optional<std::string> TakeText(const char* variable) {
 /// told anew.
 bool TakeMark(const char* variable) { return TakeText(variable).has_value(); }
 
-void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
+void Wire(Meter& meter, Form0& form, MeterWatch& watch, ScreenReader& reader) {
   form.OnResize = [&] { ResizeRule(meter); };
   form.OnLabelDoubleClick = [&] { SwapLook(meter); };
   form.OnTimer1 = [&] {
     Timer1Tick(meter);
     watch.LookAfterTick();
+    reader.Look();
   };
   form.OnTimer2 = [&] { HoverRule(form); };
   form.OnCommand1Click = [&] {
@@ -81,6 +85,7 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
     watch.SetResting(false);
   };
   form.OnAskAbout = [&] { return watch.About(); };
+  form.OnAskSpoken = [&] { return reader.Spoken(); };
   form.OnUnload = [&] { UnloadMeter(meter); };
   meter.telvix.HostClosed = [&] {
     form.LookAgain();
@@ -174,7 +179,9 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   MeterWatch watch(meter, telvix, form);
   if (group_without_device) watch.SetNobodyNamedDevice();
   LaunchWatch launch_watch(launches, form);
-  Wire(meter, form, watch);
+  ScreenReader screen_reader(meter, telvix, form, watch);
+  Wire(meter, form, watch, screen_reader);
+  AddShortcuts(form, watch, [&] { SwapLook(meter); });
 
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
@@ -201,7 +208,10 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   }
   termination.Watch();
   const UnloadAtExit display_may_die(form);
-  QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
+  QObject::connect(&host_timer, &QTimer::timeout, [&] {
+    watch.Look();
+    screen_reader.Look();
+  });
   const SectionClaim claim(profile.PathOf(meter.runtime.IniFile), meter.runtime.SectionName);
   if (claim.IsShared()) SaySectionIsShared(meter.runtime.SectionName);
   if (words.names_no_device) {
