@@ -9,6 +9,7 @@
 
 #include "meter/meter_window.h"
 #include "meter/reading_state.h"
+#include "presentation/pointer_place.h"
 #include "presentation/window_place.h"
 
 namespace vantoscope {
@@ -96,6 +97,7 @@ class Form0 final : public QWidget, public MeterWindow {
   bool opened_ = false;
   std::int16_t border_style_ = kFramed;
   WindowPlace place_;
+  PointerPlace pointer_;
 };
 
 /// A modal message box; `parent` may be null. An empty title stands for "Vanto Scope".
