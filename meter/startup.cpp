@@ -61,11 +61,12 @@ void StartUp(Meter& meter, const std::string& command_line) {
   DeriveDisplayFormat(meter.config, runtime);
   meter.form.SetWindowPos(meter.config.AlwaysOnTop);
   meter.form.EnableTimer1(true);
-  runtime.PreparedEquation = NormaliseEquation(meter, meter.config.MathText);
+  const TracedText equation = NormaliseEquation(meter, meter.config.MathText);
+  runtime.PreparedEquation = equation.Text();
   if (meter.config.DebugMode != kFalse) {
     meter.form.ShowMessage(MessageIcon::Information, runtime.PreparedEquation, "Vantoscope");
   }
-  PrepareEquation(meter, runtime.PreparedEquation);
+  PrepareEquation(meter, equation);
 }
 
 }  // namespace vantoscope
