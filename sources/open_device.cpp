@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "sources/beside.h"
 #include "sources/device_text.h"
 #include "sources/mqtt/mqtt_device.h"
 #include "sources/recording/recording.h"
@@ -42,6 +43,12 @@ void RefuseNoPath(const std::string& text) {
   }
 }
 
+bool IsPath(const std::string& text) {
+  return !text.empty() && text != "sim" && !text.starts_with(kSimulatorPrefix) &&
+         !text.starts_with(kMqttPrefix) && !LooksLikeDeviceText(text);
+}
+
+/// Waits for the file system.
 DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
   DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
@@ -70,13 +77,15 @@ DeviceText ParseAnyDeviceText(const std::string& text) {
   if (text.starts_with(kMqttPrefix)) {
     return ParseRest("MQ", kFriendlyModel, view.substr(kMqttPrefix.size()));
   }
-  if (LooksLikeDeviceText(text)) return ParseDeviceText(text);
-  return RecordingAt(text);
+  if (IsPath(text)) return RecordingAt(text);
+  return ParseDeviceText(text);
 }
 
 std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
                                    const Meanwhile& meanwhile) {
-  DeviceText device = ParseAnyDeviceText(text);
+  DeviceText device = IsPath(text) ? DoBeside<DeviceText>([text] { return RecordingAt(text); },
+                                                          meanwhile, StillOpening(text))
+                                   : ParseAnyDeviceText(text);
   if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
     throw SourceError("The device '" + WithoutCredentials(text) + "' is of the unknown kind " +
                       device.kind +
@@ -88,7 +97,9 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
                       " has the models 64 and 32.");
   }
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
-  if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock));
+  if (device.kind == "FI") {
+    return OpenRecording(std::move(device), std::move(clock), meanwhile);
+  }
   return OpenMqttDevice(device, meanwhile);
 }
 

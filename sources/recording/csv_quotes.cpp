@@ -54,6 +54,13 @@ void QuoteGuard::Finish() {
   take_(std::exchange(quoted_, {}));
 }
 
+void QuoteGuard::Restart() {
+  state_ = State::kFieldStart;
+  quoted_.clear();
+  lines_ = 0;
+  in_stray_line_ = false;
+}
+
 bool QuoteGuard::EndsField(char c) const {
   return c == separator_ || c == '\n' || c == '\r' || (separator_ == ' ' && c == '\t');
 }

@@ -18,8 +18,7 @@ namespace {
 constexpr std::size_t kStepsForUsual = 1000;
 constexpr std::size_t kStepsLookedAt = 65536;
 constexpr double kManyRepeats = 0.1;
-constexpr double kLongStep = 3;    // times the usual one
-constexpr double kEvenStep = 2.1;  // times the median one
+constexpr double kLongStep = 3;  // times the usual one
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kDay = 86400;
 constexpr double kLeastRate = 1e-9;
@@ -224,7 +223,7 @@ void FillIn(std::vector<double>& seconds, double usual) {
 
 /// Whether limited digits and a little jitter explain how the times differ from even steps.
 bool AreEven(const std::vector<double>& seconds, double mean, double usual, bool coarse) {
-  const double tolerance = std::max(1.5 * mean, coarse ? usual : 0);
+  const double tolerance = std::max(kJitter * mean, coarse ? usual : 0);
   for (std::size_t i = 1; i < seconds.size(); ++i) {
     const double even = seconds[0] + static_cast<double>(i) * mean;
     if (std::abs(seconds[i] - even) > tolerance) return false;
@@ -327,16 +326,16 @@ Timeline TimelineOf(std::vector<double> seconds) {
   const double usual = UsualStepOf(seconds);
   FillIn(seconds, usual);
   Timeline timeline;
-  bool repeats = false;
+  timeline.step = usual;
   for (std::size_t i = 1; i < seconds.size() && !timeline.backwards; ++i) {
     if (seconds[i] < seconds[i - 1]) timeline.backwards = i;
-    repeats = repeats || seconds[i] == seconds[i - 1];
+    timeline.coarse = timeline.coarse || seconds[i] == seconds[i - 1];
   }
   if (usual == 0 || timeline.backwards) return timeline;
 
   const double first = seconds.front();
   const double mean = (seconds.back() - first) / static_cast<double>(seconds.size() - 1);
-  if (AreEven(seconds, mean, usual, repeats)) {
+  if (AreEven(seconds, mean, usual, timeline.coarse)) {
     timeline.rate = RateOf(mean);
     return timeline;
   }
