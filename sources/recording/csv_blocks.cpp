@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sources/recording/csv_blocks.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vantoscope {
@@ -14,7 +15,7 @@ std::uint64_t CsvBlocks::UnitAt(std::uint64_t offset) const {
 }
 
 CsvBlocks::Block CsvBlocks::Read(std::uint64_t offset, std::size_t bytes) {
-  const std::size_t wanted = bytes - bytes % decoder_.UnitSize();
+  const std::size_t wanted = std::max(bytes - bytes % decoder_.UnitSize(), decoder_.UnitSize());
   bytes_.resize(wanted);
   const std::size_t size = read_(offset, bytes_);
   std::string_view text = std::string_view(bytes_).substr(0, size);

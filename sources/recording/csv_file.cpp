@@ -19,7 +19,7 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::size_t kMostColumns = kFineChannel - 1;
+constexpr std::size_t kMostColumns = 32766;  // their numbers, without kFineChannel
 constexpr std::size_t kHeadBytes = std::size_t{1} << 18U;
 constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
 constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;
@@ -69,7 +69,10 @@ std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string
     const std::int16_t special = SpecialNumber(column.name);
     ChannelInfo info = IsSpecial(special) ? SpecialChannel(special) : ChannelInfo();
     info.encoding = Encoding::kFloat64;  // a value may be missing
-    if (!IsSpecial(special)) info.number = ++analog;
+    if (!IsSpecial(special)) {
+      if (++analog == kFineChannel) ++analog;
+      info.number = analog;
+    }
     info.name = column.name;
     info.unit = column.unit;
     columns.push_back({.info = std::move(info), .column = i});

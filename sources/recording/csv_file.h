@@ -25,8 +25,9 @@ struct ListedColumn {
   std::size_t column = 0;
 };
 
-/// The channel list of a layout. Throws SourceError when it has so many columns that one would get
-/// the number kFineChannel.
+/// The channel list of a layout. Analog channels are numbered from 1 in file order; no one gets the
+/// number kFineChannel, whose digits mean something else. Throws SourceError for more columns than
+/// there are numbers.
 std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string& path);
 
 /// The values of the channels from a line of numbers. What no raw word of a special channel holds

@@ -74,8 +74,8 @@ void CsvIndex::Parse(const CsvBlocks::Block& block) {
   if (block.at_end || backwards_ || rows_.TableEnded()) {
     complete_ = true;
     EndStretch({});
-  } else if (auto restart = rows_.RestartHere(); restart && next_.rows > 0) {
-    EndStretch(std::move(*restart));
+  } else if (next_.rows > 0 && block.text.ends_with('\n')) {
+    if (auto restart = rows_.RestartHere()) EndStretch(std::move(*restart));
   }
 }
 

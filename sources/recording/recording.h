@@ -45,7 +45,7 @@ inline constexpr std::uint64_t kWholeBytes = std::uint64_t{1} << 23U;
 /// What is missing or unreadable is nan, over range an infinity. Both: the host is gone when the
 /// file vanishes, is replaced or is truncated. Special channels are columns of their names, DigIn,
 /// Cntr and RCntr; a byte of DigIn may be written signed. Analog channels are numbered from 1 in
-/// file order. Throws SourceError with what, which and why.
+/// file order, without 999. Throws SourceError with what, which and why.
 std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock,
                                       const Meanwhile& meanwhile = {},
                                       std::uint64_t whole_bytes = kWholeBytes);
