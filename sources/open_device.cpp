@@ -5,10 +5,11 @@
 #include <system_error>
 #include <utility>
 
-#include "sources/beside.h"
 #include "sources/device_text.h"
 #include "sources/mqtt/mqtt_device.h"
+#include "sources/opening.h"
 #include "sources/recording/recording.h"
+#include "sources/recording/stream_text.h"
 #include "sources/simulator.h"
 #include "text/shown_text.h"
 
@@ -52,17 +53,36 @@ bool IsPath(const std::string& text) {
 DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
   DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
-  if (std::filesystem::exists(path, ignored)) return device;
+  if (path == kStandardInput || std::filesystem::exists(path, ignored)) return device;
   const std::size_t question = path.rfind('?');
   if (question != std::string::npos) {
     device.options = ParseOptions(std::string_view(path).substr(question + 1), '&');
     device.rest.resize(question);
   }
+  if (device.rest == kStandardInput) return device;
   if (!std::filesystem::exists(device.rest, ignored)) {
     device.rest = PercentDecoded(device.rest).value_or(device.rest);
     if (!std::filesystem::exists(device.rest, ignored)) RefuseNoPath(path);
   }
   return device;
+}
+
+/// `text` is what the user wrote.
+std::unique_ptr<Device> OpenParsed(const std::string& text, DeviceText device, Clock clock,
+                                   const Meanwhile& meanwhile) {
+  if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
+    throw SourceError("The device '" + WithoutCredentials(text) + "' is of the unknown kind " +
+                      device.kind +
+                      "; there are SM (simulator), FI (recording) and MQ (network host).");
+  }
+  if (device.model != 64 && device.model != 32) {
+    throw SourceError("The device '" + WithoutCredentials(text) +
+                      "' is of an unknown model; the kind " + device.kind +
+                      " has the models 64 and 32.");
+  }
+  if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
+  if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock), meanwhile);
+  return OpenMqttDevice(device, meanwhile);
 }
 
 }  // namespace
@@ -83,24 +103,26 @@ DeviceText ParseAnyDeviceText(const std::string& text) {
 
 std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
                                    const Meanwhile& meanwhile) {
-  DeviceText device = IsPath(text) ? DoBeside<DeviceText>([text] { return RecordingAt(text); },
-                                                          meanwhile, StillOpening(text))
-                                   : ParseAnyDeviceText(text);
-  if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
-    throw SourceError("The device '" + WithoutCredentials(text) + "' is of the unknown kind " +
-                      device.kind +
-                      "; there are SM (simulator), FI (recording) and MQ (network host).");
+  if (!meanwhile || !IsPath(text)) {
+    return OpenParsed(text, ParseAnyDeviceText(text), std::move(clock), meanwhile);
   }
-  if (device.model != 64 && device.model != 32) {
-    throw SourceError("The device '" + WithoutCredentials(text) +
-                      "' is of an unknown model; the kind " + device.kind +
-                      " has the models 64 and 32.");
-  }
-  if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
-  if (device.kind == "FI") {
-    return OpenRecording(std::move(device), std::move(clock), meanwhile);
-  }
-  return OpenMqttDevice(device, meanwhile);
+  return OpenBeside(
+      [text, clock = std::move(clock)](Opening& opening) {
+        return OpenParsed(text, RecordingAt(text), clock, [&opening](const std::string& sentence) {
+          if (!sentence.empty()) opening.SetMissing(sentence);
+          return !opening.GivenUp();
+        });
+      },
+      NotOpenYet(text), meanwhile);
+}
+
+void RefuseStream(const std::string& text) {
+  const DeviceText device = ParseAnyDeviceText(text);
+  if (device.kind != "FI" || !IsStream(device.rest)) return;
+  throw SourceError("Only one meter can read the stream '" + device.rest +
+                    "', a group cannot; after 'telvixd --from " + text +
+                    " --to localhost:1883/lab/bench1' its device is "
+                    "mqtt://localhost:1883/lab/bench1, or after tee the file that tee writes.");
 }
 
 }  // namespace vantoscope

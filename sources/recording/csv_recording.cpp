@@ -66,7 +66,7 @@ RecordedScans ReadWhole(CsvFile& csv, Rows& rows, std::vector<ListedColumn> colu
     }
   }
   if (reading.rate) recorded.rate = *reading.rate;
-  csv.Explain(recorded.rate);
+  recorded.description = csv.Explain(recorded.rate);
   for (std::size_t channel = 0; channel < columns.size(); ++channel) {
     Take(columns[channel].info, std::exchange(rows.values[channel], {}), range, piece);
     recorded.channels.push_back(std::move(columns[channel].info));

@@ -88,6 +88,18 @@ void CsvRows::Finish() {
   finishing_ = false;
 }
 
+void CsvRows::Jump() {
+  std::ranges::fill(values_, std::numeric_limits<double>::quiet_NaN());
+  next_ = values_;
+  blank_lines_ = 0;
+  SkipNoMore();
+}
+
+void CsvRows::SkipLines(std::size_t lines) {
+  line_ = 0;
+  layout_.lines_to_skip = lines;
+}
+
 void CsvRows::OnField(void* bytes, std::size_t size, void* self) {
   static_cast<CsvRows*>(self)->TakeField({static_cast<const char*>(bytes), size});
 }

@@ -56,7 +56,8 @@ class CsvRows {
 
   /// Throws SourceError when a field grows beyond a mebibyte, as after a quote that nobody closes.
   void Feed(std::string_view bytes);
-  /// The file is over: a last line without a line end counts if no field is missing.
+  /// The file is over: a last line without a line end counts if no field is missing. What is fed
+  /// later is another file.
   void Finish();
   /// Forgets all it knows of what came before, and goes on with that line.
   void Restart(const CsvRestart& from);
@@ -64,6 +65,10 @@ class CsvRows {
   /// inside of a quoted field, ahead of the first line that counts, behind a blank line, or when
   /// the table has ended.
   [[nodiscard]] std::optional<CsvRestart> RestartHere() const;
+  /// What is fed next are whole lines of the table further on; there is no value to be repeated.
+  void Jump();
+  /// What is fed next begins with that many lines that are not blank ahead of the numbers.
+  void SkipLines(std::size_t lines);
   /// From here on the lines are part of the table; skips nothing more.
   void SkipNoMore() { line_ = layout_.lines_to_skip; }
   /// Whether another table began, which is not read.

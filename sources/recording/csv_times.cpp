@@ -18,7 +18,10 @@ namespace {
 constexpr std::size_t kStepsForUsual = 1000;
 constexpr std::size_t kStepsLookedAt = 65536;
 constexpr double kManyRepeats = 0.1;
-constexpr double kLongStep = 3;  // times the usual one
+constexpr double kLongStep = 3;    // times the usual one
+constexpr double kEvenStep = 2.1;  // times the median one, where some times repeat
+constexpr double kLostLine = 1.5;  // times the median one
+constexpr double kJitter = 1.5;    // times the mean one
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kDay = 86400;
 constexpr double kLeastRate = 1e-9;
@@ -222,12 +225,11 @@ void FillIn(std::vector<double>& seconds, double usual) {
 }
 
 /// Whether limited digits and a little jitter explain how the times differ from even steps.
-bool AreEven(const std::vector<double>& seconds, double mean, double usual, bool coarse) {
-  const double tolerance = std::max(kJitter * mean, coarse ? usual : 0);
+bool AreEven(const std::vector<double>& seconds, double mean, const Timeline& timeline) {
   for (std::size_t i = 1; i < seconds.size(); ++i) {
     const double even = seconds[0] + static_cast<double>(i) * mean;
-    if (std::abs(seconds[i] - even) > tolerance) return false;
-    if (seconds[i] - seconds[i - 1] > kEvenStep * usual) return false;
+    if (std::abs(seconds[i] - even) > timeline.jitter) return false;
+    if (seconds[i] - seconds[i - 1] > timeline.longest) return false;
   }
   return true;
 }
@@ -327,15 +329,18 @@ Timeline TimelineOf(std::vector<double> seconds) {
   FillIn(seconds, usual);
   Timeline timeline;
   timeline.step = usual;
+  bool coarse = false;
   for (std::size_t i = 1; i < seconds.size() && !timeline.backwards; ++i) {
     if (seconds[i] < seconds[i - 1]) timeline.backwards = i;
-    timeline.coarse = timeline.coarse || seconds[i] == seconds[i - 1];
+    coarse = coarse || seconds[i] == seconds[i - 1];
   }
   if (usual == 0 || timeline.backwards) return timeline;
 
   const double first = seconds.front();
   const double mean = (seconds.back() - first) / static_cast<double>(seconds.size() - 1);
-  if (AreEven(seconds, mean, usual, timeline.coarse)) {
+  timeline.longest = (coarse ? kEvenStep : kLostLine) * usual;
+  timeline.jitter = std::max(kJitter * mean, coarse ? usual : 0);
+  if (AreEven(seconds, mean, timeline)) {
     timeline.rate = RateOf(mean);
     return timeline;
   }

@@ -63,17 +63,14 @@ class TimeSteps {
   Sum sum_;
 };
 
-/// What even steps may differ by.
-inline constexpr double kJitter = 1.5;    ///< mean steps from where the line should be
-inline constexpr double kEvenStep = 2.1;  ///< median steps from one line to the next
-
 /// What the times of all lines of a recording come to.
 struct Timeline {
   std::optional<double> rate;            ///< nothing when the times never rise
   std::optional<std::size_t> backwards;  ///< the first line that is before the one ahead of it
   std::vector<double> times;             ///< since the first line; empty when the steps are even
   double step = 0;                       ///< the median of those above 0; 0 without any
-  bool coarse = false;                   ///< some times repeat
+  double longest = 0;                    ///< no even step is longer
+  double jitter = 0;  ///< no line of even steps is further from where it should be
 };
 
 /// The lines may differ from even steps by what limited digits and a little jitter make; else the

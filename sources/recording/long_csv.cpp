@@ -94,7 +94,7 @@ class LongCsv final : public ScanSource {
     return channels;
   }
 
-  void Explain(double rate) const { csv_.Explain(rate); }
+  [[nodiscard]] std::string Explain(double rate) const { return csv_.Explain(rate); }
 
   void ReadOn() override {
     if (index_->Complete()) return;
@@ -220,7 +220,7 @@ RecordedScans OpenLongCsv(std::unique_ptr<RecordedFile> file, const CsvReading& 
   } else if (source->HasTimes()) {
     recorded.rate = source->FindRate();
   }
-  source->Explain(recorded.rate);
+  recorded.description = source->Explain(recorded.rate);
   source->ReadFirstRows();
   recorded.channels = source->ListChannels(range);
   recorded.source = std::move(source);

@@ -8,12 +8,13 @@
 #include <system_error>
 #include <utility>
 
-#include "sources/beside.h"
+#include "sources/opening.h"
 #include "sources/recording/csv_recording.h"
 #include "sources/recording/follow.h"
 #include "sources/recording/replay.h"
 #include "sources/recording/sound_file.h"
 #include "sources/recording/sound_recording.h"
+#include "sources/recording/stream_text.h"
 
 namespace vantoscope {
 namespace {
@@ -22,6 +23,7 @@ constexpr std::int64_t kMillisecond = 1'000'000;
 
 struct Options {
   bool follow = false;
+  bool rotate = false;
   bool loop = false;
   std::optional<double> start;  // seconds since the Unix epoch
   std::optional<double> rate;
@@ -42,6 +44,16 @@ bool TakeFlag(DeviceText& device, std::string_view name) {
   return value.has_value();
 }
 
+void TakeFollow(DeviceText& device, Options& options) {
+  const std::optional<std::string> value = TakeOption(device, "follow");
+  options.follow = value.has_value();
+  options.rotate = value == "rotate";
+  if (value && !value->empty() && !options.rotate) {
+    throw SourceError("The device option follow takes no value or rotate, but has '" + *value +
+                      "'.");
+  }
+}
+
 std::optional<DateOrder> TakeDates(DeviceText& device) {
   const std::optional<std::string> value = TakeOption(device, "dates");
   if (!value) return std::nullopt;
@@ -53,7 +65,7 @@ std::optional<DateOrder> TakeDates(DeviceText& device) {
 
 Options TakeOptions(DeviceText device) {
   Options options;
-  options.follow = TakeFlag(device, "follow");
+  TakeFollow(device, options);
   options.loop = TakeFlag(device, "loop");
   options.start = TakeNumber(device, "start", -1e9, 9e9);
   options.rate = TakeNumber(device, "rate", 0.001, 1e6);
@@ -78,10 +90,22 @@ bool IsSigrokSession(std::string_view path, std::string_view first_bytes) {
   return path.ends_with(".sr") && first_bytes.starts_with("PK");
 }
 
-std::unique_ptr<Device> Follow(const DeviceText& device, std::unique_ptr<RecordedFile> file,
-                               const Options& options, Clock clock) {
-  return MakeFollow(FullText(device), std::move(file), options.Reading(), options.range,
-                    {.wall = std::move(clock)});
+Following FollowingOf(const Options& options, Clock clock) {
+  return {.reading = options.Reading(),
+          .range = options.range,
+          .rotate = options.rotate,
+          .clocks = {.wall = std::move(clock)}};
+}
+
+std::unique_ptr<Device> OpenStream(const DeviceText& device, const Options& options,
+                                   Opening& opening) {
+  if (options.loop || options.start) {
+    throw SourceError("A stream has no loop and no start.");
+  }
+  if (options.rotate && device.rest == kStandardInput) {
+    throw SourceError("Standard input has no next writer that follow=rotate would wait for.");
+  }
+  return FollowStream(FullText(device), device.rest, FollowingOf(options, SystemTime), opening);
 }
 
 std::unique_ptr<Device> Replay(DeviceText device, RecordedScans recorded, const Options& options,
@@ -111,7 +135,9 @@ std::unique_ptr<Device> OpenFile(const DeviceText& device, const Options& option
     throw SourceError("The recording '" + device.rest +
                       "' is a sound file, which cannot be followed.");
   }
-  if (options.follow) return Follow(device, std::move(file), options, std::move(clock));
+  if (options.follow) {
+    return MakeFollow(FullText(device), std::move(file), FollowingOf(options, std::move(clock)));
+  }
   RecordedScans recorded =
       is_sound ? OpenSound(std::move(file), options.range, whole_bytes)
                : OpenCsv(std::move(file), options.Reading(), options.range, whole_bytes);
@@ -127,17 +153,21 @@ std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock, const Mean
     throw SourceError("A recording needs the path of its file, as in FI64:/data/run.csv.");
   }
   std::error_code ignored;
-  device.rest = std::filesystem::absolute(device.rest, ignored).string();
-  return DoBeside<std::unique_ptr<Device>>(
-      [device, options, clock = std::move(clock), whole_bytes] {
-        return OpenFile(device, options, clock, whole_bytes);
+  if (device.rest != kStandardInput) {
+    device.rest = std::filesystem::absolute(device.rest, ignored).string();
+  }
+  const std::string missing = NotOpenYet(device.rest);
+  return OpenBeside(
+      [device = std::move(device), options, clock = std::move(clock),
+       whole_bytes](Opening& opening) {
+        return IsStream(device.rest) ? OpenStream(device, options, opening)
+                                     : OpenFile(device, options, clock, whole_bytes);
       },
-      meanwhile, StillOpening(device.rest));
+      missing, meanwhile);
 }
 
-std::string StillOpening(const std::string& path) {
-  return "The recording '" + path +
-         "' is still being opened: it is long, or its file system is slow or does not answer.";
+std::string NotOpenYet(const std::string& path) {
+  return TheRecording(path) + " is not open yet: its file system is slow or does not answer.";
 }
 
 }  // namespace vantoscope

@@ -28,6 +28,7 @@ class Replay final : public Device {
       : name_(std::move(name)),
         path_(scans.source->File().Path()),
         channels_(std::move(scans.channels)),
+        description_(std::move(scans.description)),
         rate_(scans.rate),
         times_(times),
         reader_(std::move(scans.source), ScansAhead(rate_)),
@@ -97,6 +98,8 @@ class Replay final : public Device {
     if (!gone_ && AtEnd()) gone_ = "The recording '" + path_ + "' has ended; ?loop repeats it.";
     return gone_;
   }
+
+  [[nodiscard]] std::string Description() const override { return description_; }
 
  private:
   [[nodiscard]] std::optional<std::int64_t> Length() { return reader_.Length(times_.loop); }
@@ -179,6 +182,7 @@ class Replay final : public Device {
   std::string name_;
   std::string path_;
   std::vector<ChannelInfo> channels_;
+  std::string description_;
   double rate_;
   ReplayTimes times_;
   ScanReader reader_;

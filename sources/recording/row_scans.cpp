@@ -16,7 +16,8 @@ constexpr double kMostScans = 1e15;
 RowScans::RowScans(const Timeline& timeline)
     : rate_(timeline.rate.value()),
       step_(timeline.step),
-      tolerance_(std::max(kJitter, timeline.coarse ? timeline.step * rate_ : 0)),
+      longest_(timeline.longest),
+      jitter_(timeline.jitter),
       even_(timeline.times.empty()) {}
 
 std::optional<std::int64_t> RowScans::Next(double seconds) {
@@ -31,11 +32,11 @@ std::optional<std::int64_t> RowScans::Next(double seconds) {
   }
   if (is_read && seconds < read_) return std::nullopt;
   const double time = is_read ? std::max(seconds, last_) : last_ + step_;
-  const bool pauses = time - last_ > kEvenStep * step_;
+  const bool pauses = time - last_ > longest_;
   if (is_read) read_ = seconds;
   last_ = time;
   const double even = static_cast<double>(scan_ + 1);
-  const bool in_step = even_ && !pauses && std::abs((time - *first_) * rate_ - even) <= tolerance_;
+  const bool in_step = even_ && !pauses && std::abs(time - *first_ - even / rate_) <= jitter_;
   scan_ = in_step ? scan_ + 1 : std::max(scan_, ScanOf(time));
   return scan_;
 }

@@ -29,7 +29,8 @@ class RowScans {
 
   double rate_ = 0;  // 0 without times
   double step_ = 0;
-  double tolerance_ = 0;  // scans; of even steps
+  double longest_ = 0;  // even steps
+  double jitter_ = 0;   // of them
   bool even_ = false;
   std::optional<double> first_;
   double read_ = 0;  // the last time that could be read

@@ -39,6 +39,7 @@ struct RecordedScans {
   std::vector<ChannelInfo> channels;
   double rate = 1;
   std::unique_ptr<ScanSource> source;
+  std::string description = {};  ///< see Device::Description
 };
 
 /// A recording that is one piece, which begins with scan 0.

@@ -8,10 +8,8 @@
 #include <condition_variable>
 #include <cstring>
 #include <fstream>
-#include <future>
 #include <mutex>
 
-#include "sources/beside.h"
 #include "sources/recording/csv_index.h"
 #include "sources/recording/recording.h"
 #include "sources/recording/scan_reader.h"
@@ -352,30 +350,6 @@ TEST_F(LongRecording, NobodyWaitsForAFileSystemThatHangs) {
   EXPECT_FALSE(reader->Get({{.first = 0, .last = 0}}));
   reader.reset();  // while its thread hangs
   open();
-}
-
-TEST(DoBeside, WaitsUntilItIsDoneOrTheUserGivesUp) {
-  std::promise<int> answer;
-  std::vector<std::string> told;
-  const auto wait = [&, future = answer.get_future().share()](bool patient) {
-    return DoBeside<int>([future] { return future.get(); },
-                         [&](const std::string& sentence) {
-                           told.push_back(sentence);
-                           if (patient && told.size() == 3) answer.set_value(7);
-                           return patient || told.size() < 2;
-                         },
-                         "It is slow.");
-  };
-  EXPECT_EQ(Refusal([&] { wait(false); }), "It is slow.");
-  EXPECT_THAT(told, ElementsAre("It is slow.", "It is slow.", ""));
-  told.clear();
-  EXPECT_EQ(wait(true), 7);
-  EXPECT_EQ(told.back(), "");
-  EXPECT_EQ(Refusal([] {
-              DoBeside<int>([]() -> int { throw SourceError("No."); },
-                            [](const auto&) { return true; }, "");
-            }),
-            "No.");
 }
 
 }  // namespace
