@@ -193,7 +193,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   });
   host_timer.start(kCheckHostMilliseconds);
   TerminationRequests termination;
-  termination.OnRequest = [&] { CloseOnRequest(form); };
+  termination.OnRequest = [&] { waiting.IsShown() ? waiting.GiveUp() : CloseOnRequest(form); };
 
   try {
     RefuseGroupOnStream(command_line);

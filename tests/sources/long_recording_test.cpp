@@ -91,8 +91,8 @@ TEST(CsvIndex, ReadsTheSameRowsInStretchesOfAnySize) {
 }
 
 TEST(CsvIndex, FindsRowsBehindEightGibibytes) {
-  constexpr std::uint64_t kLine = 250'000;
-  constexpr std::uint64_t kLines = 35'000;
+  constexpr std::uint64_t kLine = 25'000;
+  constexpr std::uint64_t kLines = 350'000;
   static_assert(kLine * kLines > std::uint64_t{1} << 33U);
   // Every line is a number, a comma and a text that fills it.
   const ReadAt read = [](std::uint64_t offset, std::span<char> to) {
@@ -111,7 +111,7 @@ TEST(CsvIndex, FindsRowsBehindEightGibibytes) {
   };
   CsvLayout layout;
   layout.columns.push_back({.field = 0});
-  CsvIndex index("", {read, TextDecoder()}, layout, {}, 1'000'000);
+  CsvIndex index("", {read, TextDecoder()}, layout, {}, 4'000'000);
   while (!index.Complete()) index.ReadOn();
   EXPECT_EQ(index.Length(), kLines);
   std::vector<double> last;
