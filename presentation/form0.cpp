@@ -117,6 +117,7 @@ void Form0::SetDoubt(ReadingState state, std::string_view sentence) {
   }
 }
 
+QFont Form0::ReadingFont() const { return label1_->font(); }
 bool Form0::ReadingIsCut() const { return label1_->IsCut(); }
 
 bool Form0::eventFilter(QObject* watched, QEvent* event) {

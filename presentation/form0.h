@@ -43,6 +43,8 @@ class Form0 final : public QWidget, public MeterWindow {
 
   /// Marks the reading by its state; `sentence` is what a screen reader says of it.
   void SetDoubt(ReadingState state, std::string_view sentence);
+  /// The font of the reading as it is shown.
+  [[nodiscard]] QFont ReadingFont() const;
   /// Whether the window is too narrow for the whole reading.
   [[nodiscard]] bool ReadingIsCut() const;
 
