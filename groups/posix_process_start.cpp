@@ -54,11 +54,12 @@ class CleanSignals {
   posix_spawnattr_t attributes_{};
 };
 
-/// The three standard descriptors and no more.
+/// The three standard descriptors and no more; what comes on standard input is not for the child.
 class StandardDescriptors {
  public:
   StandardDescriptors() {
     posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
   }
   StandardDescriptors(const StandardDescriptors&) = delete;

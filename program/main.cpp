@@ -20,16 +20,20 @@
 #include "meter/startup.h"
 #include "meter/tick.h"
 #include "presentation/form0.h"
+#include "presentation/message_box.h"
 #include "presentation/window_behaviour.h"
 #include "program/application.h"
 #include "program/decimal_separator.h"
 #include "program/ending.h"
 #include "program/group_places.h"
 #include "program/launch_watch.h"
+#include "program/list_command.h"
 #include "program/meter_watch.h"
 #include "program/nursery.h"
 #include "program/preload.h"
+#include "program/screen_reader.h"
 #include "program/session_bus.h"
+#include "program/shortcuts.h"
 #include "program/standard_descriptors.h"
 #include "program/termination.h"
 #include "program/usage.h"
@@ -38,6 +42,7 @@
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
 #include "sources/device_control.h"
+#include "sources/open_device.h"
 #include "sources/shared_library.h"
 
 namespace vantoscope {
@@ -67,12 +72,13 @@ std::optional<std::string> TakeText(const char* variable) {
 /// told anew.
 bool TakeMark(const char* variable) { return TakeText(variable).has_value(); }
 
-void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
+void Wire(Meter& meter, Form0& form, MeterWatch& watch, ScreenReader& reader) {
   form.OnResize = [&] { ResizeRule(meter); };
   form.OnLabelDoubleClick = [&] { SwapLook(meter); };
   form.OnTimer1 = [&] {
     Timer1Tick(meter);
     watch.LookAfterTick();
+    reader.Look();
   };
   form.OnTimer2 = [&] { HoverRule(form); };
   form.OnCommand1Click = [&] {
@@ -81,6 +87,7 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
     watch.SetResting(false);
   };
   form.OnAskAbout = [&] { return watch.About(); };
+  form.OnAskSpoken = [&] { return reader.Spoken(); };
   form.OnUnload = [&] { UnloadMeter(meter); };
   meter.telvix.HostClosed = [&] {
     form.LookAgain();
@@ -115,6 +122,12 @@ void ReportStartError(const SourceError& error, const WordCheck& words, bool qui
   // One box per process would be a screen full of them in a group: the first meter shows one.
   if (quietly) return;
   ShowStartBox(MessageIcon::Critical, WithSentences(error.what(), words));
+}
+
+/// Every meter of a group reads its device on its own.
+void RefuseGroupOnStream(std::string_view command_line) {
+  const auto device = ValueBehind('D', command_line.substr(0, command_line.find(' ')));
+  if (device && OpensGroup(command_line)) RefuseStream(std::string(*device));
 }
 
 WordCheck SayWordsWithoutEffect(const std::string& command_line) {
@@ -175,7 +188,9 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   MeterWatch watch(meter, telvix, form);
   if (group_without_device) watch.SetNobodyNamedDevice();
   LaunchWatch launch_watch(launches, form);
-  Wire(meter, form, watch);
+  ScreenReader screen_reader(meter, telvix, form, watch);
+  Wire(meter, form, watch, screen_reader);
+  AddShortcuts(form, watch, [&] { SwapLook(meter); });
 
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
@@ -190,6 +205,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
+    RefuseGroupOnStream(command_line);
     StartUp(meter, command_line);
     processes.Finish();
   } catch (const SourceError& error) {
@@ -201,7 +217,10 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   }
   termination.Watch();
   const UnloadAtExit display_may_die(form);
-  QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
+  QObject::connect(&host_timer, &QTimer::timeout, [&] {
+    watch.Look();
+    screen_reader.Look();
+  });
   const SectionClaim claim(profile.PathOf(meter.runtime.IniFile), meter.runtime.SectionName);
   if (claim.IsShared()) SaySectionIsShared(meter.runtime.SectionName);
   if (words.names_no_device) {
@@ -232,6 +251,9 @@ int main(int argc, char** argv) {
       std::cout << *text;
       return EXIT_SUCCESS;
     }
+  }
+  if (argc > 1 && argv[1] == std::string_view("--list")) {
+    return vantoscope::RunListCommand({argv + 2, argv + argc});
   }
   vantoscope::ChooseSessionBus();
   return vantoscope::RunWithNursery({argv, argv + argc});
