@@ -209,6 +209,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
     StartUp(meter, command_line);
     processes.Finish();
   } catch (const SourceError& error) {
+    processes.Finish();
     host_timer.stop();
     termination.OnRequest = CloseBox;
     termination.Watch();
