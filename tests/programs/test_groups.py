@@ -154,3 +154,16 @@ def test_meters_that_share_a_section_say_so(desk):
     second = desk.meter("Tank", index=10)
     eventually(lambda: "section [Tank11] too" in second.said())
     assert "Tank11" not in first.said()
+
+
+def test_no_meter_launches_a_session_bus(desk):
+    """The one in the runtime folder is used, as on a desk; over ssh there is none."""
+    launcher = desk.folder / "dbus-launch"
+    launcher.write_text(f"#!/bin/sh\ntouch {desk.folder}/launched")
+    launcher.chmod(0o755)
+    path = f"{desk.folder}:{os.environ['PATH']}"
+    alone = desk.meter("A", DBUS_SESSION_BUS_ADDRESS="", XDG_RUNTIME_DIR="", PATH=path)
+    desk.screen.window(alone, "A")
+    there = desk.meter("B", DBUS_SESSION_BUS_ADDRESS="", PATH=path)
+    desk.goes_on(there)  # as a screen reader hears it
+    assert not (desk.folder / "launched").exists()
