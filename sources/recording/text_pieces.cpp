@@ -96,7 +96,7 @@ void TextPieces::BeginTable(std::string text, std::size_t skip) {
 }
 
 void TextPieces::BeginAnother(bool whole) {
-  if (whole && !torn_.empty()) pieces_.push_back({.text = torn_, .lines = 1, .skip = {}});
+  if (whole && !torn_.empty()) pieces_.push_back({.text = torn_, .lines = 1});
   if (!pieces_.empty()) pieces_.back().over = true;
   torn_.clear();
   in_table_ = in_skipped_line_ = false;
@@ -141,7 +141,7 @@ void TextPieces::Cut(std::string_view text) {
   }
   const std::size_t size = text.rfind(line_end_) + 1;  // 0 without a line end
   if (size > 0) {
-    TextPiece piece{.text = std::exchange(torn_, {}), .skip = {}};
+    TextPiece piece{.text = std::exchange(torn_, {})};
     piece.text += text.substr(0, size);
     piece.lines = static_cast<std::size_t>(std::ranges::count(text, line_end_));
     piece.quoted = piece.text.find('"') != std::string::npos;

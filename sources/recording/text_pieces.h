@@ -15,12 +15,13 @@ namespace vantoscope {
 
 /// Whole lines of a table, or, where its text is over, a last one without a line end.
 struct TextPiece {
-  std::string text;                 ///< UTF-8
-  std::size_t lines = 0;            ///< line ends in it
-  bool quoted = false;              ///< a field may hold a line end
-  std::optional<std::size_t> skip;  ///< a table begins, with that many lines ahead of its numbers
-  bool over = false;                ///< its text ends here
-  std::int64_t taken_at = 0;        ///< by a steady clock, in nanoseconds
+  std::string text;       ///< UTF-8
+  std::size_t lines = 0;  ///< line ends in it
+  bool quoted = false;    ///< a field may hold a line end
+  std::optional<std::size_t> skip =
+      {};                     ///< a table begins, with that many lines ahead of its numbers
+  bool over = false;          ///< its text ends here
+  std::int64_t taken_at = 0;  ///< by a steady clock, in nanoseconds
 };
 
 /// Throws SourceError from where a table cannot be read, or another one has other columns.
