@@ -70,7 +70,7 @@ std::string TextPieces::DecodedHead() {
 void TextPieces::Settle(bool all, bool wants_rate) {
   std::string text = DecodedHead();
   std::size_t size = WholeLines(text, line_end_, kHeadLines);
-  if (all && size == 0) size = text.size();
+  if (all && HeadLines() < kHeadLines) size = text.size();
   const std::string_view head = std::string_view(text).substr(0, size);
   layout_ = LayoutOfTable(head, reading_, subject_);
   if (wants_rate && layout_.times && !reading_.rate && !TellsRate(layout_, head)) {

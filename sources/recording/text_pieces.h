@@ -36,8 +36,8 @@ class TextPieces {
 
   void Feed(std::string_view bytes);
   /// Takes the first lines, at most kHeadLines of them, for the beginning of the first table. When
-  /// they are all there is, `all`, a line without a line end is one of them. Before it, nothing is
-  /// handed on. With `wants_rate`, times that tell none yet are refused too.
+  /// they are all there is, `all`, a last one without a line end is one of them. Before it, nothing
+  /// is handed on. With `wants_rate`, times that tell none yet are refused too.
   void Settle(bool all, bool wants_rate = false);
   /// The present table is over; `whole` tells that a last line without a line end is one. What is
   /// fed next is the text of another table, which goes on with the same columns, with or without a
