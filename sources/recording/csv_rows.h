@@ -49,8 +49,11 @@ class CsvRows {
   /// The file is over: a last line without a line end counts if no field is missing. What is fed
   /// later is another file.
   void Finish();
-  /// What is fed next are whole lines of the table further on; there is no value to be repeated.
-  void Jump();
+  /// What is fed next are whole lines of the table from elsewhere; their empty fields repeat those
+  /// values, nan without any.
+  void Jump(const std::vector<double>& values);
+  /// Of the last line that counted.
+  [[nodiscard]] const std::vector<double>& Values() const { return values_; }
   /// What is fed next begins with that many lines that are not blank ahead of the numbers.
   void SkipLines(std::size_t lines);
   /// From here on the lines are part of the table; skips nothing more.
