@@ -110,13 +110,6 @@ class Look final : public QProxyStyle {
  public:
   Look() : QProxyStyle("fusion") {}
 
-  [[nodiscard]] QPalette standardPalette() const override {
-    QPalette palette(kWindow);
-    palette.setColor(QPalette::Highlight, kRing);
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    return palette;
-  }
-
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                 QStyleHintReturn* data) const override {
     if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
@@ -175,10 +168,19 @@ double Luminance(const QColor& color) {
          0.0722 * Linear(color.blueF());
 }
 
+// The same on light and dark desktops, like the colours of the meter itself.
+QPalette Colors() {
+  QPalette palette(kWindow);
+  palette.setColor(QPalette::Highlight, kRing);
+  palette.setColor(QPalette::HighlightedText, Qt::white);
+  return palette;
+}
+
 void UseStyle() {
   static bool done = false;
   if (std::exchange(done, true)) return;
   QApplication::setStyle(new Look);
+  QApplication::setPalette(Colors());
   QCoreApplication::installTranslator(new BritishWords(qApp));
 }
 
