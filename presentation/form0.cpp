@@ -16,6 +16,7 @@
 #include "presentation/color.h"
 #include "presentation/message_box.h"
 #include "presentation/settings_button.h"
+#include "presentation/x11_pointer_rest.h"
 
 namespace vantoscope {
 namespace {
@@ -55,7 +56,8 @@ QWidget& Prepared(QWidget& form, bool take_focus) {
 Form0::Form0(bool take_focus)
     : label1_(new ReadingLabel(this)),
       command1_(new SettingsButton(this)),
-      place_(Prepared(*this, take_focus)) {
+      place_(Prepared(*this, take_focus)),
+      pointer_([] { return QCursor::pos(); }, X11PointerRest::Open) {
   setWindowTitle(kDesignTitle);
   label1_->SetReading(kDesignCaption);
   label1_->SetDoubt(ReadingState::Waiting);
@@ -84,7 +86,10 @@ Form0::Form0(bool take_focus)
   place_.OnOtherSize = [this] { RaiseResize(); };
   screens_changed_.setSingleShot(true);
   screens_changed_.setInterval(kScreensMilliseconds);
-  connect(&screens_changed_, &QTimer::timeout, this, [this] { place_.KeepWithinReach(); });
+  connect(&screens_changed_, &QTimer::timeout, this, [this] {
+    pointer_.Forget();
+    place_.KeepWithinReach();
+  });
   connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
     WatchScreen(screen);
     screens_changed_.start();
@@ -204,7 +209,7 @@ void Form0::EnableTimer1(bool enabled) {
 }
 
 double Form0::CursorX() {
-  return QCursor::pos().x() + place_.Outer().left() - place_.Shown().left();
+  return pointer_.Look().x() + place_.Outer().left() - place_.Shown().left();
 }
 
 void Form0::ShowMessage(MessageIcon icon, std::string_view text, std::string_view title) {

@@ -9,6 +9,7 @@
 
 #include "meter/meter_window.h"
 #include "meter/reading_state.h"
+#include "presentation/pointer_place.h"
 #include "presentation/reading_accessible.h"
 #include "presentation/reading_label.h"
 #include "presentation/window_place.h"
@@ -104,6 +105,7 @@ class Form0 final : public QWidget, public MeterWindow {
   bool opened_ = false;
   std::int16_t border_style_ = kFramed;
   WindowPlace place_;
+  PointerPlace pointer_;
 };
 
 }  // namespace vantoscope

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "groups/posix_process_start.h"
+#include "groups/launch_order.h"
 #include "presentation/beside.h"
 
 namespace vantoscope {

@@ -7,12 +7,15 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "equation/muparser_evaluator.h"
 #include "groups/command_line.h"
 #include "groups/command_words.h"
+#include "groups/group_process_start.h"
+#include "groups/launch_order.h"
 #include "groups/launches.h"
-#include "groups/posix_process_start.h"
 #include "groups/section_claim.h"
 #include "meter/startup.h"
 #include "meter/tick.h"
@@ -24,7 +27,10 @@
 #include "program/ending.h"
 #include "program/group_places.h"
 #include "program/launch_watch.h"
+#include "program/list_command.h"
 #include "program/meter_watch.h"
+#include "program/nursery.h"
+#include "program/preload.h"
 #include "program/screen_reader.h"
 #include "program/shortcuts.h"
 #include "program/standard_descriptors.h"
@@ -35,18 +41,19 @@
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
 #include "sources/device_control.h"
+#include "sources/open_device.h"
 
 namespace vantoscope {
 namespace {
 
 constexpr int kCheckHostMilliseconds = 250;
 
-/// The arguments as one text, parted by single spaces.
-std::string CommandLine(int count, char** arguments) {
+/// What stands behind the program's own name, as one text, parted by single spaces.
+std::string CommandLine(const std::vector<std::string>& words) {
   std::string text;
-  for (int i = 1; i < count; ++i) {
+  for (std::size_t i = 1; i < words.size(); ++i) {
     if (i > 1) text += ' ';
-    text += arguments[i];
+    text += words[i];
   }
   return text;
 }
@@ -110,6 +117,12 @@ void ReportStartError(const SourceError& error, const WordCheck& words, bool qui
   ShowMessageBox(nullptr, MessageIcon::Critical, WithSentences(error.what(), words), "");
 }
 
+/// Every meter of a group reads its device on its own.
+void RefuseGroupOnStream(std::string_view command_line) {
+  const auto device = ValueBehind('D', command_line.substr(0, command_line.find(' ')));
+  if (device && OpensGroup(command_line)) RefuseStream(std::string(*device));
+}
+
 WordCheck SayWordsWithoutEffect(const std::string& command_line) {
   WordCheck words = CheckWords(command_line);
   for (const std::string& sentence : words.sentences) {
@@ -141,8 +154,9 @@ class UnloadAtExit {
   static inline Form0* open_form = nullptr;
 };
 
-int Run(int count, char** arguments) {
-  const std::string command_line = CommandLine(count, arguments);
+/// `nursery` is the socket to it, or -1.
+int Run(const std::vector<std::string>& words_of_process, int nursery) {
+  const std::string command_line = CommandLine(words_of_process);
   const bool in_group = TakeMark(kNoFocusVariable);
   const bool group_without_device = TakeMark(kNoDeviceVariable);
   std::optional<Corner> place = CornerFrom(TakeText(kPlaceVariable).value_or(""));
@@ -151,7 +165,7 @@ int Run(int count, char** arguments) {
   if (words.names_no_device) setenv(kNoDeviceVariable, "1", 1);
   std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
   const auto application = CreateApplication(
-      arguments[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
+      words_of_process[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
   Form0 form(!in_group);
   WaitingBox waiting;
   DeviceControl telvix(SystemTime,
@@ -159,7 +173,7 @@ int Run(int count, char** arguments) {
   ProfileFile profile;
   Launches launches;
   GroupPlaces places(form, [&telvix] { return int{telvix.ChannelCount()}; });
-  PosixProcessStart processes(launches, [&places](int index) { return places.Of(index); });
+  GroupProcessStart processes(nursery, launches, [&places](int index) { return places.Of(index); });
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
   MeterWatch watch(meter, telvix, form);
@@ -172,6 +186,7 @@ int Run(int count, char** arguments) {
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
   QObject::connect(&host_timer, &QTimer::timeout, [&] {
+    processes.Look();
     launch_watch.Look();
     launcher.Look();
     telvix.CheckHost();
@@ -181,7 +196,9 @@ int Run(int count, char** arguments) {
   termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
+    RefuseGroupOnStream(command_line);
     StartUp(meter, command_line);
+    processes.Finish();
   } catch (const SourceError& error) {
     host_timer.stop();
     termination.OnRequest = CloseBox;
@@ -207,6 +224,13 @@ int Run(int count, char** arguments) {
   return QApplication::exec();
 }
 
+int RunWithNursery(std::vector<std::string> words) {
+  if (!OpensGroup(CommandLine(words))) return Run(words, -1);
+  Preload();
+  NurseryPlace here = OpenNursery();
+  return Run(here.words.value_or(std::move(words)), here.socket);
+}
+
 }  // namespace
 }  // namespace vantoscope
 
@@ -218,5 +242,8 @@ int main(int argc, char** argv) {
       return EXIT_SUCCESS;
     }
   }
-  return vantoscope::Run(argc, argv);
+  if (argc > 1 && argv[1] == std::string_view("--list")) {
+    return vantoscope::RunListCommand({argv + 2, argv + argc});
+  }
+  return vantoscope::RunWithNursery({argv, argv + argc});
 }

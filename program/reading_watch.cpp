@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "text/shown_text.h"
+
 namespace vantoscope {
 namespace {
 
@@ -26,17 +28,6 @@ bool IsDoubt(ReadingState state) {
 }
 
 }  // namespace
-
-std::string AgeText(double seconds) {
-  const auto whole = [](double number) { return std::to_string(static_cast<long long>(number)); };
-  constexpr double kMinute = 60;
-  constexpr double kHour = 3600;
-  constexpr double kDay = 86400;
-  if (seconds < 2 * kMinute) return whole(seconds) + " s";
-  if (seconds < 2 * kHour) return whole(seconds / kMinute) + " min";
-  if (seconds < 2 * kDay) return whole(seconds / kHour) + " h";
-  return whole(std::min(seconds / kDay, 1e9)) + " days";
-}
 
 std::string ChangeText(ReadingState before, const Verdict& now) {
   if (IsDoubt(before) && !IsDoubt(now.state)) return "The reading is live again.";

@@ -51,7 +51,4 @@ class ReadingWatch {
   double told_at_ = 0;
 };
 
-/// "12 s", "3 min", "2 h": an age as people say it, cut to whole units.
-std::string AgeText(double seconds);
-
 }  // namespace vantoscope
