@@ -48,12 +48,7 @@ QPen RingPen() { return {kRing, kRingWidth}; }
 
 QPen LinePen(const QStyleOption& option) {
   if (option.state.testFlag(QStyle::State_HasFocus)) return RingPen();
-  constexpr double kFaint = 0.25;
-  const QPalette& palette = option.palette;
-  return {option.state.testFlag(QStyle::State_Enabled)
-              ? LineColor(palette)
-              : Mixed(palette.color(QPalette::Window), palette.color(QPalette::WindowText), kFaint),
-          1};
+  return {LineColor(option.palette), 1};
 }
 
 QRectF Inside(const QRect& rect, const QPen& pen) {
