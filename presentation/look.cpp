@@ -171,14 +171,6 @@ QPalette Colors() {
   return palette;
 }
 
-void UseStyle() {
-  static bool done = false;
-  if (std::exchange(done, true)) return;
-  QApplication::setStyle(new Look);
-  QApplication::setPalette(Colors());
-  QCoreApplication::installTranslator(new BritishWords(qApp));
-}
-
 }  // namespace
 
 QFont TextFont(const QWidget& widget, double size) {
@@ -195,8 +187,12 @@ QColor LineColor(const QPalette& palette) {
 }
 
 void GiveLook(QWidget& window) {
-  UseStyle();
   window.setFont(TextFont(window));
+  if (dynamic_cast<Look*>(QApplication::style()) != nullptr) return;
+  QApplication::setStyle(new Look);
+  QApplication::setPalette(Colors());
+  QApplication::setFont(window.font());  // of menus and tool tips too
+  QCoreApplication::installTranslator(new BritishWords(qApp));
 }
 
 double Contrast(const QColor& one, const QColor& other) {
