@@ -41,8 +41,16 @@ def test_a_screen_reader_finds_a_value_and_hears_what_changes(desk):
     recording.write_text("Time [s],Level [m]\n0,0\n0.1,1.5\n0.2,2\n")
     desk.configure("Tank1", High_Limit_Value=10, Alarm_Enabled="True",
                    UserFormat="0.0")
-    heard = []
-    listener = Atspi.EventListener.new(lambda event: heard.append(event.source.get_name()))
+    heard, floods = [], []
+
+    def on_event(event):
+        if event.type.startswith("object:state-changed:showing"):
+            if event.source.get_role() == Atspi.Role.NOTIFICATION:
+                heard.append(event.source.get_name())
+        elif "description" not in event.type:
+            floods.append(event.type)
+
+    listener = Atspi.EventListener.new(on_event)
     listener.register("object:state-changed:showing")
 
     def hears(what):
@@ -64,9 +72,14 @@ def test_a_screen_reader_finds_a_value_and_hears_what_changes(desk):
              Atspi.Value.get_maximum_value(reading)]
     assert value[0] <= 0 and value[1] == 2 and value[2] >= 2
     assert hears("No new data").startswith("Tank Channel 1: No new data for 2 s")
+    # A screen reader speaks up at every change of a name, value or text that has the keyboard.
+    for kind in ("property-change", "text-changed"):
+        listener.register(f"object:{kind}")
     for level, sentence in [("12", "The reading is live again."), ("3", "The alarm is over: 3.0 m.")]:
         with recording.open("a") as file:
             print(f"0.3,{level}", file=file)
         hears(sentence)
     assert any("High alarm: 12.0 m." in sentence for sentence in heard)
-    listener.deregister("object:state-changed:showing")
+    assert not floods
+    for kind in ("state-changed:showing", "property-change", "text-changed"):
+        listener.deregister(f"object:{kind}")
