@@ -60,7 +60,7 @@ std::optional<std::string> TakeText(const char* variable) {
 /// told anew.
 bool TakeMark(const char* variable) { return TakeText(variable).has_value(); }
 
-void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
+void Wire(Meter& meter, DeviceControl& telvix, Form0& form, MeterWatch& watch) {
   form.OnResize = [&] { ResizeRule(meter); };
   form.OnLabelDoubleClick = [&] { SwapLook(meter); };
   form.OnTimer1 = [&] {
@@ -70,7 +70,10 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
   form.OnTimer2 = [&] { HoverRule(form); };
   form.OnCommand1Click = [&] {
     watch.SetResting(true);
-    Command1Click(meter, ModalDialog(form));
+    Command1Click(meter, ModalDialog(form, [&] {
+                    return std::make_unique<EquationHelp>(
+                        meter, [&](std::int16_t channel) { return telvix.ChannelName(channel); });
+                  }));
     watch.SetResting(false);
   };
   form.OnAskAbout = [&] { return watch.About(); };
@@ -160,7 +163,7 @@ int Run(int count, char** arguments) {
   MeterWatch watch(meter, telvix, form);
   if (group_without_device) watch.SetNobodyNamedDevice();
   LaunchWatch launch_watch(launches, form);
-  Wire(meter, form, watch);
+  Wire(meter, telvix, form, watch);
 
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
