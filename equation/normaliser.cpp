@@ -5,34 +5,15 @@
 #include <vector>
 
 #include "equation/tokens.h"
+#include "meter/channel_label.h"
 #include "text/characters.h"
 
 namespace vantoscope {
 namespace {
 
-/// The character of a code, as text.
-std::string Character(int code) {
-  const auto byte = [](int value) { return static_cast<char>(value); };
-  if (code < 0x80) return {byte(code)};
-  if (code < 0x800) return {byte(0xC0 | code >> 6), byte(0x80 | (code & 0x3F))};
-  return {byte(0xE0 | code >> 12), byte(0x80 | (code >> 6 & 0x3F)), byte(0x80 | (code & 0x3F))};
-}
-
 std::string UpperCase(std::string text) {
   for (char& c : text) c = Upper(c);
   return text;
-}
-
-/// What a user writes behind CH: the letter of the bank, none for the first, and the place in it.
-/// The letters skip I and O and have no end.
-std::string LabelOf(int number, int channels_per_bank) {
-  const int bank = (number - 1) / channels_per_bank;
-  const int place = (number - 1) % channels_per_bank + 1;
-  int code = bank;
-  if (code >= 9) ++code;
-  if (code > 14) ++code;
-  const std::string letter = code == 0 ? "" : Character('@' + code);
-  return letter + std::to_string(place);
 }
 
 }  // namespace
@@ -53,7 +34,7 @@ std::vector<LabelledChannel> LabelledChannels(Meter& meter) {
               return a.number != b.number ? a.number > b.number : a.index > b.index;
             });
   for (LabelledChannel& channel : channels) {
-    channel.label = LabelOf(channel.number, meter.runtime.ChannelsPerBank);
+    channel.label = ChannelLabel(channel.number, meter.runtime.ChannelsPerBank);
   }
   return channels;
 }

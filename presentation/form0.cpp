@@ -4,7 +4,6 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -15,8 +14,9 @@
 #include <utility>
 
 #include "presentation/color.h"
-#include "presentation/reading_label.h"
+#include "presentation/message_box.h"
 #include "presentation/settings_button.h"
+#include "presentation/x11_pointer_rest.h"
 
 namespace vantoscope {
 namespace {
@@ -56,11 +56,14 @@ QWidget& Prepared(QWidget& form, bool take_focus) {
 Form0::Form0(bool take_focus)
     : label1_(new ReadingLabel(this)),
       command1_(new SettingsButton(this)),
-      place_(Prepared(*this, take_focus)) {
+      place_(Prepared(*this, take_focus)),
+      pointer_([] { return QCursor::pos(); }, X11PointerRest::Open) {
   setWindowTitle(kDesignTitle);
   label1_->SetReading(kDesignCaption);
   label1_->SetDoubt(ReadingState::Waiting);
   label1_->installEventFilter(this);
+  label1_->OnAskSpoken = [this] { return OnAskSpoken ? OnAskSpoken() : SpokenReading{}; };
+  label1_->setFocus();
   label1_->setGeometry(rect());
   const int corner = WholePixels(kCommand1Corner);
   const int side = WholePixels(kCommand1Side);
@@ -83,7 +86,10 @@ Form0::Form0(bool take_focus)
   place_.OnOtherSize = [this] { RaiseResize(); };
   screens_changed_.setSingleShot(true);
   screens_changed_.setInterval(kScreensMilliseconds);
-  connect(&screens_changed_, &QTimer::timeout, this, [this] { place_.KeepWithinReach(); });
+  connect(&screens_changed_, &QTimer::timeout, this, [this] {
+    pointer_.Forget();
+    place_.KeepWithinReach();
+  });
   connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
     WatchScreen(screen);
     screens_changed_.start();
@@ -117,6 +123,10 @@ void Form0::SetDoubt(ReadingState state, std::string_view sentence) {
   }
 }
 
+void Form0::Announce(std::string_view sentence) { announcer_.Say(Text(sentence)); }
+
+std::string Form0::Reading() const { return label1_->text().toStdString(); }
+
 bool Form0::ReadingIsCut() const { return label1_->IsCut(); }
 
 bool Form0::eventFilter(QObject* watched, QEvent* event) {
@@ -126,7 +136,10 @@ bool Form0::eventFilter(QObject* watched, QEvent* event) {
 }
 
 std::string Form0::Title() { return windowTitle().toStdString(); }
-void Form0::SetTitle(std::string_view title) { setWindowTitle(Text(title)); }
+void Form0::SetTitle(std::string_view title) {
+  setWindowTitle(Text(title));
+  label1_->setAccessibleName(Text(title));
+}
 
 Twips Form0::Left() { return TwipsFromPixels(place_.Outer().left()); }
 Twips Form0::Top() { return TwipsFromPixels(place_.Outer().top()); }
@@ -196,7 +209,7 @@ void Form0::EnableTimer1(bool enabled) {
 }
 
 double Form0::CursorX() {
-  return QCursor::pos().x() + place_.Outer().left() - place_.Shown().left();
+  return pointer_.Look().x() + place_.Outer().left() - place_.Shown().left();
 }
 
 void Form0::ShowMessage(MessageIcon icon, std::string_view text, std::string_view title) {
@@ -230,18 +243,6 @@ void Form0::mouseDoubleClickEvent(QMouseEvent* event) {
 void Form0::closeEvent(QCloseEvent* event) {
   Unload();
   event->accept();
-}
-
-void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
-                    std::string_view title) {
-  const QMessageBox::Icon pictures[] = {QMessageBox::NoIcon, QMessageBox::Information,
-                                        QMessageBox::Critical};
-  QMessageBox box(pictures[static_cast<int>(icon)], title.empty() ? "Vanto Scope" : Text(title),
-                  Text(text), QMessageBox::Ok, parent);
-  box.setTextFormat(Qt::PlainText);
-  // A box of start-up has no window to stand above, and other meters stay on top.
-  if (parent == nullptr) box.setWindowFlag(Qt::WindowStaysOnTopHint);
-  box.exec();
 }
 
 }  // namespace vantoscope

@@ -51,8 +51,8 @@ void SwapLook(Meter& meter) {
 }
 
 void HoverRule(MeterWindow& form) {
-  const double cursor = form.CursorX();
   if (form.BorderStyle() == kBare) return;
+  const double cursor = form.CursorX();
   const double distance = std::nearbyint(cursor - form.Left().value / form.TwipsPerPixelX());
   form.ShowCommand1(distance >= 0 && distance < kHoverStripPixels);
 }

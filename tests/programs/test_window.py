@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The window of a meter: where it stands, its two looks, the settings button, its colours."""
 
+import pathlib
 import signal
 
 import pytest
@@ -214,6 +215,26 @@ def test_settings_button_comes_with_the_pointer(desk):
     eventually(button)
     screen.click(425, 440)
     assert screen.window(meter, DIALOG)
+
+
+def test_pointer_at_rest_is_not_asked_for_until_it_is_used(plain_desk):
+    """A standing reading paints nothing, so what the display answers then is where the pointer is."""
+    screen = plain_desk.screen
+    plain_desk.place("Tank1", 6000, 6000, 3000, 1500, AverageMode=6, Math="1")
+    meter = plain_desk.meter("Tank")
+    plain_desk.settle(meter, (400, 400, 200, 100))
+
+    def answers():
+        threads = pathlib.Path(f"/proc/{meter.pid}/task").iterdir()
+        listener = next(t for t in threads if "QXcbEventQueue" in (t / "comm").read_text())
+        return (listener / "status").read_text().partition("\nvoluntary_ctxt_switches:")[2]
+
+    for moves, shown in [(lambda: screen.root.warp_pointer(425, 5), True),
+                         (lambda: screen.point(700, 450), False)]:
+        at_rest(answers, seconds=0.5)
+        moves()
+        screen.x.sync()
+        eventually(lambda: plain_desk.button_is(meter, "SHOWING", "Settings") == shown, limit=1)
 
 
 def test_alarm_colours_reach_the_screen(plain_desk):
