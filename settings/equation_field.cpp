@@ -5,12 +5,12 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPainterPath>
 #include <QTextDocument>
 #include <QTextLayout>
 #include <QToolTip>
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "equation/fault_sentences.h"
@@ -29,6 +29,7 @@ QColor LineColor(EquationFinding::Severity severity, const QColor& field) {
   return dark ? 0xE3B341 : 0x8A5A00;
 }
 
+// Not smoothed, which would take half of the contrast from so thin a line.
 // A wave below what is refused, dashes below what surprises: not the colour alone tells them apart.
 void DrawLine(QPainter& painter, EquationFinding::Severity severity, QPointF from, qreal to) {
   constexpr qreal kStep = 2;
@@ -40,13 +41,12 @@ void DrawLine(QPainter& painter, EquationFinding::Severity severity, QPointF fro
     painter.drawLine(from, QPointF(to, from.y()));
     return;
   }
-  QPainterPath wave(from);
-  bool up = true;
-  for (qreal x = from.x() + kStep; x - kStep < to; x += kStep) {  // NOLINT: exact
-    wave.lineTo(std::min(x, to), up ? from.y() - kHeight : from.y());
-    up = !up;
+  QPolygonF wave;
+  const int steps = static_cast<int>((to - from.x()) / kStep);
+  for (int step = 0; step <= steps; ++step) {
+    wave << from + QPointF(step * kStep, step % 2 == 0 ? 0 : -kHeight);
   }
-  painter.drawPath(wave);
+  painter.drawPolyline(wave);
 }
 
 // As rich text a long sentence is wrapped.
@@ -188,15 +188,16 @@ void EquationField::paintEvent(QPaintEvent* event) {
   const QRect cursor = cursorRect();
   const qreal origin = cursor.center().x() + 1 - line.cursorToX(cursorPosition());
   constexpr int kMargin = 3;
+  constexpr int kFrame = 2;  // where the field has the focus
   QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setClipRect(rect().adjusted(kMargin, 1, -kMargin, -1));
+  painter.setClipRect(rect().adjusted(kMargin, 0, -kMargin, 0));
+  const qreal low = std::min(cursor.bottom(), height() - kFrame - 1) + 0.25;
   const std::string equation = text().toStdString();
   for (const EquationFinding& finding : findings_) {
     painter.setPen(QPen(LineColor(finding.severity, palette().color(QPalette::Base)), 1));
     const qreal from = line.cursorToX(CharactersIn(equation, finding.where.begin));
     const qreal to = line.cursorToX(CharactersIn(equation, finding.where.end));
-    DrawLine(painter, finding.severity, {origin + from, cursor.bottom() + 0.5}, origin + to);
+    DrawLine(painter, finding.severity, {std::round(origin + from), low}, origin + to);
   }
 }
 

@@ -56,7 +56,7 @@ class EquationField : public QLineEdit {
   EquationAnswers answers_;
   std::vector<EquationFinding> findings_;
   EquationCompleter* completer_;
-  QTimer pause_;
+  QTimer pause_{this};
   bool typed_ = false;      ///< since the last pause
   bool composing_ = false;  ///< an input method holds text that is not in the field yet
 };
