@@ -72,7 +72,8 @@ std::optional<std::string> TakeText(const char* variable) {
 /// told anew.
 bool TakeMark(const char* variable) { return TakeText(variable).has_value(); }
 
-void Wire(Meter& meter, Form0& form, MeterWatch& watch, ScreenReader& reader) {
+void Wire(Meter& meter, DeviceControl& telvix, Form0& form, MeterWatch& watch,
+          ScreenReader& reader) {
   form.OnResize = [&] { ResizeRule(meter); };
   form.OnLabelDoubleClick = [&] { SwapLook(meter); };
   form.OnTimer1 = [&] {
@@ -83,7 +84,10 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch, ScreenReader& reader) {
   form.OnTimer2 = [&] { HoverRule(form); };
   form.OnCommand1Click = [&] {
     watch.SetResting(true);
-    Command1Click(meter, ModalDialog(form));
+    Command1Click(meter, ModalDialog(form, [&] {
+                    return std::make_unique<EquationHelp>(
+                        meter, [&](std::int16_t channel) { return telvix.ChannelName(channel); });
+                  }));
     watch.SetResting(false);
   };
   form.OnAskAbout = [&] { return watch.About(); };
@@ -189,7 +193,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   if (group_without_device) watch.SetNobodyNamedDevice();
   LaunchWatch launch_watch(launches, form);
   ScreenReader screen_reader(meter, telvix, form, watch);
-  Wire(meter, form, watch, screen_reader);
+  Wire(meter, telvix, form, watch, screen_reader);
   AddShortcuts(form, watch, [&] { SwapLook(meter); });
 
   // Both watch from every event loop, those of message boxes during start-up included.
