@@ -36,7 +36,7 @@
 namespace vantoscope {
 namespace {
 
-constexpr int kCheckHostMilliseconds = 250;
+constexpr int kCheckHostMilliseconds = 200;  // as the tick of the reading: one wake-up serves both
 
 /// The arguments as one text, parted by single spaces.
 std::string CommandLine(int count, char** arguments) {
