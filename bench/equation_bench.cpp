@@ -28,7 +28,7 @@ struct EquationMeter : QuietMeter {
   EquationMeter(std::int64_t channels, const char* equation, bool evaluate) : QuietMeter(channels) {
     meter.config.WindowSize = 1000;
     if (!evaluate) meter.runtime.EquationEngine = std::make_unique<NoEvaluation>();
-    meter.runtime.PreparedEquation = NormaliseEquation(meter, equation);
+    meter.runtime.PreparedEquation = NormaliseEquation(meter, equation).Text();
     if (!PrepareEquation(meter, meter.runtime.PreparedEquation)) std::abort();
     if (!EquationTick(meter)) std::abort();
   }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "equation/equation_tick.h"
 
+#include "equation/fault_sentences.h"
 #include "equation/tokens.h"
+#include "equation/traced_text.h"
 #include "meter/fetch.h"
 #include "reduction/statistics.h"
 
@@ -71,24 +73,33 @@ bool EquationTick(Meter& meter) {
   }
 
   const double before = runtime.Reading;  // the statistics work in Reading
-  const std::string numbers = Substitute(
-      runtime.PreparedEquation, CurrentTokens(runtime, channel_count), kTickPicture,
-      [&](const EquationToken& token) {
-        switch (token.kind) {
-          case EquationToken::Kind::Rate:
-            return rate;
-          case EquationToken::Kind::Statistic:
-            return ChannelStatistic(meter, token.statistic, token.channel, runtime.StatisticBlock);
-          default:
-            return (*history)(static_cast<std::size_t>(token.channel),
-                              static_cast<std::size_t>(runtime.HistoryDepth - token.depth));
-        }
-      });
+  const auto with_numbers = [&]<class Text>(const Text& equation) {
+    return Substitute(equation, CurrentTokens(runtime, channel_count), kTickPicture,
+                      [&](const EquationToken& token) {
+                        switch (token.kind) {
+                          case EquationToken::Kind::Rate:
+                            return rate;
+                          case EquationToken::Kind::Statistic:
+                            return ChannelStatistic(meter, token.statistic, token.channel,
+                                                    runtime.StatisticBlock);
+                          default:
+                            return (*history)(
+                                static_cast<std::size_t>(token.channel),
+                                static_cast<std::size_t>(runtime.HistoryDepth - token.depth));
+                        }
+                      });
+  };
   try {
-    runtime.Reading = runtime.EquationEngine->Evaluate(numbers);
+    runtime.Reading = runtime.EquationEngine->Evaluate(with_numbers(runtime.PreparedEquation));
     return true;
   } catch (const EvaluationError& error) {
-    meter.ticks.failure = "the equation has no value now (" + std::string(error.what()) + ")";
+    const bool proven =
+        runtime.ProvenEquation && runtime.ProvenEquation->Text() == runtime.PreparedEquation;
+    const TracedText equation =
+        proven ? *runtime.ProvenEquation : TracedText(runtime.PreparedEquation);
+    const EquationFault fault = ExplainError(meter, with_numbers(equation), error);
+    meter.ticks.failure =
+        "the equation has no value now (" + ReasonWithPlace(fault, equation.Typed()) + ")";
     runtime.Reading = before;
     return false;
   }

@@ -4,8 +4,9 @@
 // Numbers:   12  12.  .5  1e-6  and a lone point, which is zero; a point in every locale.
 // Operators: + - * / ^ (right to left, stronger than a sign: -3^2 is -9), < <= > >= == !=,
 //            && ||, condition ? a : b. Any run of signs is one sign: 2--3 is 5.
-// Constants: pi e inf nan
-// Functions: see the table in muparser_evaluator.cpp; angles are radians.
+// Names: see functions.h; angles are radians. Capitals are taken for small letters, and blanks may
+// stand before the bracket of a function.
+// Pasted characters: U+2212 is a minus, U+00D7 and U+00B7 multiply, U+00A0 is a blank.
 #pragma once
 
 #include <memory>

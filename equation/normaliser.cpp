@@ -4,84 +4,68 @@
 #include <algorithm>
 #include <vector>
 
-#include "equation/text_replacement.h"
 #include "equation/tokens.h"
+#include "meter/channel_label.h"
 #include "text/characters.h"
 
 namespace vantoscope {
 namespace {
-
-struct ListedChannel {
-  std::int16_t index;
-  std::int16_t number;
-};
-
-/// The numbers that labels can name, highest first, and of equal numbers the higher index first.
-/// The first and the last entry of the list bound them, whatever stands between.
-std::vector<ListedChannel> ChannelsByNumber(Telvix1& telvix) {
-  const std::int16_t count = telvix.ChannelCount();
-  std::vector<ListedChannel> channels;
-  channels.reserve(static_cast<std::size_t>(std::max<std::int16_t>(count, 0)));
-  for (std::int16_t j = 0; j < count; ++j) channels.push_back({j, telvix.ChannelNumber(j)});
-  if (channels.empty()) return channels;
-  const std::int16_t top = std::max(channels.front().number, channels.back().number);
-  std::erase_if(channels, [top](const ListedChannel& c) { return c.number < 1 || c.number > top; });
-  std::sort(channels.begin(), channels.end(), [](const ListedChannel& a, const ListedChannel& b) {
-    return a.number != b.number ? a.number > b.number : a.index > b.index;
-  });
-  return channels;
-}
-
-/// The character of a code, as text.
-std::string Character(int code) {
-  const auto byte = [](int value) { return static_cast<char>(value); };
-  if (code < 0x80) return {byte(code)};
-  if (code < 0x800) return {byte(0xC0 | code >> 6), byte(0x80 | (code & 0x3F))};
-  return {byte(0xE0 | code >> 12), byte(0x80 | (code >> 6 & 0x3F)), byte(0x80 | (code & 0x3F))};
-}
 
 std::string UpperCase(std::string text) {
   for (char& c : text) c = Upper(c);
   return text;
 }
 
-/// What a user writes behind CH: the letter of the bank, none for the first, and the place in it.
-/// The letters skip I and O and have no end.
-std::string LabelOf(int number, int channels_per_bank) {
-  const int bank = (number - 1) / channels_per_bank;
-  const int place = (number - 1) % channels_per_bank + 1;
-  int code = bank;
-  if (code >= 9) ++code;
-  if (code > 14) ++code;
-  const std::string letter = code == 0 ? "" : Character('@' + code);
-  return letter + std::to_string(place);
+}  // namespace
+
+std::vector<LabelledChannel> LabelledChannels(Meter& meter) {
+  const std::int16_t count = meter.telvix.ChannelCount();
+  std::vector<LabelledChannel> channels;
+  channels.reserve(static_cast<std::size_t>(std::max<std::int16_t>(count, 0)));
+  for (std::int16_t j = 0; j < count; ++j) {
+    channels.push_back({j, meter.telvix.ChannelNumber(j), ""});
+  }
+  if (channels.empty()) return channels;
+  const std::int16_t top = std::max(channels.front().number, channels.back().number);
+  std::erase_if(channels,
+                [top](const LabelledChannel& c) { return c.number < 1 || c.number > top; });
+  std::sort(channels.begin(), channels.end(),
+            [](const LabelledChannel& a, const LabelledChannel& b) {
+              return a.number != b.number ? a.number > b.number : a.index > b.index;
+            });
+  for (LabelledChannel& channel : channels) {
+    channel.label = ChannelLabel(channel.number, meter.runtime.ChannelsPerBank);
+  }
+  return channels;
 }
+
+std::string SuffixOf(std::string_view statistic) { return UpperCase(std::string(statistic)); }
+
+namespace {
 
 /// Labels to list indices. The forms `ch` and `}` mark a finished reference, so that no later label
 /// reads its index as a label; the highest number comes first, so that CH12 goes before CH1.
-void ReplaceLabels(std::string& text, Meter& meter) {
-  for (const ListedChannel& channel : ChannelsByNumber(meter.telvix)) {
-    const std::string label = LabelOf(channel.number, meter.runtime.ChannelsPerBank);
+void ReplaceLabels(TracedText& text, Meter& meter) {
+  for (const LabelledChannel& channel : LabelledChannels(meter)) {
     const std::string index = std::to_string(channel.index);
-    ReplaceAll(text, "CH" + label, "ch" + index);
-    ReplaceAll(text, "]" + label, "}" + index);
+    ReplaceAll(text, "CH" + channel.label, "ch" + index);
+    ReplaceAll(text, "]" + channel.label, "}" + index);
   }
   ReplaceAll(text, "}", "]");
   ReplaceAll(text, "ch", "CH");
 }
 
-void ReplaceHistory(std::string& text) {
+void ReplaceHistory(TracedText& text) {
   for (int k = kDeepestHistory; k >= 0; --k) {
     ReplaceAll(text, "CH[T-" + std::to_string(k) + "]", HistoryPrefix(k));
   }
 }
 
-/// Five names: the frequency has no suffix.
-void ReplaceStatistics(std::string& text, Meter& meter) {
+void ReplaceStatistics(TracedText& text, Meter& meter) {
   for (int j = meter.telvix.ChannelCount() - 1; j >= 0; --j) {
-    for (std::size_t s = 0; s < 5; ++s) {
+    for (std::size_t s = 0; s < kSuffixes; ++s) {
       const std::string& name = meter.runtime.StatisticNames[s];
-      ReplaceAll(text, SampleToken(j) + UpperCase(name), "#" + name + std::to_string(j));
+      ReplaceAll(text, SampleToken(j) + SuffixOf(name), "#" + name + std::to_string(j));
     }
   }
 }
@@ -90,15 +74,19 @@ void ReplaceStatistics(std::string& text, Meter& meter) {
 
 // The order is the language: the history pass needs the CH that the next but one takes away, and a
 // statistic is known by the finished `#` and index.
-std::string NormaliseEquation(Meter& meter, std::string_view text) {
-  std::string result(text);
-  meter.telvix.Start();
+TracedText NormaliseOnRunningSource(Meter& meter, std::string_view text) {
+  TracedText result{std::string(text)};
   ReplaceLabels(result, meter);
   ReplaceHistory(result);
   ReplaceAll(result, "RATE", "#@");
   ReplaceAll(result, "CH", "#");
   ReplaceStatistics(result, meter);
   return result;
+}
+
+TracedText NormaliseEquation(Meter& meter, std::string_view text) {
+  meter.telvix.Start();
+  return NormaliseOnRunningSource(meter, text);
 }
 
 }  // namespace vantoscope

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "equation/text_replacement.h"
+#include "equation/traced_text.h"
 #include "text/characters.h"
 #include "text/picture.h"
 
@@ -64,14 +65,31 @@ void TokenGatherer::Add(EquationToken token) {
   }
 }
 
-std::string Substitute(std::string text, const std::vector<EquationToken>& tokens,
-                       std::string_view picture,
-                       const std::function<double(const EquationToken&)>& value_of) {
+std::string ValueText(double value, std::string_view picture) {
+  return FormatPicture(value, picture, ".");
+}
+
+namespace {
+
+const std::string& Plain(const std::string& text) { return text; }
+const std::string& Plain(const TracedText& text) { return text.Text(); }
+
+}  // namespace
+
+template <class Text>
+Text Substitute(Text text, const std::vector<EquationToken>& tokens, std::string_view picture,
+                const std::function<double(const EquationToken&)>& value_of) {
   for (const EquationToken& token : tokens) {
-    if (text.find(token.text) == std::string::npos) continue;
-    ReplaceAll(text, token.text, FormatPicture(value_of(token), picture, "."));
+    if (Plain(text).find(token.text) == std::string::npos) continue;
+    ReplaceAll(text, token.text, ValueText(value_of(token), picture));
   }
   return text;
 }
+
+using ValueOf = std::function<double(const EquationToken&)>;
+template std::string Substitute(std::string, const std::vector<EquationToken>&, std::string_view,
+                                const ValueOf&);
+template TracedText Substitute(TracedText, const std::vector<EquationToken>&, std::string_view,
+                               const ValueOf&);
 
 }  // namespace vantoscope

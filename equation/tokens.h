@@ -55,12 +55,15 @@ class TokenGatherer {
   std::vector<EquationToken> tokens_;
 };
 
-/// `text` with `tokens` replaced one after the other by the value text of what `value_of` answers:
-/// by `picture`, with a point in any locale and nothing around it. A token that does not occur is
-/// not asked for.
-std::string Substitute(std::string text, const std::vector<EquationToken>& tokens,
-                       std::string_view picture,
-                       const std::function<double(const EquationToken&)>& value_of);
+/// A number as it stands in the place of a token: by `picture`, with a point in any locale and
+/// nothing around it.
+std::string ValueText(double value, std::string_view picture);
+
+/// `text`, a std::string or a TracedText, with `tokens` replaced one after the other by the value
+/// text of what `value_of` answers. A token that does not occur is not asked for.
+template <class Text>
+Text Substitute(Text text, const std::vector<EquationToken>& tokens, std::string_view picture,
+                const std::function<double(const EquationToken&)>& value_of);
 
 /// The tokens of the tick, kept from tick to tick with everything they were gathered from.
 struct TickTokens {

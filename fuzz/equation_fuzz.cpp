@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr double kValues[] = {1.5, -3, 0, 12, -.125, 1e-9, 1e300, NAN, INFINITY, -2.5, 100, 7};
     return kValues[next++ % std::size(kValues)];
   });
-  meter.runtime.PreparedEquation = NormaliseEquation(meter, text);
+  meter.runtime.PreparedEquation = NormaliseEquation(meter, text).Text();
   if (PrepareEquation(meter, meter.runtime.PreparedEquation) != spy.timer1) std::abort();
   EquationTick(meter);
   EquationTick(meter);

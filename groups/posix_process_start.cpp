@@ -7,47 +7,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <filesystem>
 #include <iostream>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <vector>
-
-#include "groups/command_line.h"
-#include "text/words.h"
 
 namespace vantoscope {
 namespace {
 
-std::string WithoutExe(std::string name) {
-  constexpr std::string_view kEnding = ".exe";
-  if (name.ends_with(kEnding)) name.resize(name.size() - kEnding.size());
-  return name;
-}
-
-/// The program's path beside the running one, else its bare name for a search on PATH.
-std::string FindProgram(const std::string& name) {
-  std::error_code error;
-  const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (error) return name;
-  const std::string beside = self.parent_path() / name;
-  return access(beside.c_str(), X_OK) == 0 ? beside : name;
-}
-
-std::vector<std::string> EnvironmentFor(int window_style, const std::string& mailbox,
-                                        const Corner& place) {
+std::vector<std::string> EnvironmentWith(const std::vector<std::string>& marks) {
   std::vector<std::string> environment;
   for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
-  if (window_style == kShowNoActivate) {
-    environment.push_back(std::string(kNoFocusVariable) + "=1");
-  }
-  environment.push_back(std::string(kPlaceVariable) + "=" + TextOf(place));
-  if (!mailbox.empty()) environment.push_back(std::string(kMailboxVariable) + "=" + mailbox);
+  environment.insert(environment.end(), marks.begin(), marks.end());
   return environment;
 }
 
@@ -81,11 +54,12 @@ class CleanSignals {
   posix_spawnattr_t attributes_{};
 };
 
-/// The three standard descriptors and no more.
+/// The three standard descriptors and no more; what comes on standard input is not for the child.
 class StandardDescriptors {
  public:
   StandardDescriptors() {
     posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
   }
   StandardDescriptors(const StandardDescriptors&) = delete;
@@ -149,29 +123,20 @@ Spawned SpawnDetached(const std::string& program, std::vector<std::string>& word
           .process = number.Get() != nullptr ? *number.Get() : 0};
 }
 
-/// The index behind the name of the program.
-int LaunchedIndex(const std::string& command_text) {
-  const std::size_t arguments = std::min(command_text.find(' '), command_text.size() - 1) + 1;
-  return IndexOf(std::string_view(command_text).substr(arguments));
-}
-
 }  // namespace
 
-void PosixProcessStart::Start(const std::string& command_text, int window_style) {
-  const auto cut = CutAtBlanks(command_text);
-  std::vector<std::string> words(cut.begin(), cut.end());
-  words[0] = WithoutExe(words[0]);
-  const int index = LaunchedIndex(command_text);
-  std::vector<std::string> environment =
-      EnvironmentFor(window_style, launches_.MailboxName(), place_of_(index));
-  const Spawned spawned = SpawnDetached(FindProgram(words[0]), words, environment);
+void StartByPosix(const LaunchOrder& order, Launches& launches) {
+  std::vector<std::string> words = order.words;
+  std::vector<std::string> environment = EnvironmentWith(order.marks);
+  const Spawned spawned = SpawnDetached(ProgramFor(order), words, environment);
   if (spawned.error == 0) {
-    launches_.Launched(index, spawned.process);
+    launches.Launched(order.index, spawned.process);
     return;
   }
   const std::string reason = std::generic_category().message(spawned.error);
-  std::cerr << "vantoscope: cannot start \"" << command_text << "\": " << reason << "\n";
-  launches_.NotLaunched(index, "The program " + words[0] + " cannot be started: " + reason + ".");
+  std::cerr << "vantoscope: cannot start \"" << order.command_text << "\": " << reason << "\n";
+  launches.NotLaunched(order.index,
+                       "The program " + words[0] + " cannot be started: " + reason + ".");
 }
 
 }  // namespace vantoscope

@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/sigrok_instrument.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
-#include <span>
 #include <string_view>
-#include <system_error>
 
 #include "host/sigrok_log.h"
+#include "host/sigrok_scan.h"
 #include "sources/device_text.h"
 
 namespace vantoscope {
@@ -19,62 +15,6 @@ namespace {
 
 constexpr double kUsualRate = 1000;
 constexpr double kUsualDivisions = 8;
-
-SigrokContext StartLibrary() {
-  ListenToSigrok();
-  sr_context* context = nullptr;
-  CheckSigrok(sr_init(&context), "start");
-  return SigrokContext(context);
-}
-
-sr_dev_driver* StartDriver(sr_context* context, const std::string& name) {
-  for (sr_dev_driver** driver = sr_driver_list(context); *driver != nullptr; ++driver) {
-    if (name != (*driver)->name) continue;
-    CheckSigrok(sr_driver_init(context, *driver), "start the driver " + name);
-    return *driver;
-  }
-  throw SourceError("libsigrok has no driver '" + name + "'.");
-}
-
-GlibVariant TextVariant(const std::string& text) {
-  return GlibVariant(g_variant_ref_sink(g_variant_new_string(text.c_str())));
-}
-
-bool TakesConn(const sr_dev_driver* driver) {
-  GArray* const options = sr_driver_scan_options_list(driver);
-  if (options == nullptr) return false;
-  const std::span keys(reinterpret_cast<const std::uint32_t*>(options->data), options->len);
-  const bool takes = std::ranges::find(keys, std::uint32_t{SR_CONF_CONN}) != keys.end();
-  g_array_free(options, TRUE);
-  return takes;
-}
-
-/// Why there is no instrument where the settings say, as far as anybody knows.
-std::string WhyNone(const sr_dev_driver* driver, const SigrokSettings& settings) {
-  const std::string complaint = TakeSigrokComplaint();
-  if (!settings.conn) {
-    const std::string place = "conn= names the place of an instrument that is not found by itself";
-    if (TakesConn(driver)) return complaint.empty() ? place : complaint + "; " + place;
-  } else if (settings.conn->starts_with('/') && access(settings.conn->c_str(), R_OK | W_OK) != 0) {
-    return *settings.conn + ": " + std::generic_category().message(errno);
-  }
-  return complaint.empty() ? "none answers" : complaint;
-}
-
-/// The first instrument that the driver finds where the settings say.
-sr_dev_inst* Scan(sr_dev_driver* driver, const SigrokSettings& settings) {
-  const GlibVariant conn = TextVariant(settings.conn.value_or(""));
-  const GlibVariant serialcomm = TextVariant(settings.serialcomm.value_or(""));
-  sr_config at_conn{SR_CONF_CONN, conn.get()};
-  sr_config with_serialcomm{SR_CONF_SERIALCOMM, serialcomm.get()};
-  GlibList where;
-  if (settings.conn) where.reset(g_slist_append(where.release(), &at_conn));
-  if (settings.serialcomm) where.reset(g_slist_append(where.release(), &with_serialcomm));
-  const GlibList found(sr_driver_scan(driver, where.get()));
-  if (found) return static_cast<sr_dev_inst*>(found->data);
-  throw SourceError("libsigrok finds no instrument with the driver " + settings.driver + ": " +
-                    WhyNone(driver, settings) + ".");
-}
 
 std::string Printed(GVariant* value) { return GlibText(g_variant_print(value, FALSE)).get(); }
 
@@ -134,7 +74,7 @@ const sr_channel_group* GroupOf(const sr_dev_inst* instrument, const sr_channel&
 
 }  // namespace
 
-SigrokInstrument::SigrokInstrument(const SigrokSettings& settings) : context_(StartLibrary()) {
+SigrokInstrument::SigrokInstrument(const SigrokSettings& settings) : context_(StartSigrok()) {
   Open(settings);
   for (const auto& [name, value] : settings.instrument) Set(name, value);
   const bool named = std::ranges::any_of(
@@ -148,7 +88,7 @@ SigrokInstrument::SigrokInstrument(const SigrokSettings& settings) : context_(St
 }
 
 void SigrokInstrument::Open(const SigrokSettings& settings) {
-  sr_dev_inst* const instrument = Scan(StartDriver(context_.get(), settings.driver), settings);
+  sr_dev_inst* const instrument = FindInstruments(context_.get(), settings).front();
   CheckSigrok(sr_dev_open(instrument), "open the instrument");
   opened_.reset(instrument);
 }

@@ -21,4 +21,19 @@ SigrokSettings ParseSigrokSettings(std::string_view text) {
   return settings;
 }
 
+std::string SigrokText(const SigrokSettings& settings) {
+  std::string text = std::string(kSigrokPrefix) + settings.driver;
+  const auto add = [&text](const std::string& name, const std::string& value) {
+    text += ':' + PercentEncoded(name, ":=") + '=' + PercentEncoded(value, ":");
+  };
+  if (settings.conn) add("conn", *settings.conn);
+  if (settings.serialcomm) add("serialcomm", *settings.serialcomm);
+  if (settings.rate) add("rate", ShortestText(*settings.rate));
+  if (settings.range) {
+    add("range", ShortestText(settings.range->low) + ".." + ShortestText(settings.range->high));
+  }
+  for (const auto& [name, value] : settings.instrument) add(name, value);
+  return text;
+}
+
 }  // namespace vantoscope

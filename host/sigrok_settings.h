@@ -38,4 +38,7 @@ struct SigrokSettings {
 /// `text` begins with kSigrokPrefix. Throws SourceError for a rate or range that is none.
 SigrokSettings ParseSigrokSettings(std::string_view text);
 
+/// The text of the settings; ParseSigrokSettings gives them back.
+std::string SigrokText(const SigrokSettings& settings);
+
 }  // namespace vantoscope

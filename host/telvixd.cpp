@@ -8,11 +8,15 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "host/end_watch.h"
 #include "host/host.h"
 #include "host/sigrok_device.h"
+#include "host/sigrok_list.h"
+#include "host/sigrok_scan.h"
 #include "program/standard_descriptors.h"
+#include "sources/listing.h"
 #include "sources/open_device.h"
 #include "text/shown_text.h"
 #include "text/version.h"
@@ -26,6 +30,8 @@ struct Options {
   std::string from = std::string(kDefaultDevice);
   std::string to;
   int interval_ms = 40;
+  std::string listed;  // a device; empty for the drivers
+  bool json = false;
 };
 
 /// In one piece, whoever else writes there.
@@ -46,6 +52,30 @@ int Run(const Options& options, const MqttAddress& address) {
   const std::unique_ptr<Device> device = OpenAny(options.from);
   Host host(*device, address, Say);
   return host.Run(std::chrono::milliseconds(options.interval_ms), end);
+}
+
+std::string ListOf(const Options& options) {
+  if (options.listed.empty()) {
+    const std::vector<SigrokDriver> drivers = SigrokDrivers();
+    return options.json ? DriversJson(drivers) : DriversText(drivers);
+  }
+  if (options.listed.starts_with(kSigrokPrefix)) {
+    const std::vector<FoundInstrument> found = ScanForInstruments(options.listed);
+    return options.json ? InstrumentsJson(found) : InstrumentsText(found);
+  }
+  const std::unique_ptr<Device> device = OpenDevice(options.listed);
+  const DeviceListing listing = ListDevice(*device, options.listed);
+  return options.json ? ListingJson(listing) : ListingText(listing);
+}
+
+int RunList(const Options& options) {
+  try {
+    std::cout << ListOf(options) << std::flush;
+  } catch (const std::exception& error) {
+    Say(error.what());
+    return EXIT_FAILURE;
+  }
+  return std::cout ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 int RunGuarded(const Options& options) {
@@ -84,10 +114,16 @@ int main(int argc, char** argv) {
                  "mqtt://host/root                           another host, handed on");
   app.add_option("--to", options.to,
                  "Broker and root topic, HOST[:PORT]/ROOT or /SOCKET!ROOT;\n"
-                 "port 8883 or ?tls means TLS, ?cafile=PATH whom to trust")
-      ->required();
+                 "port 8883 or ?tls means TLS, ?cafile=PATH whom to trust");
   app.add_option("--interval", options.interval_ms, "Milliseconds between blocks, at most (40)")
       ->check(CLI::Range(1, 10'000));
+  app.add_option("--list", options.listed,
+                 "Print and exit: without a device the drivers of libsigrok, with\n"
+                 "sigrok:DRIVER[:conn=...] the instruments that are there, with any\n"
+                 "other device its channels")
+      ->expected(0, 1)
+      ->type_name("[DEVICE]");
+  app.add_flag("--json", options.json, "What --list prints as JSON");
   app.set_version_flag("--version", vantoscope::VersionText("telvixd"));
   app.footer(
       "Environment:\n"
@@ -109,5 +145,12 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return vantoscope::SayWrong(error.what());
   }
+  if (app.count("--list") > 0) {
+    const bool alone = app.count("--from") + app.count("--to") + app.count("--interval") == 0;
+    if (alone) return vantoscope::RunList(options);
+    return vantoscope::SayWrong("--list prints and exits: only a device and --json go with it");
+  }
+  if (options.json) return vantoscope::SayWrong("--json goes with --list");
+  if (options.to.empty()) return vantoscope::SayWrong("--to is required");
   return vantoscope::RunGuarded(options);
 }

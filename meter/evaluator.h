@@ -3,14 +3,30 @@
 // stands in equation/muparser_evaluator.h.
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace vantoscope {
 
-/// The text is no expression. The text of the error says why.
+/// The text is no expression. The text of the error says why, as the end of a sentence.
 struct EvaluationError : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  enum class Kind {
+    Other,
+    UnknownName,  ///< or that of a function without its brackets
+    MissingOperator,
+  };
+
+  explicit EvaluationError(const std::string& reason) : std::runtime_error(reason) {}
+  EvaluationError(Kind what_kind, const std::string& reason, std::size_t from, std::size_t to)
+      : std::runtime_error(reason), kind(what_kind), begin(from), end(to) {}
+
+  Kind kind = Kind::Other;
+  /// Where in the text, in bytes: what is wrong stands there, or is missing before it. Empty at
+  /// the end of the text; the whole text where nothing better is known.
+  std::size_t begin = 0;
+  std::size_t end = std::string_view::npos;
 };
 
 /// Abstract so that tests can see the exact text that reaches it.

@@ -15,6 +15,7 @@
 namespace vantoscope {
 
 struct TickTokens;  // see equation/tokens.h
+class TracedText;   // see equation/traced_text.h
 
 /// 32-bit colour: red in the low byte, then green, then blue. 0x0000FF is red.
 using Color = std::int32_t;
@@ -72,6 +73,7 @@ struct MeterRuntime {
   std::int16_t HistoryDepth = 0;               ///< 0 to 26
   std::int16_t NeedsStatistics = 0;            ///< 1 when the equation holds a statistic token
   std::shared_ptr<TickTokens> EquationTokens;  ///< what the tick knows of PreparedEquation
+  std::shared_ptr<const TracedText> ProvenEquation;  ///< the last one that passed, as it was typed
   std::unique_ptr<Evaluator> EquationEngine;
   std::optional<Block> DataBlock;       ///< last block fetched for a reduction; nothing is Empty
   std::optional<Block> StatisticBlock;  ///< WindowSize scans for statistic tokens

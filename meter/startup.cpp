@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "meter/startup.h"
 
-#include <cmath>
-
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
 #include "groups/command_line.h"
 #include "groups/command_words.h"
+#include "meter/channel_label.h"
 #include "presentation/display_format.h"
 #include "presentation/window_behaviour.h"
 #include "settings/settings.h"
 #include "text/numbers.h"
 #include "text/picture.h"
-#include "text/utf8.h"
 
 namespace vantoscope {
 namespace {
@@ -42,12 +40,6 @@ void ReadRangeAndKind(Meter& meter) {
 
 }  // namespace
 
-std::int16_t ChannelsPerBankOf(const std::string& device_name) {
-  const double model =
-      std::floor(NumberFromText(FirstCharacters(WithoutFirstCharacters(device_name, 2), 2)));
-  return model == 32 || model == 35 || model == 36 || model == 37 ? 16 : 32;
-}
-
 // Each step rests on those before it: further meters start before any setting is read; the source
 // runs before the settings, whose default caption asks for the channel's number; the picture needs
 // the settings and the range.
@@ -69,11 +61,12 @@ void StartUp(Meter& meter, const std::string& command_line) {
   DeriveDisplayFormat(meter.config, runtime);
   meter.form.SetWindowPos(meter.config.AlwaysOnTop);
   meter.form.EnableTimer1(true);
-  runtime.PreparedEquation = NormaliseEquation(meter, meter.config.MathText);
+  const TracedText equation = NormaliseEquation(meter, meter.config.MathText);
+  runtime.PreparedEquation = equation.Text();
   if (meter.config.DebugMode != kFalse) {
     meter.form.ShowMessage(MessageIcon::Information, runtime.PreparedEquation, "Vantoscope");
   }
-  PrepareEquation(meter, runtime.PreparedEquation);
+  PrepareEquation(meter, equation);
 }
 
 }  // namespace vantoscope

@@ -14,7 +14,4 @@ namespace vantoscope {
 /// nothing has been written then.
 void StartUp(Meter& meter, const std::string& command_line);
 
-/// Channels to a bank by a device text: 16 for the models 32, 35, 36 and 37, else 32.
-std::int16_t ChannelsPerBankOf(const std::string& device_name);
-
 }  // namespace vantoscope

@@ -4,7 +4,6 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -15,7 +14,7 @@
 #include <utility>
 
 #include "presentation/color.h"
-#include "presentation/reading_label.h"
+#include "presentation/message_box.h"
 #include "presentation/settings_button.h"
 #include "presentation/x11_pointer_rest.h"
 
@@ -63,6 +62,8 @@ Form0::Form0(bool take_focus)
   label1_->SetReading(kDesignCaption);
   label1_->SetDoubt(ReadingState::Waiting);
   label1_->installEventFilter(this);
+  label1_->OnAskSpoken = [this] { return OnAskSpoken ? OnAskSpoken() : SpokenReading{}; };
+  label1_->setFocus();
   label1_->setGeometry(rect());
   const int corner = WholePixels(kCommand1Corner);
   const int side = WholePixels(kCommand1Side);
@@ -122,6 +123,10 @@ void Form0::SetDoubt(ReadingState state, std::string_view sentence) {
   }
 }
 
+void Form0::Announce(std::string_view sentence) { announcer_.Say(Text(sentence)); }
+
+std::string Form0::Reading() const { return label1_->text().toStdString(); }
+
 bool Form0::ReadingIsCut() const { return label1_->IsCut(); }
 
 bool Form0::eventFilter(QObject* watched, QEvent* event) {
@@ -131,7 +136,10 @@ bool Form0::eventFilter(QObject* watched, QEvent* event) {
 }
 
 std::string Form0::Title() { return windowTitle().toStdString(); }
-void Form0::SetTitle(std::string_view title) { setWindowTitle(Text(title)); }
+void Form0::SetTitle(std::string_view title) {
+  setWindowTitle(Text(title));
+  label1_->setAccessibleName(Text(title));
+}
 
 Twips Form0::Left() { return TwipsFromPixels(place_.Outer().left()); }
 Twips Form0::Top() { return TwipsFromPixels(place_.Outer().top()); }
@@ -235,18 +243,6 @@ void Form0::mouseDoubleClickEvent(QMouseEvent* event) {
 void Form0::closeEvent(QCloseEvent* event) {
   Unload();
   event->accept();
-}
-
-void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
-                    std::string_view title) {
-  const QMessageBox::Icon pictures[] = {QMessageBox::NoIcon, QMessageBox::Information,
-                                        QMessageBox::Critical};
-  QMessageBox box(pictures[static_cast<int>(icon)], title.empty() ? "Vanto Scope" : Text(title),
-                  Text(text), QMessageBox::Ok, parent);
-  box.setTextFormat(Qt::PlainText);
-  // A box of start-up has no window to stand above, and other meters stay on top.
-  if (parent == nullptr) box.setWindowFlag(Qt::WindowStaysOnTopHint);
-  box.exec();
 }
 
 }  // namespace vantoscope

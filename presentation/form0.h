@@ -10,11 +10,12 @@
 #include "meter/meter_window.h"
 #include "meter/reading_state.h"
 #include "presentation/pointer_place.h"
+#include "presentation/reading_accessible.h"
+#include "presentation/reading_label.h"
 #include "presentation/window_place.h"
 
 namespace vantoscope {
 
-class ReadingLabel;
 class SettingsButton;
 
 class Form0 final : public QWidget, public MeterWindow {
@@ -31,6 +32,8 @@ class Form0 final : public QWidget, public MeterWindow {
   std::function<void()> OnUnload;
   /// Asked for the tool tip of the reading; UTF-8, plain lines.
   std::function<std::string()> OnAskAbout;
+  /// Asked by assistive technology.
+  std::function<SpokenReading()> OnAskSpoken;
 
   /// The outer corner, in device pixels, where no setting tells one by the time of Open.
   void SuggestPlace(const QPoint& corner) { place_.Suggest(corner); }
@@ -44,6 +47,10 @@ class Form0 final : public QWidget, public MeterWindow {
 
   /// Marks the reading by its state; `sentence` is what a screen reader says of it.
   void SetDoubt(ReadingState state, std::string_view sentence);
+  /// Tells assistive technology of something that nobody asked for.
+  void Announce(std::string_view sentence);
+  /// The text of the reading as it stands.
+  [[nodiscard]] std::string Reading() const;
   /// Whether the window is too narrow for the whole reading.
   [[nodiscard]] bool ReadingIsCut() const;
 
@@ -90,6 +97,7 @@ class Form0 final : public QWidget, public MeterWindow {
   void WatchScreen(QScreen* screen);
 
   ReadingLabel* label1_;
+  Announcer announcer_{this};
   SettingsButton* command1_;
   QTimer timer1_;
   QTimer timer2_;
@@ -99,9 +107,5 @@ class Form0 final : public QWidget, public MeterWindow {
   WindowPlace place_;
   PointerPlace pointer_;
 };
-
-/// A modal message box; `parent` may be null. An empty title stands for "Vanto Scope".
-void ShowMessageBox(QWidget* parent, MessageIcon icon, std::string_view text,
-                    std::string_view title);
 
 }  // namespace vantoscope

@@ -7,12 +7,22 @@
 
 namespace vantoscope {
 
-Color ReadingColor(const MeterConfig& config, double reading) {
+Alarm AlarmOf(const MeterConfig& config, double reading) {
   static_assert(std::numeric_limits<float>::is_iec559);  // beyond the range means infinity
+  if (config.AlarmEnabled == kFalse) return Alarm::None;
   const auto narrowed = static_cast<float>(reading);
-  if (config.AlarmEnabled != kFalse) {
-    if (narrowed > config.HighLimit) return config.HighLimitColor;
-    if (narrowed < config.LowLimit) return config.LowLimitColor;
+  if (narrowed > config.HighLimit) return Alarm::High;
+  return narrowed < config.LowLimit ? Alarm::Low : Alarm::None;
+}
+
+Color ReadingColor(const MeterConfig& config, double reading) {
+  switch (AlarmOf(config, reading)) {
+    case Alarm::High:
+      return config.HighLimitColor;
+    case Alarm::Low:
+      return config.LowLimitColor;
+    case Alarm::None:
+      break;
   }
   return config.ForeColor;
 }

@@ -7,9 +7,13 @@
 
 namespace vantoscope {
 
-/// The colour of a reading: ForeColor, or with the alarm enabled HighLimitColor above HighLimit
-/// and else LowLimitColor below LowLimit. Compared as 32-bit floats, strictly; a reading beyond
-/// their range compares as infinity.
+enum class Alarm { None, High, Low };
+
+/// With the alarm enabled High above HighLimit, and else Low below LowLimit. Compared as 32-bit
+/// floats, strictly; a reading beyond their range compares as infinity.
+Alarm AlarmOf(const MeterConfig& config, double reading);
+
+/// ForeColor, or the colour of the alarm.
 Color ReadingColor(const MeterConfig& config, double reading);
 
 /// Colours Label1 and writes Reading into it by DisplayFormat, with one more "0" for

@@ -8,12 +8,17 @@
 #include <cmath>
 
 #include "presentation/doubt_mark.h"
+#include "presentation/reading_accessible.h"
 
 namespace vantoscope {
 
 ReadingLabel::ReadingLabel(QWidget* parent) : QLabel(parent) {
+  InstallReadingAccessible();
   setAttribute(Qt::WA_OpaquePaintEvent);
   setTextFormat(Qt::PlainText);
+  setFocusPolicy(Qt::TabFocus);
+  // Without a name of its own the label would tell assistive technology of every new text.
+  setAccessibleName("Reading");
   QFont font("Arial");
   font.setStyleHint(QFont::SansSerif);
   font.setKerning(false);  // a changing digit moves no other

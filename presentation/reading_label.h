@@ -6,13 +6,22 @@
 #include <QColor>
 #include <QLabel>
 #include <QRectF>
+#include <functional>
 #include <optional>
 
 #include "meter/reading_state.h"
 
 namespace vantoscope {
 
-/// Its text is what a screen reader says. Text too wide for it loses its end, and says so with a
+/// What a screen reader can ask for beside the text.
+struct SpokenReading {
+  QString beside;  ///< the unit, and why the reading is in doubt
+  double value = 0;
+  double low = 0;  ///< the range
+  double high = 0;
+};
+
+/// Text too wide for it loses its end, and says so with a
 /// torn edge as soon as one pixel is missing.
 class ReadingLabel final : public QLabel {
  public:
@@ -25,6 +34,8 @@ class ReadingLabel final : public QLabel {
   /// Height of the font in logical pixels, 1 or more.
   void SetFontHeight(int pixels);
   void SetDoubt(ReadingState state);
+
+  std::function<SpokenReading()> OnAskSpoken;
 
   /// Whether the end of the text is missing.
   [[nodiscard]] bool IsCut() const;

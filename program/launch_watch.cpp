@@ -8,26 +8,22 @@
 #include <cstdlib>
 #include <utility>
 
-#include "groups/posix_process_start.h"
+#include "groups/launch_order.h"
+#include "presentation/beside.h"
 
 namespace vantoscope {
 namespace {
 
-constexpr int kGap = 8;        // pixels
-constexpr int kTitleBar = 30;  // of the box, about
-
-/// Below the meter, or above it where there is no room: the reading goes on beside the box.
+/// Below the meter, or where there is room: the reading goes on beside the box.
 void PlaceBeside(QWidget& box, Form0& form) {
+  constexpr int kGap = 8;             // pixels
+  constexpr QSize kBoxFrame(12, 40);  // about
   box.adjustSize();
   const auto pixels = [](Twips twips) { return qRound(PixelsFromTwips(twips)); };
   const QRect meter(pixels(form.Left()), pixels(form.Top()), pixels(form.Width()),
                     pixels(form.Height()));
-  const QRect room = form.screen()->availableGeometry();
-  const int below = meter.bottom() + kGap + kTitleBar;
-  const int above = meter.top() - kGap - box.height();
-  const int top = below + box.height() + kGap <= room.bottom() ? below : above;
-  const int left = std::min(meter.left(), room.right() - box.width());
-  box.move(std::max(left, room.left()), std::max(top, room.top()));
+  const QPoint below(meter.left(), meter.top() + meter.height() + kGap);
+  box.move(Beside(meter, box.size() + kBoxFrame, below, form.screen()->availableGeometry()));
 }
 
 }  // namespace
@@ -36,13 +32,12 @@ void LaunchWatch::Look() {
   if (auto text = launches_.Look()) untold_ = std::move(*text);
   // Nobody could close the box below a modal one.
   if (untold_.empty() || QApplication::activeModalWidget() != nullptr) return;
+  const QString text = QString::fromStdString(std::exchange(untold_, {}));
   if (!box_) {
-    box_ = new QMessageBox(QMessageBox::Critical, "Vanto Scope", "", QMessageBox::Ok, &form_);
-    box_->setTextFormat(Qt::PlainText);
+    box_ = new MessageBox(MessageIcon::Critical, text, QDialogButtonBox::Ok, &form_);
     box_->setAttribute(Qt::WA_DeleteOnClose);
-    box_->setModal(false);
   }
-  box_->setText(QString::fromStdString(std::exchange(untold_, {})));
+  box_->SetText(text);
   PlaceBeside(*box_, form_);
   box_->show();
 }

@@ -2,12 +2,12 @@
 // What the first meter of a group shows of the launch, and what a further one reports to it.
 #pragma once
 
-#include <QMessageBox>
 #include <QPointer>
 #include <string>
 
 #include "groups/launches.h"
 #include "presentation/form0.h"
+#include "presentation/message_box.h"
 
 namespace vantoscope {
 
@@ -24,7 +24,7 @@ class LaunchWatch {
   Launches& launches_;
   Form0& form_;
   std::string untold_;
-  QPointer<QMessageBox> box_;
+  QPointer<MessageBox> box_;
 };
 
 /// A further meter's side; without effect in a meter that nobody launched. Takes the name of the

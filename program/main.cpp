@@ -7,23 +7,32 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "equation/muparser_evaluator.h"
 #include "groups/command_line.h"
 #include "groups/command_words.h"
+#include "groups/group_process_start.h"
+#include "groups/launch_order.h"
 #include "groups/launches.h"
-#include "groups/posix_process_start.h"
 #include "groups/section_claim.h"
 #include "meter/startup.h"
 #include "meter/tick.h"
 #include "presentation/form0.h"
+#include "presentation/message_box.h"
 #include "presentation/window_behaviour.h"
 #include "program/application.h"
 #include "program/decimal_separator.h"
 #include "program/ending.h"
 #include "program/group_places.h"
 #include "program/launch_watch.h"
+#include "program/list_command.h"
 #include "program/meter_watch.h"
+#include "program/nursery.h"
+#include "program/preload.h"
+#include "program/screen_reader.h"
+#include "program/shortcuts.h"
 #include "program/standard_descriptors.h"
 #include "program/termination.h"
 #include "program/usage.h"
@@ -32,18 +41,19 @@
 #include "settings/dialog.h"
 #include "settings/profile_file.h"
 #include "sources/device_control.h"
+#include "sources/open_device.h"
 
 namespace vantoscope {
 namespace {
 
 constexpr int kCheckHostMilliseconds = 200;  // as the tick of the reading: one wake-up serves both
 
-/// The arguments as one text, parted by single spaces.
-std::string CommandLine(int count, char** arguments) {
+/// What stands behind the program's own name, as one text, parted by single spaces.
+std::string CommandLine(const std::vector<std::string>& words) {
   std::string text;
-  for (int i = 1; i < count; ++i) {
+  for (std::size_t i = 1; i < words.size(); ++i) {
     if (i > 1) text += ' ';
-    text += arguments[i];
+    text += words[i];
   }
   return text;
 }
@@ -60,12 +70,13 @@ std::optional<std::string> TakeText(const char* variable) {
 /// told anew.
 bool TakeMark(const char* variable) { return TakeText(variable).has_value(); }
 
-void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
+void Wire(Meter& meter, Form0& form, MeterWatch& watch, ScreenReader& reader) {
   form.OnResize = [&] { ResizeRule(meter); };
   form.OnLabelDoubleClick = [&] { SwapLook(meter); };
   form.OnTimer1 = [&] {
     Timer1Tick(meter);
     watch.LookAfterTick();
+    reader.Look();
   };
   form.OnTimer2 = [&] { HoverRule(form); };
   form.OnCommand1Click = [&] {
@@ -74,6 +85,7 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch) {
     watch.SetResting(false);
   };
   form.OnAskAbout = [&] { return watch.About(); };
+  form.OnAskSpoken = [&] { return reader.Spoken(); };
   form.OnUnload = [&] { UnloadMeter(meter); };
   meter.telvix.HostClosed = [&] {
     form.LookAgain();
@@ -103,6 +115,12 @@ void ReportStartError(const SourceError& error, const WordCheck& words, bool qui
   // One box per process would be a screen full of them in a group: the first meter shows one.
   if (quietly) return;
   ShowMessageBox(nullptr, MessageIcon::Critical, WithSentences(error.what(), words), "");
+}
+
+/// Every meter of a group reads its device on its own.
+void RefuseGroupOnStream(std::string_view command_line) {
+  const auto device = ValueBehind('D', command_line.substr(0, command_line.find(' ')));
+  if (device && OpensGroup(command_line)) RefuseStream(std::string(*device));
 }
 
 WordCheck SayWordsWithoutEffect(const std::string& command_line) {
@@ -136,8 +154,9 @@ class UnloadAtExit {
   static inline Form0* open_form = nullptr;
 };
 
-int Run(int count, char** arguments) {
-  const std::string command_line = CommandLine(count, arguments);
+/// `nursery` is the socket to it, or -1.
+int Run(const std::vector<std::string>& words_of_process, int nursery) {
+  const std::string command_line = CommandLine(words_of_process);
   const bool in_group = TakeMark(kNoFocusVariable);
   const bool group_without_device = TakeMark(kNoDeviceVariable);
   std::optional<Corner> place = CornerFrom(TakeText(kPlaceVariable).value_or(""));
@@ -146,7 +165,7 @@ int Run(int count, char** arguments) {
   if (words.names_no_device) setenv(kNoDeviceVariable, "1", 1);
   std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
   const auto application = CreateApplication(
-      arguments[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
+      words_of_process[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
   Form0 form(!in_group);
   WaitingBox waiting;
   DeviceControl telvix(SystemTime,
@@ -154,17 +173,20 @@ int Run(int count, char** arguments) {
   ProfileFile profile;
   Launches launches;
   GroupPlaces places(form, [&telvix] { return int{telvix.ChannelCount()}; });
-  PosixProcessStart processes(launches, [&places](int index) { return places.Of(index); });
+  GroupProcessStart processes(nursery, launches, [&places](int index) { return places.Of(index); });
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
   MeterWatch watch(meter, telvix, form);
   if (group_without_device) watch.SetNobodyNamedDevice();
   LaunchWatch launch_watch(launches, form);
-  Wire(meter, form, watch);
+  ScreenReader screen_reader(meter, telvix, form, watch);
+  Wire(meter, form, watch, screen_reader);
+  AddShortcuts(form, watch, [&] { SwapLook(meter); });
 
   // Both watch from every event loop, those of message boxes during start-up included.
   QTimer host_timer;
   QObject::connect(&host_timer, &QTimer::timeout, [&] {
+    processes.Look();
     launch_watch.Look();
     launcher.Look();
     telvix.CheckHost();
@@ -174,7 +196,9 @@ int Run(int count, char** arguments) {
   termination.OnRequest = [&] { CloseOnRequest(form); };
 
   try {
+    RefuseGroupOnStream(command_line);
     StartUp(meter, command_line);
+    processes.Finish();
   } catch (const SourceError& error) {
     host_timer.stop();
     termination.OnRequest = CloseBox;
@@ -184,7 +208,10 @@ int Run(int count, char** arguments) {
   }
   termination.Watch();
   const UnloadAtExit display_may_die(form);
-  QObject::connect(&host_timer, &QTimer::timeout, [&] { watch.Look(); });
+  QObject::connect(&host_timer, &QTimer::timeout, [&] {
+    watch.Look();
+    screen_reader.Look();
+  });
   const SectionClaim claim(profile.PathOf(meter.runtime.IniFile), meter.runtime.SectionName);
   if (claim.IsShared()) SaySectionIsShared(meter.runtime.SectionName);
   if (words.names_no_device) {
@@ -195,6 +222,13 @@ int Run(int count, char** arguments) {
   form.Open();
   launcher.Started();
   return QApplication::exec();
+}
+
+int RunWithNursery(std::vector<std::string> words) {
+  if (!OpensGroup(CommandLine(words))) return Run(words, -1);
+  Preload();
+  NurseryPlace here = OpenNursery();
+  return Run(here.words.value_or(std::move(words)), here.socket);
 }
 
 }  // namespace
@@ -208,5 +242,8 @@ int main(int argc, char** argv) {
       return EXIT_SUCCESS;
     }
   }
-  return vantoscope::Run(argc, argv);
+  if (argc > 1 && argv[1] == std::string_view("--list")) {
+    return vantoscope::RunListCommand({argv + 2, argv + argc});
+  }
+  return vantoscope::RunWithNursery({argv, argv + argc});
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "program/meter_watch.h"
 
+#include <QDateTime>
 #include <array>
 #include <chrono>
 #include <iostream>
@@ -25,6 +26,14 @@ std::string MethodText(const MeterConfig& config) {
          std::to_string(config.WindowSize) + " scans";
 }
 
+/// ISO 8601 with the offset of the user's clock.
+std::string TimeBefore(double seconds) {
+  constexpr double kMilliseconds = 1000;
+  const QDateTime time =
+      QDateTime::currentDateTime().addMSecs(-static_cast<qint64>(seconds * kMilliseconds));
+  return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODate).toStdString();
+}
+
 }  // namespace
 
 Verdict MeterWatch::Judge(double now) {
@@ -33,6 +42,20 @@ Verdict MeterWatch::Judge(double now) {
                            .resting = resting_,
                            .simulated = !source_.IsNamed() || !somebody_named_device_,
                            .cut = form_.ReadingIsCut()});
+}
+
+Verdict MeterWatch::Judge() { return Judge(Seconds()); }
+
+ReadingParts MeterWatch::Parts() {
+  const MeterConfig& config = meter_.config;
+  const Verdict verdict = Judge();
+  const bool calculated =
+      config.DataMethod == kMethodCalc && meter_.runtime.SpecialChannel == kFalse;
+  return {.shown = form_.Reading(),
+          .unit = calculated ? config.MathUnit : source_.EngUnit(meter_.runtime.ChannelIndex),
+          .channel = form_.Title(),
+          .time = TimeBefore(verdict.age),
+          .doubt = verdict.sentence};
 }
 
 void MeterWatch::Look() {

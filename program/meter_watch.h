@@ -7,6 +7,7 @@
 
 #include "meter/meter.h"
 #include "presentation/form0.h"
+#include "program/copied_reading.h"
 #include "program/reading_watch.h"
 #include "sources/device_control.h"
 
@@ -28,6 +29,11 @@ class MeterWatch {
   void SetResting(bool resting) { resting_ = resting; }
   /// What is shown, from where and how, and whether it can be trusted; lines of plain text.
   std::string About();
+  /// Whether the reading can be trusted, now.
+  Verdict Judge();
+  /// The reading that is shown, and what belongs to it.
+  ReadingParts Parts();
+  [[nodiscard]] bool IsResting() const { return resting_; }
 
  private:
   Verdict Judge(double now);

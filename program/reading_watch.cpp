@@ -2,6 +2,9 @@
 #include "program/reading_watch.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "text/shown_text.h"
 
 namespace vantoscope {
 namespace {
@@ -26,15 +29,9 @@ bool IsDoubt(ReadingState state) {
 
 }  // namespace
 
-std::string AgeText(double seconds) {
-  const auto whole = [](double number) { return std::to_string(static_cast<long long>(number)); };
-  constexpr double kMinute = 60;
-  constexpr double kHour = 3600;
-  constexpr double kDay = 86400;
-  if (seconds < 2 * kMinute) return whole(seconds) + " s";
-  if (seconds < 2 * kHour) return whole(seconds / kMinute) + " min";
-  if (seconds < 2 * kDay) return whole(seconds / kHour) + " h";
-  return whole(std::min(seconds / kDay, 1e9)) + " days";
+std::string ChangeText(ReadingState before, const Verdict& now) {
+  if (IsDoubt(before) && !IsDoubt(now.state)) return "The reading is live again.";
+  return now.sentence.empty() ? "The reading is whole again." : now.sentence;
 }
 
 Verdict ReadingWatch::Look(double now, const Observation& seen) {
@@ -69,27 +66,24 @@ Verdict ReadingWatch::State(double now, const Observation& seen) {
   if (age > seen.data.limit) {
     return {.state = ReadingState::Old,
             .cut = false,
-            .sentence = Sentence("No new data for " + AgeText(age), Reason(seen))};
+            .sentence = Sentence("No new data for " + AgeText(age), Reason(seen)),
+            .age = age};
   }
   if (seen.simulated) {
     return {.state = ReadingState::Simulated,
             .cut = false,
-            .sentence = "These are values of the built-in simulator, since no device was named."};
+            .sentence = "These are values of the built-in simulator, since no device was named.",
+            .age = age};
   }
-  return {.state = ReadingState::Live, .cut = false, .sentence = ""};
+  return {.state = ReadingState::Live, .cut = false, .sentence = "", .age = age};
 }
 
 std::string ReadingWatch::Line(double now, const Verdict& verdict) {
   const bool changed = verdict.state != told_ || verdict.cut != told_cut_;
   if (!changed || now - told_at_ < kBetweenLines) return {};
-  const bool doubted = IsDoubt(told_);
-  told_ = verdict.state;
   told_cut_ = verdict.cut;
   told_at_ = now;
-  if (doubted && !IsDoubt(verdict.state)) {
-    return "The reading is live again.";
-  }
-  return verdict.sentence.empty() ? "The reading is whole again." : verdict.sentence;
+  return ChangeText(std::exchange(told_, verdict.state), verdict);
 }
 
 }  // namespace vantoscope

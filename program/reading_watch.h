@@ -24,7 +24,11 @@ struct Verdict {
   /// One sentence, with the age where there is one, and a second one if the reading is cut; empty
   /// while live and whole.
   std::string sentence;
+  double age = 0;  ///< of the reading that is shown, seconds; 0 while there is none
 };
+
+/// What is said of a change to `now`; `before` is the state that was told last.
+std::string ChangeText(ReadingState before, const Verdict& now);
 
 class ReadingWatch {
  public:
@@ -46,8 +50,5 @@ class ReadingWatch {
   bool told_cut_ = false;
   double told_at_ = 0;
 };
-
-/// "12 s", "3 min", "2 h": an age as people say it, cut to whole units.
-std::string AgeText(double seconds);
 
 }  // namespace vantoscope

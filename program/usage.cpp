@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::string_view kHelp =
     R"(Usage: vantoscope [-dDEVICE [-nNAME [-iINDEX]]]
+       vantoscope --list [DEVICE] [--json]
 
 Shows one channel of a data acquisition host as one big number that stays on top.
 
@@ -23,6 +24,9 @@ Arguments have this order and none may hold a space; one that has no effect is
 told on standard error. The settings are kept in
 $XDG_CONFIG_HOME/vantoscope/Vantoscope.ini (~/.config if that is not set).
 
+  --list     print the channels of a device: index, label in equations, value now
+             and more; without one, what kinds of devices there are; with --json
+             for scripts
   --help     this text
   --version  the version
 )";

@@ -19,14 +19,14 @@ bool WaitingBox::Look(const std::string& sentence) {
   const auto now = std::chrono::steady_clock::now();
   if (!since_) since_ = now;
   if (now - *since_ < kMoment) return true;
+  const QString text = "Waiting for the host.\n" + QString::fromStdString(sentence);
   if (!box_) {
     std::cerr << "vantoscope: Waiting: " << sentence << std::endl;
-    box_.emplace(QMessageBox::Information, "Vanto Scope", "", QMessageBox::Cancel);
-    box_->setTextFormat(Qt::PlainText);
-    QObject::connect(&*box_, &QMessageBox::finished, [this] { given_up_ = true; });
+    box_.emplace(MessageIcon::Information, text, QDialogButtonBox::Cancel, nullptr);
+    QObject::connect(&*box_, &QDialog::finished, [this] { given_up_ = true; });
     box_->show();
   }
-  box_->setText("Waiting for the host.\n" + QString::fromStdString(sentence));
+  box_->SetText(text);
   QApplication::processEvents();
   return !given_up_;
 }

@@ -3,10 +3,11 @@
 // a button to give up.
 #pragma once
 
-#include <QMessageBox>
 #include <chrono>
 #include <optional>
 #include <string>
+
+#include "presentation/message_box.h"
 
 namespace vantoscope {
 
@@ -19,7 +20,7 @@ class WaitingBox {
 
  private:
   std::optional<std::chrono::steady_clock::time_point> since_;
-  std::optional<QMessageBox> box_;
+  std::optional<MessageBox> box_;
   bool given_up_ = false;
 };
 

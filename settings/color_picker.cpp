@@ -11,6 +11,8 @@
 #include <QVBoxLayout>
 #include <memory>
 
+#include "presentation/look.h"
+
 namespace vantoscope {
 namespace {
 
@@ -35,6 +37,7 @@ class Colors : public QColorDialog {
 class ScrolledPicker : public QDialog {
  public:
   ScrolledPicker(QColorDialog& colors, QWidget& parent, const QSize& room) : QDialog(&parent) {
+    GiveLook(*this);
     colors.setWindowFlags(Qt::Widget);
     colors.setOption(QColorDialog::NoButtons);
     auto* area = new QScrollArea;
@@ -64,6 +67,7 @@ QColor PickColor(const QColor& color, QWidget& parent, const QString& title) {
   std::unique_ptr<ScrolledPicker> box;  // outlives the picker, which leaves it
   Colors colors(color, &parent);
   colors.setOption(QColorDialog::DontUseNativeDialog);
+  GiveLook(colors);
   QDialog* picker = &colors;
   if (colors.sizeHint().boundedTo(room) != colors.sizeHint()) {
     box = std::make_unique<ScrolledPicker>(colors, parent, room);

@@ -2,36 +2,20 @@
 #include "settings/color_swatch.h"
 
 #include <QPainter>
-#include <algorithm>
-#include <cmath>
 
 #include "presentation/color.h"
+#include "presentation/look.h"
 
 namespace vantoscope {
 namespace {
 
-// Relative luminance and contrast ratio as the Web Content Accessibility Guidelines 2.1 define
-// them.
-double Linear(double channel) {
-  return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
-}
-
-double Luminance(const QColor& color) {
-  return 0.2126 * Linear(color.redF()) + 0.7152 * Linear(color.greenF()) +
-         0.0722 * Linear(color.blueF());
-}
-
-double Contrast(const QColor& one, const QColor& other) {
-  const auto [darker, lighter] = std::minmax({Luminance(one), Luminance(other)});
-  return (lighter + 0.05) / (darker + 0.05);
-}
-
 constexpr double kLegible = 3;  // contrast of bold text against what lies behind it
 
-QColor PlateFor(const QColor& background) {
-  constexpr double kMidLuminance = 0.18;
-  return Luminance(background) > kMidLuminance ? QColor(0x2b, 0x2f, 0x33)
-                                               : QColor(0xf4, 0xf5, 0xf6);
+/// Around letters that would fade into what lies behind them.
+QColor OutlineFor(const QColor& color) {
+  const QColor dark(0x2b, 0x2f, 0x33);
+  const QColor light(0xf4, 0xf5, 0xf6);
+  return Contrast(color, dark) > Contrast(color, light) ? dark : light;
 }
 
 }  // namespace
@@ -46,19 +30,21 @@ void ColorSwatch::SetValue(Color value) {
 
 void ColorSwatch::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
   const QColor text_color = QColorFrom(value_);
   const QColor background = palette().color(QPalette::Window);
-  const int text_width = fontMetrics().horizontalAdvance(text());
-  const QRect text_box = rect().adjusted(kPlateMargin, 0, -kPlateMargin, 0);
+  const QRect text_box = rect().adjusted(kOutline, 0, -kOutline, 0);
+  const auto draw = [&](const QPoint& offset) {
+    painter.drawText(text_box.translated(offset),
+                     Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text());
+  };
   if (Contrast(text_color, background) < kLegible) {
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(PlateFor(background));
-    const int plate_width = std::min(width(), text_width + 2 * kPlateMargin);
-    painter.drawRoundedRect(QRect(0, 0, plate_width, height()), 3, 3);
+    painter.setPen(OutlineFor(text_color));
+    for (int x = -1; x <= 1; ++x) {
+      for (int y = -1; y <= 1; ++y) draw({x, y});
+    }
   }
   painter.setPen(text_color);
-  painter.drawText(text_box, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text());
+  draw({0, 0});
 }
 
 void ColorButton::SetValue(Color value) {

@@ -10,8 +10,8 @@
 
 namespace vantoscope {
 
-/// Text in the colour it stands for. Where that colour would fade into the dialog, a plate of the
-/// opposite brightness stands behind the text.
+/// Text in the colour it stands for. Where that colour would fade into the dialog, its letters have
+/// an outline of the opposite brightness.
 class ColorSwatch : public QLabel {
   Q_OBJECT
 
@@ -21,8 +21,8 @@ class ColorSwatch : public QLabel {
   [[nodiscard]] Color Value() const { return value_; }
   void SetValue(Color value);
 
-  /// Room that the plate takes on either side of the text, logical pixels.
-  static constexpr int kPlateMargin = 3;
+  /// Room on either side of the text, logical pixels.
+  static constexpr int kOutline = 3;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -39,8 +39,9 @@ void ShowFailure(Meter& meter) {
 
 void RunEquationAgain(Meter& meter) {
   MeterRuntime& runtime = meter.runtime;
-  runtime.PreparedEquation = NormaliseEquation(meter, meter.config.MathText);
-  if (PrepareEquation(meter, runtime.PreparedEquation)) {
+  const TracedText equation = NormaliseEquation(meter, meter.config.MathText);
+  runtime.PreparedEquation = equation.Text();
+  if (PrepareEquation(meter, equation)) {
     meter.form.EnableTimer1(true);
   } else {
     ShowFailure(meter);

@@ -11,13 +11,16 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QStyleOptionButton>
 #include <algorithm>
 #include <vector>
 
 #include "meter/profile.h"
 #include "meter/units.h"
+#include "presentation/beside.h"
 #include "presentation/color.h"
+#include "presentation/look.h"
 #include "settings/color_picker.h"
 #include "settings/color_swatch.h"
 #include "settings/dialog_controls.h"
@@ -107,7 +110,7 @@ class Frame : public QGroupBox {
     const QRect title_box(kTitleLeft, 0, metrics.horizontalAdvance(title()), metrics.height());
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(palette().color(QPalette::Mid));
+    painter.setPen(LineColor(palette()));
     const double line_top = title_box.center().y();
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, line_top + 0.5, -0.5, -0.5), kRadius,
                             kRadius);
@@ -123,6 +126,21 @@ constexpr QColor kShownOnly(0x60, 0x60, 0x60);  // text that can be read and not
 
 // Text fields are two pixels higher than the labels beside them; this sets both texts on one line.
 constexpr int kLabelDrop = 2;
+
+// Without a caption it stands on the line of the field beside it.
+class OptionOfField : public QRadioButton {
+ public:
+  using QRadioButton::QRadioButton;
+
+ protected:
+  void paintEvent(QPaintEvent* /*event*/) override {
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    option.rect.translate(0, kLabelDrop / 2);
+    QPainter painter(this);
+    style()->drawControl(QStyle::CE_RadioButton, &option, &painter, this);
+  }
+};
 
 QWidget* NewWidget(const DialogControl& control, QWidget* parent) {
   const QString caption = QString::fromUtf8(control.caption);
@@ -143,7 +161,7 @@ QWidget* NewWidget(const DialogControl& control, QWidget* parent) {
     case ControlKind::TextField:
       return new QLineEdit(parent);
     case ControlKind::Option:
-      return new QRadioButton(caption, parent);
+      return caption.isEmpty() ? new OptionOfField(parent) : new QRadioButton(caption, parent);
     case ControlKind::CheckBox:
       return new QCheckBox(caption, parent);
   }
@@ -163,7 +181,7 @@ int CaptionRoom(const DialogControl& control, const QWidget& widget) {
     case ControlKind::CheckBox:
       return style.subElementRect(QStyle::SE_CheckBoxContents, &option, &widget).width();
     case ControlKind::Swatch:
-      return widget.width() - 2 * ColorSwatch::kPlateMargin;
+      return widget.width() - 2 * ColorSwatch::kOutline;
     default:
       return widget.width();
   }
@@ -179,6 +197,7 @@ QFont CaptionFont(const DialogControl& control, const QFont& base) {
 
 Dialog::Dialog(QWidget* form, bool above_all)
     : QDialog(form, Qt::Tool), options_(new QButtonGroup(this)) {
+  GiveLook(*this);
   setWindowFlag(Qt::WindowStaysOnTopHint, above_all);
   setObjectName("Dialog");
   setWindowTitle(kDialogTitle);
@@ -225,14 +244,11 @@ void Dialog::BuildControls() {
 // The rectangles are fixed, so it is the font that gives way: one size for the whole dialog, at
 // which the widest caption still fits.
 void Dialog::FitFont() {
-  constexpr double kLargestSize = 8.25;  // points at 72 to the inch
   constexpr double kSmallestSize = 5;
   constexpr double kStep = 0.25;
-  const double device_points = logicalDpiY() * kTwipsPerPixel / kTwipsPerInch;
-  QFont base("Arial");
-  base.setStyleHint(QFont::SansSerif);
+  QFont base;
   const auto fits = [&](double size) {
-    base.setPointSizeF(size / device_points);
+    base = TextFont(*this, size);
     return std::ranges::all_of(kDialogControls, [&](const DialogControl& control) {
       if (*control.caption == '\0') return true;
       const QFontMetricsF metrics(CaptionFont(control, base), this);
@@ -240,7 +256,7 @@ void Dialog::FitFont() {
              CaptionRoom(control, Control<QWidget>(control.name));
     });
   };
-  double size = kLargestSize;
+  double size = kTextSize;
   while (!fits(size) && size > kSmallestSize) size -= kStep;
   setFont(base);
   for (const DialogControl& control : kDialogControls) {
@@ -270,6 +286,8 @@ void Dialog::Wire() {
   connect(&Control<QPushButton>("OKButton"), &QPushButton::clicked, this, &QDialog::accept);
   connect(&Control<QPushButton>("Command5"), &QPushButton::clicked, this, &QDialog::reject);
   connect(&Control<QPushButton>("Command6"), &QPushButton::clicked, this,
+          [] { OpenAddress(HelpPage()); });
+  connect(new QShortcut(QKeySequence("F1"), this), &QShortcut::activated, this,
           [] { OpenAddress(HelpPage()); });
   for (const TextRow& row : kTexts) {
     // A text that an assistive program puts in counts like one that is typed.
@@ -325,14 +343,13 @@ void Dialog::PickColor(const char* button, const char* swatch, const QString& ti
 // QDialog would close at Escape and press a default button at Enter; this window does neither.
 void Dialog::keyPressEvent(QKeyEvent* event) { event->ignore(); }
 
-// At the design position of the screen that the meter is on, or as near to it as the whole dialog
-// and its title bar are in sight.
+// At the design position of the screen that the meter is on, or as near to it as the meter and the
+// whole dialog are in sight.
 void Dialog::PlaceOnScreen() {
   constexpr QSize kFrame(12, 40);  // about; it is not known before the window is shown
   const QRect area = screen()->availableGeometry();
-  const QSize room = area.size() - size() - kFrame;
-  move(area.topLeft() + QPoint(std::max(0, std::min(Pixels(kDialogLeft), room.width())),
-                               std::max(0, std::min(Pixels(kDialogTop), room.height()))));
+  const QPoint design = area.topLeft() + QPoint(Pixels(kDialogLeft), Pixels(kDialogTop));
+  move(Beside(parentWidget()->frameGeometry(), size() + kFrame, design, area));
 }
 
 ShowDialog ModalDialog(QWidget& form) {

@@ -70,6 +70,8 @@ class Device {
   /// Why, in one sentence, from the moment on when the host is gone for good. Cheap; asked a few
   /// times a second.
   virtual std::optional<std::string> HostGone() = 0;
+  /// What a file was taken for, in one line; empty where there is nothing to tell.
+  [[nodiscard]] virtual std::string Description() const { return {}; }
 };
 
 /// Called several times a second while a device that takes its time is opened, with what is missing

@@ -29,8 +29,19 @@ std::string DecodedOrThrow(std::string_view text) {
   return *std::move(decoded);
 }
 
-/// Encodes what would break a device text, and each of `more`; everything else stays as it is.
-std::string PercentEncoded(std::string_view text, std::string_view more = {}) {
+/// `LO..HI`; nothing for anything else.
+std::optional<Range> RangeFromText(std::string_view text) {
+  const std::size_t dots = text.find("..");
+  if (dots == std::string_view::npos) return std::nullopt;
+  const std::optional<double> low = WholeNumber(text.substr(0, dots));
+  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
+  if (!low || !high || *low >= *high) return std::nullopt;
+  return Range{.low = *low, .high = *high};
+}
+
+}  // namespace
+
+std::string PercentEncoded(std::string_view text, std::string_view more) {
   constexpr std::string_view kHex = "0123456789ABCDEF";
   std::string encoded;
   for (const char c : text) {
@@ -43,18 +54,6 @@ std::string PercentEncoded(std::string_view text, std::string_view more = {}) {
   }
   return encoded;
 }
-
-/// `LO..HI`; nothing for anything else.
-std::optional<Range> RangeFromText(std::string_view text) {
-  const std::size_t dots = text.find("..");
-  if (dots == std::string_view::npos) return std::nullopt;
-  const std::optional<double> low = WholeNumber(text.substr(0, dots));
-  const std::optional<double> high = WholeNumber(text.substr(dots + 2));
-  if (!low || !high || *low >= *high) return std::nullopt;
-  return Range{.low = *low, .high = *high};
-}
-
-}  // namespace
 
 bool LooksLikeDeviceText(std::string_view text) {
   return text.size() >= 4 && IsLetter(text[0]) && IsLetter(text[1]) && IsDigit(text[2]) &&

@@ -41,6 +41,9 @@ DeviceText ParseRest(std::string_view kind, int model, std::string_view text);
 /// The full form of the parts. ParseDeviceText gives them back.
 std::string FullText(const DeviceText& device);
 
+/// Encodes what would break a device text, and each of `more`; everything else stays as it is.
+std::string PercentEncoded(std::string_view text, std::string_view more = {});
+
 /// Nothing when a % is not followed by two hexadecimal digits or the result would hold a NUL.
 std::optional<std::string> PercentDecoded(std::string_view text);
 

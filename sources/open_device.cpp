@@ -8,6 +8,7 @@
 #include "sources/device_text.h"
 #include "sources/mqtt/mqtt_device.h"
 #include "sources/recording/recording.h"
+#include "sources/recording/stream_text.h"
 #include "sources/simulator.h"
 #include "text/shown_text.h"
 
@@ -45,12 +46,13 @@ void RefuseNoPath(const std::string& text) {
 DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
   DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
-  if (std::filesystem::exists(path, ignored)) return device;
+  if (path == kStandardInput || std::filesystem::exists(path, ignored)) return device;
   const std::size_t question = path.rfind('?');
   if (question != std::string::npos) {
     device.options = ParseOptions(std::string_view(path).substr(question + 1), '&');
     device.rest.resize(question);
   }
+  if (device.rest == kStandardInput) return device;
   if (!std::filesystem::exists(device.rest, ignored)) {
     device.rest = PercentDecoded(device.rest).value_or(device.rest);
     if (!std::filesystem::exists(device.rest, ignored)) RefuseNoPath(path);
@@ -88,8 +90,17 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
                       " has the models 64 and 32.");
   }
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
-  if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock));
+  if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock), meanwhile);
   return OpenMqttDevice(device, meanwhile);
+}
+
+void RefuseStream(const std::string& text) {
+  const DeviceText device = ParseAnyDeviceText(text);
+  if (device.kind != "FI" || !IsStream(device.rest)) return;
+  throw SourceError("Only one meter can read the stream '" + device.rest +
+                    "', a group cannot; after 'telvixd --from " + text +
+                    " --to localhost:1883/lab/bench1' its device is "
+                    "mqtt://localhost:1883/lab/bench1, or after tee the file that tee writes.");
 }
 
 }  // namespace vantoscope

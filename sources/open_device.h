@@ -26,4 +26,8 @@ DeviceText ParseAnyDeviceText(const std::string& text);
 std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock = SystemTime,
                                    const Meanwhile& meanwhile = {});
 
+/// Throws SourceError, with what to write instead, when only one process can read the device that
+/// `text` selects.
+void RefuseStream(const std::string& text);
+
 }  // namespace vantoscope

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "text/shown_text.h"
 
+#include <algorithm>
+
 #include "text/characters.h"
 #include "text/utf8.h"
 
@@ -49,6 +51,17 @@ std::string Escaped(std::string_view text) {
     }
   }
   return shown;
+}
+
+std::string AgeText(double seconds) {
+  const auto whole = [](double number) { return std::to_string(static_cast<long long>(number)); };
+  constexpr double kMinute = 60;
+  constexpr double kHour = 3600;
+  constexpr double kDay = 86400;
+  if (seconds < 2 * kMinute) return whole(seconds) + " s";
+  if (seconds < 2 * kHour) return whole(seconds / kMinute) + " min";
+  if (seconds < 2 * kDay) return whole(seconds / kHour) + " h";
+  return whole(std::min(seconds / kDay, 1e9)) + " days";
 }
 
 std::string WithoutCredentials(std::string_view text) {

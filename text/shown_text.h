@@ -11,6 +11,9 @@ namespace vantoscope {
 /// U+0080 to U+009F, too.
 std::string Escaped(std::string_view text);
 
+/// "12 s", "3 min", "2 h": an age as people say it, cut to whole units.
+std::string AgeText(double seconds);
+
 /// The text without what may be a user name and a password before an "@": "..." stands there.
 std::string WithoutCredentials(std::string_view text);
 

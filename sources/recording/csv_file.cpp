@@ -111,6 +111,29 @@ void SayOfRecording(const std::string& sentence) {
   std::cerr << std::string(program_invocation_short_name) + ": " + Escaped(sentence) + '\n';
 }
 
+CsvLayout LayoutOfTable(std::string_view head, const CsvReading& reading,
+                        const std::string& subject) {
+  CsvLayout layout = FindCsvLayout(head, reading.dates);
+  if (layout.columns.empty()) {
+    throw SourceError(subject + " has no column of numbers" + (reading.followed ? " yet" : "") +
+                      "; columns are separated by comma, semicolon, tab, bar or blanks.");
+  }
+  if (!layout.unread_time.empty() && !reading.rate) {
+    throw SourceError(subject + " has a first column of times, but '" + layout.unread_time +
+                      "' is not understood as one; ?rate=R says how many lines make a second.");
+  }
+  return layout;
+}
+
+std::string ExplainTable(const std::string& subject, const CsvLayout& layout, double rate) {
+  std::string description = Description(layout) + "; scans per second: " + ShortestText(rate);
+  const char* const wanted = std::getenv("VANTOSCOPE_EXPLAIN");
+  if (wanted != nullptr && std::string_view(wanted) == "1") {
+    SayOfRecording(subject + " is taken for: " + description);
+  }
+  return description;
+}
+
 CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, CsvRows::Take take)
     : file_(std::move(file)) {
   const std::string bytes = ReadHead(*file_);
@@ -118,27 +141,14 @@ CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, 
   const std::string head(WholeLines(
       decoder_.Decode(std::string_view(bytes).substr(decoder_.MarkSize())), reading.followed));
   decoder_.Restart();
-  layout_ = FindCsvLayout(head, reading.dates);
-  if (layout_.columns.empty()) {
-    throw SourceError(TheRecording(file_->Path()) + " has no column of numbers" +
-                      (reading.followed ? " yet" : "") +
-                      "; columns are separated by comma, semicolon, tab, bar or blanks.");
-  }
-  if (!layout_.unread_time.empty() && !reading.rate) {
-    throw SourceError(TheRecording(file_->Path()) + " has a first column of times, but '" +
-                      layout_.unread_time +
-                      "' is not understood as one; ?rate=R says how many lines make a second.");
-  }
+  layout_ = LayoutOfTable(head, reading, TheRecording(file_->Path()));
   bytes_per_line_ = bytes.size() / static_cast<std::size_t>(1 + std::ranges::count(head, '\n')) + 1;
   rows_ = std::make_unique<CsvRows>(layout_, reading.followed, std::move(take));
   file_->Seek(decoder_.MarkSize());
 }
 
-void CsvFile::Explain(double rate) const {
-  const char* const wanted = std::getenv("VANTOSCOPE_EXPLAIN");
-  if (wanted == nullptr || std::string_view(wanted) != "1") return;
-  SayOfRecording(TheRecording(file_->Path()) + " is taken for: " + Description(layout_) +
-                 "; scans per second: " + ShortestText(rate));
+std::string CsvFile::Explain(double rate) const {
+  return ExplainTable(TheRecording(file_->Path()), layout_, rate);
 }
 
 void CsvFile::SayEndOfTable() {

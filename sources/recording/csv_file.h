@@ -67,6 +67,15 @@ std::string TheRecording(const std::string& path);
 /// A sentence on standard error.
 void SayOfRecording(const std::string& sentence);
 
+/// The layout of a table from its first lines, which end with a whole one. Throws SourceError when
+/// there is no numeric column, or when the times are not understood and no rate is given.
+CsvLayout LayoutOfTable(std::string_view head, const CsvReading& reading,
+                        const std::string& subject);
+
+/// What a table was taken for; said on standard error too, if the environment has
+/// VANTOSCOPE_EXPLAIN=1.
+std::string ExplainTable(const std::string& subject, const CsvLayout& layout, double rate);
+
 class CsvFile {
  public:
   /// Finds the layout from the first quarter of a mebibyte; of a `followed` file only whole lines
@@ -78,9 +87,8 @@ class CsvFile {
   [[nodiscard]] const RecordedFile& File() const { return *file_; }
   [[nodiscard]] std::unique_ptr<RecordedFile> Release() { return std::move(file_); }
 
-  /// Says on standard error what the file was taken for, if the environment has
-  /// VANTOSCOPE_EXPLAIN=1.
-  void Explain(double rate) const;
+  /// See ExplainTable.
+  std::string Explain(double rate) const;
 
   /// Hands on what has been written since the last call, at most `most_bytes` of it. True when
   /// there was something. Throws SourceError.

@@ -52,6 +52,9 @@ void QuoteGuard::FeedPiece(std::string_view bytes) {
 void QuoteGuard::Finish() {
   while (!quoted_.empty() && lines_ > 0 && state_ == State::kQuoted) Feed(GiveUpLine());
   take_(std::exchange(quoted_, {}));
+  state_ = State::kFieldStart;
+  lines_ = 0;
+  in_stray_line_ = false;
 }
 
 bool QuoteGuard::EndsField(char c) const {

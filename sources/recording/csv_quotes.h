@@ -21,7 +21,7 @@ class QuoteGuard {
   QuoteGuard(char separator, Take take) : separator_(separator), take_(std::move(take)) {}
 
   void Feed(std::string_view bytes);
-  /// There is no more text.
+  /// There is no more text, or what comes is another one.
   void Finish();
 
  private:

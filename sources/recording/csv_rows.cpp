@@ -89,6 +89,18 @@ void CsvRows::Finish() {
   finishing_ = false;
 }
 
+void CsvRows::Jump() {
+  std::ranges::fill(values_, std::numeric_limits<double>::quiet_NaN());
+  next_ = values_;
+  blank_lines_ = 0;
+  SkipNoMore();
+}
+
+void CsvRows::SkipLines(std::size_t lines) {
+  line_ = 0;
+  layout_.lines_to_skip = lines;
+}
+
 void CsvRows::OnField(void* bytes, std::size_t size, void* self) {
   static_cast<CsvRows*>(self)->TakeField({static_cast<const char*>(bytes), size});
 }
@@ -156,6 +168,7 @@ std::optional<double> CsvRows::SecondsOfLine() {
 void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
   if (const auto plain = PlainNumber(field, layout_.style)) {
     next_[column] = *plain;
+    ++set_values_;
     any_number_ = true;
     return;
   }
@@ -163,6 +176,7 @@ void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
   const auto written = ReadNumber(field, layout_.style);
   const auto number = written ? NumberIn(*written, told.in_fields) : std::nullopt;
   if (!number && TrimmedField(field).empty()) return;
+  ++set_values_;
   next_[column] = number.value_or(std::numeric_limits<double>::quiet_NaN());
   if (number) {
     any_number_ = true;
@@ -197,12 +211,15 @@ void CsvRows::TakeLine() {
   if (Counts()) {
     begun_ = true;
     values_ = next_;
-    take_({.seconds = SecondsOfLine(), .values = values_, .line = line_});
+    take_({.seconds = SecondsOfLine(),
+           .values = values_,
+           .line = line_,
+           .complete = set_values_ >= values_.size()});
   } else {
     next_ = values_;
   }
   ++line_;
-  field_ = blank_lines_ = times_ = 0;
+  field_ = blank_lines_ = times_ = set_values_ = 0;
   seconds_ = 0;
   any_number_ = any_words_ = skip_ = false;
 }

@@ -26,6 +26,7 @@ struct CsvRow {
   std::optional<double> seconds;   ///< its time, counted from a moment that all lines share
   std::span<const double> values;  ///< one for each column of the layout
   std::size_t line = 0;            ///< counted from 0, without blank ones
+  bool complete = true;            ///< no value repeats one of a line before
 };
 
 class CsvRows {
@@ -45,8 +46,13 @@ class CsvRows {
 
   /// Throws SourceError when a field grows beyond a mebibyte, as after a quote that nobody closes.
   void Feed(std::string_view bytes);
-  /// The file is over: a last line without a line end counts if no field is missing.
+  /// The file is over: a last line without a line end counts if no field is missing. What is fed
+  /// later is another file.
   void Finish();
+  /// What is fed next are whole lines of the table further on; there is no value to be repeated.
+  void Jump();
+  /// What is fed next begins with that many lines that are not blank ahead of the numbers.
+  void SkipLines(std::size_t lines);
   /// From here on the lines are part of the table; skips nothing more.
   void SkipNoMore() { line_ = layout_.lines_to_skip; }
   /// Whether another table began, which is not read.
@@ -88,6 +94,7 @@ class CsvRows {
   // Of the present line:
   double seconds_ = 0;
   std::size_t times_ = 0;  // how many fields of its time were read
+  std::size_t set_values_ = 0;
   bool any_number_ = false;
   bool any_words_ = false;  // where numbers should be
   bool skip_ = false;

@@ -19,7 +19,8 @@ constexpr std::size_t kStepsForUsual = 1000;
 constexpr std::size_t kStepsLookedAt = 65536;
 constexpr double kManyRepeats = 0.1;
 constexpr double kLongStep = 3;    // times the usual one
-constexpr double kEvenStep = 2.1;  // times the median one
+constexpr double kEvenStep = 2.1;  // times the median one, where some times repeat
+constexpr double kLostLine = 1.5;  // times the median one
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kDay = 86400;
 constexpr double kLeastRate = 1e-9;
@@ -225,10 +226,11 @@ void FillIn(std::vector<double>& seconds, double usual) {
 /// Whether limited digits and a little jitter explain how the times differ from even steps.
 bool AreEven(const std::vector<double>& seconds, double mean, double usual, bool coarse) {
   const double tolerance = std::max(1.5 * mean, coarse ? usual : 0);
+  const double longest = (coarse ? kEvenStep : kLostLine) * usual;
   for (std::size_t i = 1; i < seconds.size(); ++i) {
     const double even = seconds[0] + static_cast<double>(i) * mean;
     if (std::abs(seconds[i] - even) > tolerance) return false;
-    if (seconds[i] - seconds[i - 1] > kEvenStep * usual) return false;
+    if (seconds[i] - seconds[i - 1] > longest) return false;
   }
   return true;
 }

@@ -1,28 +1,37 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A CSV file that a recorder is writing: the newest scans of it.
+// A text table that somebody is writing, to a file or a stream: the newest scans of it.
 #pragma once
 
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "sources/clock.h"
 #include "sources/device.h"
+#include "sources/opening.h"
 #include "sources/range.h"
-#include "sources/recording/csv_file.h"
 #include "sources/recording/recorded_file.h"
+#include "sources/recording/text_reader.h"
+#include "sources/recording/text_source.h"
 
 namespace vantoscope {
 
-/// What the age of a row goes by: the file's own time at first, later the time since our own reads.
-struct FollowClocks {
-  Clock wall = SystemTime;
-  Clock steady = SteadyTime;
+/// How somebody wants it to be followed.
+struct Following {
+  CsvReading reading = {};
+  std::optional<Range> range = {};
+  bool rotate = false;
+  FollowClocks clocks = {};
+  /// Who reads on.
+  std::unique_ptr<TextReader> (*reader)(std::unique_ptr<TextSource>) = TextReader::Beside;
 };
 
 /// Throws SourceError as OpenRecording does.
 std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFile> file,
-                                   CsvReading reading, std::optional<Range> range,
-                                   FollowClocks clocks = {});
+                                   Following following);
+
+/// Of a named pipe or standard input (stream_text.h). Waits for the first lines; throws SourceError
+/// when there are none to come.
+std::unique_ptr<Device> FollowStream(std::string name, std::string path, Following following,
+                                     Opening& opening);
 
 }  // namespace vantoscope

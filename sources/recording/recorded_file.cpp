@@ -68,19 +68,34 @@ void RecordedFile::Seek(std::uint64_t position) {
   last_bytes_.clear();
 }
 
+RecordedFile::Change RecordedFile::LookForChange() const {
+  struct stat now {};
+  if (stat(path_.c_str(), &now) != 0) return Change::kGone;
+  if (now.st_dev != opened_.st_dev || now.st_ino != opened_.st_ino) return Change::kReplaced;
+  if (now.st_size < opened_.st_size || static_cast<std::uint64_t>(now.st_size) < position_) {
+    return Change::kTruncated;
+  }
+  const bool untouched = now.st_mtim.tv_sec == opened_.st_mtim.tv_sec &&
+                         now.st_mtim.tv_nsec == opened_.st_mtim.tv_nsec;
+  return !untouched && LastBytesChanged() ? Change::kRewritten : Change::kNone;
+}
+
 std::optional<std::string> RecordedFile::Fate() const {
   const auto fate = [this](const std::string& what) {
     return "The recording '" + path_ + "' " + what + ".";
   };
-  struct stat now {};
-  if (stat(path_.c_str(), &now) != 0) return fate("is gone");
-  if (now.st_dev != opened_.st_dev || now.st_ino != opened_.st_ino) return fate("was replaced");
-  if (now.st_size < opened_.st_size || static_cast<std::uint64_t>(now.st_size) < position_) {
-    return fate("was truncated");
+  switch (LookForChange()) {
+    case Change::kGone:
+      return fate("is gone");
+    case Change::kReplaced:
+      return fate("was replaced");
+    case Change::kTruncated:
+      return fate("was truncated");
+    case Change::kRewritten:
+      return fate("was written anew");
+    case Change::kNone:
+      break;
   }
-  const bool untouched = now.st_mtim.tv_sec == opened_.st_mtim.tv_sec &&
-                         now.st_mtim.tv_nsec == opened_.st_mtim.tv_nsec;
-  if (!untouched && LastBytesChanged()) return fate("was written anew");
   return std::nullopt;
 }
 

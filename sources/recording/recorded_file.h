@@ -39,9 +39,15 @@ class RecordedFile {
   /// Reading goes on there.
   void Seek(std::uint64_t position);
 
-  /// In one sentence, that the path leads to another file now, or to none, or that the file is
-  /// shorter than what has been read or than it was when it was opened, or that the last bytes that
-  /// were read have changed. Nothing while it is still the same.
+  enum class Change {
+    kNone,
+    kGone,       ///< the path leads to no file
+    kReplaced,   ///< or to another one
+    kTruncated,  ///< shorter than what has been read, or than when it was opened
+    kRewritten,  ///< the last bytes that were read have changed
+  };
+  [[nodiscard]] Change LookForChange() const;
+  /// The change in one sentence.
   [[nodiscard]] std::optional<std::string> Fate() const;
 
  private:

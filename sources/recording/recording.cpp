@@ -11,10 +11,12 @@
 #include <utility>
 
 #include "sources/channel_words.h"
+#include "sources/opening.h"
 #include "sources/recording/csv_file.h"
 #include "sources/recording/follow.h"
 #include "sources/recording/replay.h"
 #include "sources/recording/sound_file.h"
+#include "sources/recording/stream_text.h"
 
 namespace vantoscope {
 namespace {
@@ -26,6 +28,7 @@ constexpr std::int64_t kMillisecond = 1'000'000;
 
 struct Options {
   bool follow = false;
+  bool rotate = false;
   bool loop = false;
   std::optional<double> start;  // seconds since the Unix epoch
   std::optional<double> rate;
@@ -46,6 +49,16 @@ bool TakeFlag(DeviceText& device, std::string_view name) {
   return value.has_value();
 }
 
+void TakeFollow(DeviceText& device, Options& options) {
+  const std::optional<std::string> value = TakeOption(device, "follow");
+  options.follow = value.has_value();
+  options.rotate = value == "rotate";
+  if (value && !value->empty() && !options.rotate) {
+    throw SourceError("The device option follow takes no value or rotate, but has '" + *value +
+                      "'.");
+  }
+}
+
 std::optional<DateOrder> TakeDates(DeviceText& device) {
   const std::optional<std::string> value = TakeOption(device, "dates");
   if (!value) return std::nullopt;
@@ -57,7 +70,7 @@ std::optional<DateOrder> TakeDates(DeviceText& device) {
 
 Options TakeOptions(DeviceText device) {
   Options options;
-  options.follow = TakeFlag(device, "follow");
+  TakeFollow(device, options);
   options.loop = TakeFlag(device, "loop");
   options.start = TakeNumber(device, "start", -1e9, 9e9);
   options.rate = TakeNumber(device, "rate", 0.001, 1e6);
@@ -133,7 +146,7 @@ RecordedScans ReadCsv(std::unique_ptr<RecordedFile>& file, const Options& option
   RecordedScans recorded;
   if (has_times && scans() > 1) SetTimes(recorded, csv, TimelineOf(std::move(seconds)));
   if (options.rate) recorded.rate = *options.rate;
-  csv.Explain(recorded.rate);
+  recorded.description = csv.Explain(recorded.rate);
   for (std::size_t channel = 0; channel < columns.size(); ++channel) {
     ChannelInfo& info = columns[channel].info;
     StoredChannel stored = StoredChannel::Packed(std::exchange(values[channel], {}));
@@ -182,15 +195,25 @@ bool IsSigrokSession(std::string_view path, std::string_view first_bytes) {
   return path.ends_with(".sr") && first_bytes.starts_with("PK");
 }
 
-}  // namespace
+Following FollowingOf(const Options& options, Clock clock) {
+  return {.reading = options.Reading(),
+          .range = options.range,
+          .rotate = options.rotate,
+          .clocks = {.wall = std::move(clock)}};
+}
 
-std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
-  const Options options = TakeOptions(device);
-  if (device.rest.empty()) {
-    throw SourceError("A recording needs the path of its file, as in FI64:/data/run.csv.");
+std::unique_ptr<Device> OpenStream(const DeviceText& device, const Options& options,
+                                   Opening& opening) {
+  if (options.loop || options.start) {
+    throw SourceError("A stream has no loop and no start.");
   }
-  std::error_code ignored;
-  device.rest = std::filesystem::absolute(device.rest, ignored).string();
+  if (options.rotate && device.rest == kStandardInput) {
+    throw SourceError("Standard input has no next writer that follow=rotate would wait for.");
+  }
+  return FollowStream(FullText(device), device.rest, FollowingOf(options, SystemTime), opening);
+}
+
+std::unique_ptr<Device> OpenFile(DeviceText device, const Options& options, Clock clock) {
   auto file = std::make_unique<RecordedFile>(device.rest);
   const std::string first_bytes = FirstBytes(*file);
   if (IsSigrokSession(device.rest, first_bytes)) {
@@ -204,8 +227,7 @@ std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
       throw SourceError("The recording '" + device.rest +
                         "' is a sound file, which cannot be followed.");
     }
-    return MakeFollow(FullText(device), std::move(file), options.Reading(), options.range,
-                      {.wall = std::move(clock)});
+    return MakeFollow(FullText(device), std::move(file), FollowingOf(options, std::move(clock)));
   }
   RecordedScans recorded = is_sound ? ReadSoundScans(*file, options) : ReadCsv(file, options);
   if (options.rate) recorded.rate = *options.rate;
@@ -219,6 +241,27 @@ std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock) {
   return MakeReplay(FullText(device), std::move(recorded),
                     {.start = start * kMillisecond, .loop = options.loop}, std::move(file),
                     std::move(clock));
+}
+
+}  // namespace
+
+std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock, const Meanwhile& meanwhile) {
+  const Options options = TakeOptions(device);
+  if (device.rest.empty()) {
+    throw SourceError("A recording needs the path of its file, as in FI64:/data/run.csv.");
+  }
+  std::error_code ignored;
+  if (device.rest != kStandardInput) {
+    device.rest = std::filesystem::absolute(device.rest, ignored).string();
+  }
+  const std::string missing =
+      TheRecording(device.rest) + " is not open yet: its file system does not answer.";
+  return OpenBeside(
+      [device = std::move(device), options, clock = std::move(clock)](Opening& opening) {
+        return IsStream(device.rest) ? OpenStream(device, options, opening)
+                                     : OpenFile(device, options, clock);
+      },
+      missing, meanwhile);
 }
 
 }  // namespace vantoscope

@@ -11,8 +11,10 @@
 
 namespace vantoscope {
 
-/// The rest is the path. Options:
-///   follow        show what a recorder appends to the CSV file
+/// The rest is the path of a file or of a named pipe, or - for standard input. Options:
+///   follow        show what a recorder appends to the CSV file; a stream is always followed
+///   follow=rotate and go on with the next file at the path, with the start of a truncated one, or
+///                 with the next writer of a named pipe, where the columns are the same
 ///   loop          replay over and over, by the clock alone, so all meters are in step
 ///   start=S       replay so that scan 0 is taken S seconds after the Unix epoch; without loop it
 ///   is
@@ -33,10 +35,14 @@ namespace vantoscope {
 /// range= it is the smallest of 1, 2, 5, 10, 20 ... to both sides that holds twice the values there
 /// are at opening; a later value beyond it widens it in the same way.
 ///
-/// What is missing or unreadable is nan, over range an infinity. Both: the host is gone when the
-/// file vanishes, is replaced or is truncated. Special channels are columns of their names, DigIn,
+/// Streams: the device opens when the first lines have come, which it waits for.
+///
+/// What is missing or unreadable is nan, over range an infinity. The host is gone when the file
+/// vanishes, is replaced or is truncated, unless follow=rotate goes on, and when the writer of a
+/// stream closes it. Special channels are columns of their names, DigIn,
 /// Cntr and RCntr; a byte of DigIn may be written signed. Analog channels are numbered from 1 in
 /// file order. Throws SourceError with what, which and why.
-std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock);
+std::unique_ptr<Device> OpenRecording(DeviceText device, Clock clock,
+                                      const Meanwhile& meanwhile = {});
 
 }  // namespace vantoscope

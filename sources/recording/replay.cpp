@@ -85,6 +85,8 @@ class Replay final : public Device {
     return gone_;
   }
 
+  [[nodiscard]] std::string Description() const override { return scans_.description; }
+
  private:
   [[nodiscard]] bool AtEnd() const { return !times_.loop && Newest() >= length_; }
   [[nodiscard]] bool Delivers() const { return running_ && !gone_ && !AtEnd(); }

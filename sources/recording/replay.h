@@ -23,6 +23,7 @@ struct RecordedScans {
   /// When each sample was taken, in seconds since the first; empty when they are even. A scan shows
   /// the newest sample by then.
   std::vector<double> times = {};
+  std::string description = {};  ///< see Device::Description
 };
 
 /// When a replay takes which scan.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include "meter/channel_label.h"
 #include "meter/startup.h"
 #include "meter/tick.h"
 #include "tests/support/spy.h"

@@ -115,7 +115,10 @@ class Desk:
         found = []
 
         def collect(parent):
-            found.append((parent.get_role_name().removeprefix("push "), parent.get_name(), parent))
+            role, said = parent.get_role_name().removeprefix("push "), parent.get_name()
+            if role == "text" and "Value" in parent.get_interfaces():  # the reading, not its channel
+                role, said = "reading", Atspi.Text.get_text(parent, 0, -1)
+            found.append((role, said, parent))
             for child in _children(parent):
                 collect(child)
 
@@ -150,8 +153,8 @@ class Desk:
 
     def reading(self, meter):
         """The number that a meter shows."""
-        labels = [n for r, n, _ in self.spoken(meter) if r == "label"]
-        return labels[0] if labels else None
+        readings = [n for r, n, _ in self.spoken(meter) if r == "reading"]
+        return readings[0] if readings else None
 
     def shows(self, meter, text):
         """Waits until the reading of a meter is `text`."""

@@ -17,4 +17,4 @@ def test_no_reading_stands_behind_a_refused_equation(desk, method):
     desk.shows(meter, "009000")
     why = "Channel(s) not found in Telvix (#99)."
     eventually(lambda: why in meter.said())
-    assert why in desk.find(meter, "label", "009000").get_description()
+    assert why in desk.find(meter, "reading", "009000").get_description()

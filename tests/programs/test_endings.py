@@ -68,6 +68,9 @@ def test_start_errors_are_one_sentence(desk, device, index, told):
     said = meter.said()
     assert said.startswith("vantoscope: ") and said.count("\n") == 1 and said.endswith("\n")
     assert told in said
+    if index == 0:
+        listing = desk.start(program("vantoscope"), "--list", device)
+        assert (listing.ends(), listing.said()) == (1, said)
     assert not desk.settings_file.exists()
 
 

@@ -2,12 +2,13 @@
 """A multimeter on the network, as telvixd reads it and meters show it."""
 
 import contextlib
+import json
 import socket
 import threading
 
 import pytest
 from network import Network
-from processes import eventually
+from processes import eventually, program
 
 VOLTS, MANY_VOLTS = "VOLT +1.0E+01,+1.0E-05", "VOLT +1.0E+03,+1.0E-02"
 AMPERES, OVERLOAD = "CURR +1.0E+00,+1.0E-06", "+9.90000000E+37"  # the infinity of SCPI
@@ -94,6 +95,15 @@ def test_a_multimeter_is_shown_as_it_is(net, multimeter):
     *_, last = host.said().splitlines()
     assert last.startswith("telvixd: The instrument scpi-dmm has ended: "), last
     assert meter.ends() == 0
+
+
+def test_what_a_scan_finds_can_be_opened(net, multimeter):
+    scan = net.desk.start(program("telvixd"), "--list", multimeter.source + ":rate=5", "--json")
+    assert scan.ends() == 0
+    [found] = json.loads(scan.printed())["instruments"]
+    assert (found["vendor"], found["model"], found["serial"], found["analog"]) == (
+        "Agilent Technologies", "34405A", "MY1", ["P1"])
+    net.publishing_host(found["from"])
 
 
 def test_an_instrument_that_reaches_its_limit_has_ended(net):

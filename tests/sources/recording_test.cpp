@@ -242,8 +242,10 @@ TEST_F(Recording, FollowedAgeIsTheFilesAtFirstAndThenThatOfOurReads) {
     utimensat(AT_FDCWD, path.c_str(), std::array{time, time}.data(), 0);
   };
   write("Time [s],A\n0,1\n0.1,2\n", 3600);
-  const auto device = MakeFollow("", std::make_unique<RecordedFile>(path), {}, {},
-                                 {.wall = [&] { return wall; }, .steady = [&] { return steady; }});
+  const auto device =
+      MakeFollow("", std::make_unique<RecordedFile>(path),
+                 {.clocks = {.wall = [&] { return wall; }, .steady = [&] { return steady; }},
+                  .reader = TextReader::Here});
   // Seconds that pass, what is written then, how many seconds the file's clock is behind; the age.
   const std::tuple<const char*, double, const char*, std::int64_t, double> rows[] = {
       {"stopped an hour ago", 0, "", 0, 3600},

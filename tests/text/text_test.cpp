@@ -8,6 +8,7 @@
 #include "text/numbers.h"
 #include "text/picture.h"
 #include "text/shown_text.h"
+#include "text/terminal_text.h"
 
 namespace vantoscope {
 
@@ -111,6 +112,14 @@ TEST(ShownText, HasNoControlCharactersAndNoPasswords) {
                                                       {"/data/at@noon.csv", "/data/at@noon.csv"},
                                                       {"sim", "sim"}};
   for (const auto& [text, shown] : rows) EXPECT_EQ(WithoutCredentials(text), shown);
+}
+
+TEST(TerminalText, GoesByTheCellsOfItsCharacters) {
+  EXPECT_EQ(
+      Table({{"\u6e29", "1", "a"}, {"e\u0301", "23", ""}, {"\xff", "", "b"}}, {false, true, false}),
+      "\u6e29   1  a\ne\u0301   23\n\xff       b\n");
+  EXPECT_EQ(Wrapped("\u6e29\u5ea6 ab  c abcdefgh i", 7), "\u6e29\u5ea6 ab\nc\nabcdefgh\ni\n");
+  EXPECT_EQ(Wrapped("", 7), "");
 }
 
 }  // namespace vantoscope

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "program/screen_reader.h"
+
+#include <chrono>
+#include <limits>
+
+#include "text/numbers.h"
+
+namespace vantoscope {
+namespace {
+
+double Seconds() {
+  using std::chrono::duration;
+  return duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+std::string WithUnit(const ReadingParts& parts) {
+  return parts.unit.empty() ? NumberShown(parts) : NumberShown(parts) + " " + parts.unit;
+}
+
+}  // namespace
+
+void ScreenReader::Look() {
+  if (!SomebodyListens() || watch_.IsResting()) return;
+  const Alarm alarm = IsSpecial() ? Alarm::None : AlarmOf(meter_.config, meter_.runtime.Reading);
+  const ReadingParts parts = watch_.Parts();
+  const std::string text = changes_.Look(Seconds(), alarm, watch_.Judge(), WithUnit(parts));
+  if (!text.empty()) form_.Announce(parts.channel + ": " + text);
+}
+
+SpokenReading ScreenReader::Spoken() {
+  const ReadingParts parts = watch_.Parts();
+  SpokenReading spoken;
+  if (!parts.unit.empty()) spoken.beside = QString::fromStdString("Unit " + parts.unit + ". ");
+  spoken.beside += QString::fromStdString(parts.doubt);
+  spoken.value = IsSpecial() ? NumberFromText(parts.shown) : meter_.runtime.Reading;
+  const bool ranged = meter_.config.DataMethod != kMethodCalc;
+  constexpr double kAny = std::numeric_limits<double>::max();
+  const std::int16_t index = meter_.runtime.ChannelIndex;
+  spoken.low = ranged ? source_.ScaleLow(index) : -kAny;
+  spoken.high = ranged ? source_.ScaleHigh(index) : kAny;
+  return spoken;
+}
+
+}  // namespace vantoscope
