@@ -48,7 +48,7 @@
 namespace vantoscope {
 namespace {
 
-constexpr int kCheckHostMilliseconds = 250;
+constexpr int kCheckHostMilliseconds = 200;  // as the tick of the reading: one wake-up serves both
 
 /// What stands behind the program's own name, as one text, parted by single spaces.
 std::string CommandLine(const std::vector<std::string>& words) {
