@@ -9,6 +9,7 @@
 #include <QTranslator>
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include "meter/units.h"
 
@@ -189,10 +190,11 @@ QColor LineColor(const QPalette& palette) {
 void GiveLook(QWidget& window) {
   window.setFont(TextFont(window));
   if (dynamic_cast<Look*>(QApplication::style()) != nullptr) return;
-  QApplication::setStyle(new Look);
+  QApplication::setStyle(std::make_unique<Look>().release());  // takes it over
   QApplication::setPalette(Colors());
   QApplication::setFont(window.font());  // of menus and tool tips too
-  QCoreApplication::installTranslator(new BritishWords(qApp));
+  static BritishWords words;
+  QCoreApplication::installTranslator(&words);
 }
 
 double Contrast(const QColor& one, const QColor& other) {
