@@ -9,7 +9,6 @@
 #include <QTranslator>
 #include <algorithm>
 #include <cmath>
-#include <memory>
 
 #include "meter/units.h"
 
@@ -190,7 +189,9 @@ QColor LineColor(const QPalette& palette) {
 void GiveLook(QWidget& window) {
   window.setFont(TextFont(window));
   if (dynamic_cast<Look*>(QApplication::style()) != nullptr) return;
-  QApplication::setStyle(std::make_unique<Look>().release());  // takes it over
+  auto* look = new Look;
+  look->setParent(qApp);
+  QApplication::setStyle(look);
   QApplication::setPalette(Colors());
   QApplication::setFont(window.font());  // of menus and tool tips too
   static BritishWords words;
