@@ -49,6 +49,8 @@ class CsvRows {
   /// The file is over: a last line without a line end counts if no field is missing. What is fed
   /// later is another file.
   void Finish();
+  /// Behind a line end: no quote is open.
+  [[nodiscard]] bool AtLineStart() const { return guard_.AtLineStart(); }
   /// What is fed next are whole lines of the table from elsewhere; their empty fields repeat those
   /// values, nan without any.
   void Jump(const std::vector<double>& values);

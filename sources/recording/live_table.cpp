@@ -54,7 +54,7 @@ std::size_t LiveTable::Read(std::size_t scans) {
 
 /// Whether more has come than is wanted.
 bool LiveTable::MayLeaveOut(std::size_t scans) const {
-  if (every_) return false;
+  if (every_ || !rows_.AtLineStart()) return false;
   std::size_t bytes = 0;
   for (std::size_t i = next_; i < pieces_.size(); ++i) bytes += pieces_[i].text.size();
   return bytes > read_anyway_ && PieceBack(pieces_.size(), scans) > next_;
