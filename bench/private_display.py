@@ -58,6 +58,15 @@ def cpu_seconds(pid):
     return used / 1e9
 
 
+def wake_ups(pid):
+    """How often its threads have waited for something so far."""
+    count = 0
+    for task in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{task}/status", encoding="utf-8") as file:
+            count += sum(int(line.split()[1]) for line in file if line.startswith("voluntary"))
+    return count
+
+
 @contextlib.contextmanager
 def private_display(bus=True):
     """The screen and a home folder, for the programs that this process starts. A session without a

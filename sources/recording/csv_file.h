@@ -71,8 +71,8 @@ struct RowTimes {
 /// How somebody wants a file to be read.
 struct CsvReading {
   bool followed = false;
-  std::optional<DateOrder> dates;  ///< where the dates leave it open
-  std::optional<double> rate;      ///< instead of what the times say
+  std::optional<DateOrder> dates = {};  ///< where the dates leave it open
+  std::optional<double> rate = {};      ///< instead of what the times say
 };
 
 /// The start of sentences about the file: "The recording '/data/run.csv'".

@@ -88,8 +88,9 @@ void CsvRows::Finish() {
   finishing_ = false;
 }
 
-void CsvRows::Jump() {
-  std::ranges::fill(values_, std::numeric_limits<double>::quiet_NaN());
+void CsvRows::Jump(const std::vector<double>& values) {
+  values_.assign(values_.size(), std::numeric_limits<double>::quiet_NaN());
+  std::ranges::copy(values, values_.begin());
   next_ = values_;
   blank_lines_ = 0;
   SkipNoMore();

@@ -65,8 +65,11 @@ class CsvRows {
   /// inside of a quoted field, ahead of the first line that counts, behind a blank line, or when
   /// the table has ended.
   [[nodiscard]] std::optional<CsvRestart> RestartHere() const;
-  /// What is fed next are whole lines of the table further on; there is no value to be repeated.
-  void Jump();
+  /// What is fed next are whole lines of the table from elsewhere; their empty fields repeat those
+  /// values, nan without any.
+  void Jump(const std::vector<double>& values);
+  /// Of the last line that counted.
+  [[nodiscard]] const std::vector<double>& Values() const { return values_; }
   /// What is fed next begins with that many lines that are not blank ahead of the numbers.
   void SkipLines(std::size_t lines);
   /// From here on the lines are part of the table; skips nothing more.
