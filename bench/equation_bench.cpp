@@ -7,6 +7,8 @@
 
 #include "bench/allocations.h"
 #include "bench/quiet_meter.h"
+#include "equation/completions.h"
+#include "equation/equation_check.h"
 #include "equation/equation_tick.h"
 #include "equation/normaliser.h"
 #include "equation/preparation.h"
@@ -81,6 +83,19 @@ void Normalise(benchmark::State& state) {
   }
 }
 BENCHMARK(Normalise)->Apply(Lists);
+
+/// What a key typed in the dialog costs: the check, and what can complete the word.
+void Keystroke(benchmark::State& state) {
+  EquationMeter m(state.range(0), "#0", true);
+  EquationCheck check(m.meter);
+  const auto channels = OfferedChannels(m.meter, [](std::int16_t) { return "Tank"; });
+  const std::string text = "(CH3-CH[T-26]3)*RATE/CH1ACRMS+CH4MIN^2+CH1";
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(check.Findings(text));
+    benchmark::DoNotOptimize(CompletionsAt(text, text.size(), channels));
+  }
+}
+BENCHMARK(Keystroke)->Apply(Lists);
 
 }  // namespace
 }  // namespace vantoscope::bench

@@ -156,8 +156,9 @@ class Surprise {
     if (At(at) == '+' || At(at) == '-') ++at;
     if (!IsDigit(At(at))) return "";
     while (IsDigit(At(at))) ++at;
-    return std::string(typed_.substr(use_.where.end, at - use_.where.end)) + " behind " +
-           Written() + " is read as the exponent of its number";
+    const std::string exponent(typed_.substr(use_.where.end, at - use_.where.end));
+    return "an operator is missing behind " + Written() + ": " + exponent +
+           " is read as the exponent of its number";
   }
 
   [[nodiscard]] bool CanBeNegative() const {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +18,8 @@
 #include "sources/recording/csv_layout.h"
 #include "sources/recording/csv_rows.h"
 #include "sources/recording/csv_times.h"
+#include "sources/recording/live_table.h"
+#include "sources/recording/text_pieces.h"
 
 namespace {
 
@@ -57,6 +60,40 @@ bool Same(const std::vector<double>& one, const std::vector<double>& other) {
       one, other, [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); });
 }
 
+/// The newest scans of a followed table whose lines come in pieces of that size, read when they
+/// come, or those that are wanted alone.
+std::vector<double> Newest(std::string_view bytes, std::size_t piece, bool every) {
+  std::vector<double> newest;
+  try {
+    vantoscope::TextPieces pieces({.followed = true}, "It");
+    pieces.Feed(bytes.substr(0, bytes.size() / 2));
+    pieces.Settle(false);
+    const std::size_t columns = pieces.Layout().columns.size();
+    if (columns > 100) return {};
+    vantoscope::LiveTable table(
+        pieces.Layout(), columns,
+        [](const CsvRow& row, std::span<double> scan) {
+          std::ranges::copy(row.values, scan.begin());
+        },
+        1);
+    if (every) table.ReadEvery();
+    for (std::size_t i = bytes.size() / 2; i < bytes.size(); i += piece) {
+      pieces.Feed(bytes.substr(i, piece));
+      for (vantoscope::TextPiece& come : pieces.Take()) table.Add(std::move(come));
+      table.Read(2);
+    }
+    const std::size_t scans = std::min<std::size_t>(table.Read(2), 2);
+    for (std::size_t column = 0; column < columns; ++column) {
+      std::vector<double> values(scans);
+      table.Copy(column, table.Total() - static_cast<std::int64_t>(scans), values);
+      newest.insert(newest.end(), values.begin(), values.end());
+    }
+  } catch (const vantoscope::SourceError&) {
+    return {};
+  }
+  return newest;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -67,6 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const CsvLayout layout = vantoscope::FindCsvLayout(text);
   Require(layout.columns.size() <= text.size() + 1);
   Require(!layout.times || layout.times->seconds_per_unit > 0);
+  Require(Same(Newest(bytes, 7, true), Newest(bytes, 7, false)));
   if (layout.columns.empty()) return 0;
   vantoscope::Description(layout);
   const std::size_t whole = text.size() + 1;

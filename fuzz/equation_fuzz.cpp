@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Any text over any channel list through the normaliser, the preparation and two ticks, with the
-// real evaluator behind them; and the text straight to the evaluator.
+// Any text over any channel list through the check, the normaliser, the preparation and two ticks,
+// with the real evaluator behind them; and the text straight to the evaluator.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "equation/completions.h"
+#include "equation/equation_check.h"
 #include "equation/equation_tick.h"
 #include "equation/muparser_evaluator.h"
 #include "equation/normaliser.h"
@@ -34,6 +36,31 @@ void CheckEvaluator(Evaluator& evaluator, const std::string& text) {
   if (once && *once != *again && !(std::isnan(*once) && std::isnan(*again))) std::abort();
 }
 
+/// Whether the check has no error. What it says lies in the text.
+bool IsRight(test::SpyMeter& spy, const std::string& text) {
+  spy.Hold([](int j, int k) { return (j % 2 == 0 ? 1.5 : -2.5) * j + k; });
+  EquationCheck check(spy.meter);
+  bool right = true;
+  for (const EquationFinding& finding : check.Findings(text)) {
+    const Span where = finding.where;
+    if (where.begin > where.end || where.end > text.size() || finding.sentence.empty()) {
+      std::abort();
+    }
+    if (where.Size() == 0 && !text.empty()) std::abort();
+    right &= finding.severity != EquationFinding::Severity::Error;
+  }
+  if (right) check.ValueNow();
+  return right;
+}
+
+void CheckCompletions(Meter& meter, const std::string& text) {
+  const auto channels = OfferedChannels(meter, [](std::int16_t) { return "Tank"; });
+  for (std::size_t cursor = 0; cursor <= text.size(); ++cursor) {
+    const Span word = CompletionsAt(text, cursor, channels).word;
+    if (word.begin > cursor || word.end < cursor || word.end > text.size()) std::abort();
+  }
+}
+
 }  // namespace
 }  // namespace vantoscope
 
@@ -53,12 +80,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (int j = 0; j < data[1] % 64; ++j) {
     spy.channels.push_back({.number = static_cast<std::int16_t>(1 + j * (1 + data[2] % 19))});
   }
+  spy.platform.CreateEvaluator = CreateMuParserEvaluator;
+  if (text.size() < 300) CheckCompletions(meter, text);
+  const bool right = IsRight(spy, text);
+  const TracedText equation = NormaliseEquation(meter, text);
+  if (PrepareEquation(meter, equation) != right) std::abort();
   spy.Hold([next = std::size_t{0}](int, int) mutable {  // every fetch finds other numbers
     constexpr double kValues[] = {1.5, -3, 0, 12, -.125, 1e-9, 1e300, NAN, INFINITY, -2.5, 100, 7};
     return kValues[next++ % std::size(kValues)];
   });
-  meter.runtime.PreparedEquation = NormaliseEquation(meter, text).Text();
-  if (PrepareEquation(meter, meter.runtime.PreparedEquation) != spy.timer1) std::abort();
+  meter.runtime.PreparedEquation = equation.Text();
+  if (PrepareEquation(meter, equation) != spy.timer1) std::abort();
   EquationTick(meter);
   EquationTick(meter);
   return 0;

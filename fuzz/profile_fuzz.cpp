@@ -59,6 +59,7 @@ void DropShared(std::string_view& before, std::string_view& after) {
 void CheckProfile(std::string_view file, std::string_view section, std::string_view key,
                   std::string_view value) {
   const auto old_value = FindProfileValue(file, section, key);
+  Require(FindProfileValue(SectionOf(file, section), section, key) == old_value);
   std::optional<std::string> written;
   try {
     written = WithProfileValue(file, section, key, value);

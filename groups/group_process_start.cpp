@@ -55,8 +55,10 @@ void GroupProcessStart::Look() {
 void GroupProcessStart::Send() {
   while (nursery_ >= 0 && !unsent_.empty()) {
     const Waiting& next = unsent_.front();
-    const std::string datagram =
-        DatagramOf({.number = next.number, .words = next.order.words, .marks = next.order.marks});
+    const std::string datagram = DatagramOf({.number = next.number,
+                                             .words = next.order.words,
+                                             .marks = next.order.marks,
+                                             .libraries = libraries_()});
     const ssize_t sent =
         send(nursery_, datagram.data(), datagram.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == ENOBUFS)) return;

@@ -11,6 +11,7 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "groups/grid.h"
 #include "groups/launch_order.h"
@@ -23,9 +24,14 @@ class GroupProcessStart final : public ProcessStart {
  public:
   /// `nursery` is the socket to it, -1 where there is none; it is closed with this object.
   /// `launches` is told of every start. `place_of` gives the place of the meter of an index; it is
-  /// first asked when the first one is started.
-  GroupProcessStart(int nursery, Launches& launches, std::function<Corner(int index)> place_of)
-      : nursery_(nursery), launches_(launches), place_of_(std::move(place_of)) {}
+  /// first asked when the first one is started. `libraries` names those that this process has
+  /// loaded by then, as its further meters will.
+  GroupProcessStart(int nursery, Launches& launches, std::function<Corner(int index)> place_of,
+                    std::function<std::vector<std::string>()> libraries)
+      : nursery_(nursery),
+        launches_(launches),
+        place_of_(std::move(place_of)),
+        libraries_(std::move(libraries)) {}
   ~GroupProcessStart() override;
 
   /// Waits for nobody: what the nursery does not take at once is kept for Look.
@@ -50,6 +56,7 @@ class GroupProcessStart final : public ProcessStart {
   int nursery_;
   Launches& launches_;
   std::function<Corner(int index)> place_of_;
+  std::function<std::vector<std::string>()> libraries_;
   std::deque<Waiting> unsent_;
   std::deque<Waiting> unanswered_;
   std::uint32_t orders_ = 0;

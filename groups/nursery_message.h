@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What passes between a meter and its nursery, one datagram each: the words and marks of a process
-// to start, and which process it became. Both ends are one program, so numbers are as in memory.
+// What passes between a meter and its nursery, one datagram each: what a process to start is
+// told, and which process it became. Both ends are one program, so numbers are as in memory.
 #pragma once
 
 #include <sys/types.h>
@@ -17,6 +17,7 @@ struct NurseryOrder {
   std::uint32_t number = 0;  ///< comes back in the answer
   std::vector<std::string> words;
   std::vector<std::string> marks;
+  std::vector<std::string> libraries;  ///< that it will load, by name
 
   bool operator==(const NurseryOrder&) const = default;
 };

@@ -109,6 +109,7 @@ int main(int argc, char** argv) {
                  "Device to read:\n"
                  "sim or SM64:rate=1000,channels=12,seed=1   simulator (the default)\n"
                  "/data/run.csv, /data/x.wav?loop            recording\n"
+                 "-                                          text table on standard input\n"
                  "sigrok:DRIVER[:OPTION=VALUE...]            instrument of libsigrok;\n"
                  "                                           sigrok:demo needs no hardware\n"
                  "mqtt://host/root                           another host, handed on");

@@ -123,6 +123,7 @@ void Form0::SetDoubt(ReadingState state, std::string_view sentence) {
   }
 }
 
+QFont Form0::ReadingFont() const { return label1_->font(); }
 void Form0::Announce(std::string_view sentence) { announcer_.Say(Text(sentence)); }
 
 std::string Form0::Reading() const { return label1_->text().toStdString(); }

@@ -47,6 +47,8 @@ class Form0 final : public QWidget, public MeterWindow {
 
   /// Marks the reading by its state; `sentence` is what a screen reader says of it.
   void SetDoubt(ReadingState state, std::string_view sentence);
+  /// The font of the reading as it is shown.
+  [[nodiscard]] QFont ReadingFont() const;
   /// Tells assistive technology of something that nobody asked for.
   void Announce(std::string_view sentence);
   /// The text of the reading as it stands.

@@ -48,12 +48,7 @@ QPen RingPen() { return {kRing, kRingWidth}; }
 
 QPen LinePen(const QStyleOption& option) {
   if (option.state.testFlag(QStyle::State_HasFocus)) return RingPen();
-  constexpr double kFaint = 0.25;
-  const QPalette& palette = option.palette;
-  return {option.state.testFlag(QStyle::State_Enabled)
-              ? LineColor(palette)
-              : Mixed(palette.color(QPalette::Window), palette.color(QPalette::WindowText), kFaint),
-          1};
+  return {LineColor(option.palette), 1};
 }
 
 QRectF Inside(const QRect& rect, const QPen& pen) {
@@ -109,13 +104,6 @@ void DrawIndicator(const QStyleOption& option, QPainter& painter, bool round) {
 class Look final : public QProxyStyle {
  public:
   Look() : QProxyStyle("fusion") {}
-
-  [[nodiscard]] QPalette standardPalette() const override {
-    QPalette palette(kWindow);
-    palette.setColor(QPalette::Highlight, kRing);
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    return palette;
-  }
 
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                 QStyleHintReturn* data) const override {
@@ -175,11 +163,12 @@ double Luminance(const QColor& color) {
          0.0722 * Linear(color.blueF());
 }
 
-void UseStyle() {
-  static bool done = false;
-  if (std::exchange(done, true)) return;
-  QApplication::setStyle(new Look);
-  QCoreApplication::installTranslator(new BritishWords(qApp));
+// The same on light and dark desktops, like the colours of the meter itself.
+QPalette Colors() {
+  QPalette palette(kWindow);
+  palette.setColor(QPalette::Highlight, kRing);
+  palette.setColor(QPalette::HighlightedText, Qt::white);
+  return palette;
 }
 
 }  // namespace
@@ -198,8 +187,12 @@ QColor LineColor(const QPalette& palette) {
 }
 
 void GiveLook(QWidget& window) {
-  UseStyle();
   window.setFont(TextFont(window));
+  if (dynamic_cast<Look*>(QApplication::style()) != nullptr) return;
+  QApplication::setStyle(new Look);
+  QApplication::setPalette(Colors());
+  QApplication::setFont(window.font());  // of menus and tool tips too
+  QCoreApplication::installTranslator(new BritishWords(qApp));
 }
 
 double Contrast(const QColor& one, const QColor& other) {

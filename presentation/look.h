@@ -18,8 +18,8 @@ QFont TextFont(const QWidget& widget, double size = kTextSize);
 /// Of controls and frames, on windows of that palette.
 QColor LineColor(const QPalette& palette);
 
-/// Gives a window the look; what it opens with is to be set first. The application has the style
-/// from the first time on, so that a meter that opens nothing has no cost of it.
+/// Called by each window as it is made. The application has the look from the first time on, so
+/// that a meter that opens nothing has no cost of it.
 void GiveLook(QWidget& window);
 
 /// Contrast ratio of two colours as the Web Content Accessibility Guidelines 2.1 define it, 1

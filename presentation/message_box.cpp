@@ -76,6 +76,7 @@ MessageBox::MessageBox(MessageIcon icon, const QString& text,
                        const QString& title)
     : QDialog(parent), text_(new MessageText(nullptr)) {
   GiveLook(*this);
+  text_->setObjectName("text");
   text_->setFont(font());
   area_ = new TextArea(text_);
   setWindowTitle(title.isEmpty() ? "Vanto Scope" : title);

@@ -64,10 +64,6 @@ WindowPlace::WindowPlace(QWidget& window)
     x11_ = X11Window::Open(connection, static_cast<xcb_window_t>(window.winId()));
     if (x11_) x11_->RequestFrame();
   }
-  const QMargins frame = Frame();
-  wanted_.setSize(wanted_.size() +
-                  QSizeF(frame.left() + frame.right(), frame.top() + frame.bottom()) /
-                      window.devicePixelRatioF());
   QObject::connect(&timer_, &QTimer::timeout, [this] { CheckPlacing(); });
   recheck_.setInterval(kRecheckMilliseconds);
   recheck_.setSingleShot(true);
@@ -91,9 +87,10 @@ std::optional<X11Look> WindowPlace::Look() {
   return look;
 }
 
+// Until the window is shown its frame is asked for where it first matters, and not at each call.
 QMargins WindowPlace::Frame() {
   if (!framed_) return {};
-  Look();
+  if (phase_ != Phase::NotShown) Look();
   return frame_;
 }
 
@@ -243,7 +240,7 @@ void WindowPlace::Apply() {
 void WindowPlace::SetAbove(bool above) {
   above_ = above;
   if (x11_) {
-    x11_->SetAbove(above);
+    x11_->SetAbove(above, phase_ != Phase::NotShown);
   } else {
     window_.windowHandle()->setFlag(Qt::WindowStaysOnTopHint, above);
   }
@@ -251,6 +248,7 @@ void WindowPlace::SetAbove(bool above) {
 }
 
 void WindowPlace::Show() {
+  if (framed_) Look();
   if (suggested_) TakePosition(LogicalFromDevice(QRect(*suggested_, WantedOuter().size())));
   MoveWithinReach();
   Apply();
@@ -289,8 +287,9 @@ Room WindowPlace::RoomAtPointer() {
   const QScreen& screen = there != nullptr ? *there : *QGuiApplication::primaryScreen();
   Room room{.area = DeviceArea(screen), .scale = screen.devicePixelRatio(), .frame = {}};
   if (!x11_) return room;
-  if (framed_ && x11_->AnnouncesFrames()) {
-    WaitFor([this] { return !Frame().isNull(); }, kFrameWaitMilliseconds);
+  if (framed_) {
+    const int patience = x11_->AnnouncesFrames() ? kFrameWaitMilliseconds : 0;
+    WaitFor([this] { return Look() && !frame_.isNull(); }, patience);
   }
   room.area = x11_->WithoutPanels(room.area, QGuiApplication::screens().size() == 1);
   room.frame = Frame();

@@ -68,14 +68,24 @@ X11Window::X11Window(const xcb_ewmh_connection_t& ewmh, const Atoms& atoms, xcb_
 
 X11Window::~X11Window() { xcb_ewmh_connection_wipe(&ewmh_); }
 
-xcb_get_property_cookie_t X11Window::AskForManager(xcb_window_t window) {
+xcb_get_property_cookie_t X11Window::AskWhoManages(xcb_window_t window) {
   return AskNumbers(connection_, window, ewmh_._NET_SUPPORTING_WM_CHECK);
 }
 
+X11Window::ManagerCookies X11Window::AskForManager() {
+  const auto by_root = AskWhoManages(root_);
+  const xcb_window_t known = manager_ != XCB_NONE ? manager_ : root_;
+  return {.by_root = by_root, .by_itself = AskWhoManages(known), .asked = known};
+}
+
 // The window that the property of the root names is gone when the manager has died.
-bool X11Window::IsManager(xcb_get_property_cookie_t named_by_root) {
-  const auto manager = Numbers(connection_, named_by_root);
-  return !manager.empty() && Numbers(connection_, AskForManager(manager[0])) == manager;
+bool X11Window::HearManager(const ManagerCookies& cookies) {
+  const auto named = Numbers(connection_, cookies.by_root);
+  auto confirmed = Numbers(connection_, cookies.by_itself);
+  manager_ = named.empty() ? XCB_NONE : named[0];
+  if (manager_ == XCB_NONE) return false;
+  if (manager_ != cookies.asked) confirmed = Numbers(connection_, AskWhoManages(manager_));
+  return confirmed == named;
 }
 
 // All questions go out before the first answer is waited for.
@@ -96,7 +106,7 @@ std::optional<X11Look> X11Window::Look() {
   const auto frame_cookie = ask(window_, ewmh_._NET_FRAME_EXTENTS);
   const auto edges_cookie = ask(window_, atoms_.edge_constraints);
   const auto floating_cookie = ask(window_, atoms_.i3_floating);
-  const auto manager_cookie = AskForManager(root_);
+  const auto manager_cookies = AskForManager();
   const auto i3_cookie = xcb_get_property(connection_, 0, root_, atoms_.i3_socket_path,
                                           XCB_GET_PROPERTY_TYPE_ANY, 0, 1);
 
@@ -111,7 +121,7 @@ std::optional<X11Look> X11Window::Look() {
   const auto frame = hear(frame_cookie);
   const auto edges = hear(edges_cookie);
   const bool floating = !hear(floating_cookie).empty();
-  const bool has_manager = IsManager(manager_cookie);
+  const bool has_manager = HearManager(manager_cookies);
   const auto i3 = Owned(xcb_get_property_reply(connection_, i3_cookie, nullptr));
   if (!geometry || !origin || !attributes || !pointer || !tree) return std::nullopt;
 
@@ -138,8 +148,10 @@ void X11Window::RequestFrame() {
 }
 
 bool X11Window::AnnouncesFrames() {
-  const auto supported = Numbers(connection_, AskNumbers(connection_, root_, ewmh_._NET_SUPPORTED));
-  return IsManager(AskForManager(root_)) && Holds(supported, ewmh_._NET_REQUEST_FRAME_EXTENTS);
+  const auto supported_cookie = AskNumbers(connection_, root_, ewmh_._NET_SUPPORTED);
+  const auto manager_cookies = AskForManager();
+  const auto supported = Numbers(connection_, supported_cookie);
+  return HearManager(manager_cookies) && Holds(supported, ewmh_._NET_REQUEST_FRAME_EXTENTS);
 }
 
 QRect X11Window::WithoutPanels(const QRect& screen, bool alone) {
@@ -147,8 +159,8 @@ QRect X11Window::WithoutPanels(const QRect& screen, bool alone) {
 }
 
 // A manager reads the property when it takes the window, and listens to messages from then on.
-void X11Window::SetAbove(bool above) {
-  const auto look = Look();
+void X11Window::SetAbove(bool above, bool shown) {
+  const auto look = shown ? Look() : std::nullopt;
   if (!look || !look->on_screen || !look->has_manager) {
     xcb_ewmh_set_wm_state(&ewmh_, window_, above ? 1 : 0, &ewmh_._NET_WM_STATE_ABOVE);
   }
@@ -191,7 +203,7 @@ void X11Window::AllowEverySize() {
 
 void X11Window::Place(const QRect& client, const QMargins& frame) {
   AllowEverySize();
-  const QPoint position = IsManager(AskForManager(root_)) && PositionIsOuterCorner()
+  const QPoint position = HearManager(AskForManager()) && PositionIsOuterCorner()
                               ? client.topLeft() - QPoint(frame.left(), frame.top())
                               : client.topLeft();
   const std::array<std::uint32_t, 4> values = {

@@ -44,7 +44,8 @@ class X11Window {
   /// Asks for a place: `client` without the frame, `frame` around it.
   void Place(const QRect& client, const QMargins& frame);
   /// Keeps the window above all others, or no longer, as its manager's state of the window.
-  void SetAbove(bool above);
+  /// `shown`: it has been shown, so that a manager may have it in hand.
+  void SetAbove(bool above, bool shown);
   /// Whether the manager may give the window the keyboard.
   void AcceptFocus(bool accept);
   /// Removes from the hints of the window that its sizes come in steps. Where the desktop is scaled
@@ -61,8 +62,15 @@ class X11Window {
   };
 
   X11Window(const xcb_ewmh_connection_t& ewmh, const Atoms& atoms, xcb_window_t window);
-  xcb_get_property_cookie_t AskForManager(xcb_window_t window);
-  bool IsManager(xcb_get_property_cookie_t named_by_root);
+  /// The two questions that tell whether a manager runs, the second as far as it is known.
+  struct ManagerCookies {
+    xcb_get_property_cookie_t by_root;
+    xcb_get_property_cookie_t by_itself;
+    xcb_window_t asked;
+  };
+  xcb_get_property_cookie_t AskWhoManages(xcb_window_t window);
+  ManagerCookies AskForManager();
+  bool HearManager(const ManagerCookies& cookies);
   std::optional<xcb_size_hints_t> SizeHints();
   bool PositionIsOuterCorner();
 
@@ -71,6 +79,7 @@ class X11Window {
   Atoms atoms_;
   xcb_window_t window_;
   xcb_window_t root_;
+  xcb_window_t manager_ = XCB_NONE;  ///< as last heard of
 };
 
 }  // namespace vantoscope

@@ -60,14 +60,6 @@ class WithoutGlib {
   bool chosen_;
 };
 
-// Without a font every character would be an empty box.
-void RequireDigits() {
-  if (QFontMetrics(QFont()).inFontUcs4(U'0')) return;
-  EndWith(
-      "No font is installed, so that no number can be shown; install one, for example the package "
-      "fonts-liberation.");
-}
-
 QtMessageHandler print_message = nullptr;
 
 // The toolkit's last words before it leaves by std::exit; every meter of a group would say them.
@@ -77,6 +69,13 @@ void KeepQuietAboutALostDisplay(QtMsgType type, const QMessageLogContext& contex
 }
 
 }  // namespace
+
+void RequireDigits(const QFont& font) {
+  if (QFontMetrics(font).inFontUcs4(U'0')) return;
+  EndWith(
+      "No font is installed, so that no number can be shown; install one, for example the package "
+      "fonts-liberation.");
+}
 
 std::unique_ptr<QApplication> CreateApplication(
     std::string program, std::function<void(const std::string&)> on_failure) {
@@ -92,7 +91,6 @@ std::unique_ptr<QApplication> CreateApplication(
   const WithoutGlib own_loop;
   print_message = qInstallMessageHandler(EndWithOneSentence);
   auto application = std::make_unique<QApplication>(count, arguments);
-  RequireDigits();
   qInstallMessageHandler(KeepQuietAboutALostDisplay);
   QApplication::setWindowIcon(WindowIcon());
   QApplication::setDesktopFileName("org.vantoscope.vantoscope");

@@ -32,6 +32,7 @@
 #include "program/nursery.h"
 #include "program/preload.h"
 #include "program/screen_reader.h"
+#include "program/session_bus.h"
 #include "program/shortcuts.h"
 #include "program/standard_descriptors.h"
 #include "program/termination.h"
@@ -42,6 +43,7 @@
 #include "settings/profile_file.h"
 #include "sources/device_control.h"
 #include "sources/open_device.h"
+#include "sources/shared_library.h"
 
 namespace vantoscope {
 namespace {
@@ -70,7 +72,8 @@ std::optional<std::string> TakeText(const char* variable) {
 /// told anew.
 bool TakeMark(const char* variable) { return TakeText(variable).has_value(); }
 
-void Wire(Meter& meter, Form0& form, MeterWatch& watch, ScreenReader& reader) {
+void Wire(Meter& meter, DeviceControl& telvix, Form0& form, MeterWatch& watch,
+          ScreenReader& reader) {
   form.OnResize = [&] { ResizeRule(meter); };
   form.OnLabelDoubleClick = [&] { SwapLook(meter); };
   form.OnTimer1 = [&] {
@@ -81,7 +84,10 @@ void Wire(Meter& meter, Form0& form, MeterWatch& watch, ScreenReader& reader) {
   form.OnTimer2 = [&] { HoverRule(form); };
   form.OnCommand1Click = [&] {
     watch.SetResting(true);
-    Command1Click(meter, ModalDialog(form));
+    Command1Click(meter, ModalDialog(form, [&] {
+                    return std::make_unique<EquationHelp>(
+                        meter, [&](std::int16_t channel) { return telvix.ChannelName(channel); });
+                  }));
     watch.SetResting(false);
   };
   form.OnAskAbout = [&] { return watch.About(); };
@@ -108,13 +114,18 @@ void CloseBox() {
   if (QWidget* box = QApplication::activeModalWidget()) box->close();
 }
 
+void ShowStartBox(MessageIcon icon, const std::string& text) {
+  RequireDigits(QFont());
+  ShowMessageBox(nullptr, icon, text, "");
+}
+
 void ReportStartError(const SourceError& error, const WordCheck& words, bool quietly,
                       LaunchReport& launcher) {
   std::cerr << "vantoscope: " << error.what() << std::endl;
   launcher.Failed(error.what());
   // One box per process would be a screen full of them in a group: the first meter shows one.
   if (quietly) return;
-  ShowMessageBox(nullptr, MessageIcon::Critical, WithSentences(error.what(), words), "");
+  ShowStartBox(MessageIcon::Critical, WithSentences(error.what(), words));
 }
 
 /// Every meter of a group reads its device on its own.
@@ -166,6 +177,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   std::signal(SIGXFSZ, SIG_IGN);  // a settings file at its size limit is a failed write, no end
   const auto application = CreateApplication(
       words_of_process[0], [&](const std::string& sentence) { launcher.Failed(sentence); });
+  if (OpensGroup(command_line)) RequireDigits(QFont());  // once for all of its meters
   Form0 form(!in_group);
   WaitingBox waiting;
   DeviceControl telvix(SystemTime,
@@ -173,14 +185,15 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   ProfileFile profile;
   Launches launches;
   GroupPlaces places(form, [&telvix] { return int{telvix.ChannelCount()}; });
-  GroupProcessStart processes(nursery, launches, [&places](int index) { return places.Of(index); });
+  GroupProcessStart processes(
+      nursery, launches, [&places](int index) { return places.Of(index); }, SharedLibrary::Loaded);
   Platform platform{DecimalSeparator, CreateMuParserEvaluator, profile, processes};
   Meter meter{telvix, form, platform};
   MeterWatch watch(meter, telvix, form);
   if (group_without_device) watch.SetNobodyNamedDevice();
   LaunchWatch launch_watch(launches, form);
   ScreenReader screen_reader(meter, telvix, form, watch);
-  Wire(meter, form, watch, screen_reader);
+  Wire(meter, telvix, form, watch, screen_reader);
   AddShortcuts(form, watch, [&] { SwapLook(meter); });
 
   // Both watch from every event loop, those of message boxes during start-up included.
@@ -193,13 +206,14 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   });
   host_timer.start(kCheckHostMilliseconds);
   TerminationRequests termination;
-  termination.OnRequest = [&] { CloseOnRequest(form); };
+  termination.OnRequest = [&] { waiting.IsShown() ? waiting.GiveUp() : CloseOnRequest(form); };
 
   try {
     RefuseGroupOnStream(command_line);
     StartUp(meter, command_line);
     processes.Finish();
   } catch (const SourceError& error) {
+    processes.Finish();
     host_timer.stop();
     termination.OnRequest = CloseBox;
     termination.Watch();
@@ -215,11 +229,12 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   const SectionClaim claim(profile.PathOf(meter.runtime.IniFile), meter.runtime.SectionName);
   if (claim.IsShared()) SaySectionIsShared(meter.runtime.SectionName);
   if (words.names_no_device) {
-    ShowMessageBox(nullptr, MessageIcon::Information, NoDeviceText(words), "");
+    ShowStartBox(MessageIcon::Information, NoDeviceText(words));
   }
   if (OpensGroup(command_line)) place = places.Of(0);
   if (place) form.SuggestPlace({place->left, place->top});
   form.Open();
+  RequireDigits(form.ReadingFont());
   launcher.Started();
   return QApplication::exec();
 }
@@ -245,5 +260,6 @@ int main(int argc, char** argv) {
   if (argc > 1 && argv[1] == std::string_view("--list")) {
     return vantoscope::RunListCommand({argv + 2, argv + argc});
   }
+  vantoscope::ChooseSessionBus();
   return vantoscope::RunWithNursery({argv, argv + argc});
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "program/nursery.h"
 
+#include <dlfcn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -90,6 +91,7 @@ std::optional<NurseryOrder> NextOrder() {
 /// Returns in the children only.
 std::vector<std::string> RunNursery(const ProcessWords& shown) {
   while (auto order = NextOrder()) {
+    for (const std::string& library : order->libraries) dlopen(library.c_str(), RTLD_NOW);
     const pid_t child = fork();
     if (child == 0) {
       BecomeMeter(*order, shown);

@@ -2,6 +2,7 @@
 #include "program/preload.h"
 
 #include <dlfcn.h>
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is POSIX
 
 #include <QFile>
 #include <QLibraryInfo>
@@ -17,6 +18,12 @@ void ReadFonts() {
   if (auto* const init = reinterpret_cast<Function>(dlsym(RTLD_DEFAULT, "FcInit"))) init();
 }
 
+/// The files of the user's locale, for the setlocale of each meter. Sets no locale: the first thing
+/// that the toolkit does is to set that of the process.
+void ReadLocale() {
+  [[maybe_unused]] static const locale_t kept = newlocale(LC_ALL_MASK, "", nullptr);
+}
+
 }  // namespace
 
 void Preload() {
@@ -27,6 +34,7 @@ void Preload() {
   }
   dlopen("libXcursor.so.1", RTLD_NOW);
   ReadFonts();
+  ReadLocale();
 }
 
 }  // namespace vantoscope

@@ -31,8 +31,8 @@ void ScreenReader::Look() {
 SpokenReading ScreenReader::Spoken() {
   const ReadingParts parts = watch_.Parts();
   SpokenReading spoken;
-  if (!parts.unit.empty()) spoken.beside = QString::fromStdString("Unit " + parts.unit + ". ");
-  spoken.beside += QString::fromStdString(parts.doubt);
+  const std::string unit = parts.unit.empty() ? "" : "Unit " + parts.unit + ". ";
+  spoken.beside = QString::fromStdString(unit + parts.doubt).trimmed();
   spoken.value = IsSpecial() ? NumberFromText(parts.shown) : meter_.runtime.Reading;
   const bool ranged = meter_.config.DataMethod != kMethodCalc;
   constexpr double kAny = std::numeric_limits<double>::max();

@@ -14,7 +14,8 @@ Shows one channel of a data acquisition host as one big number that stays on top
 
   -dDEVICE  where the data comes from; the built-in simulator if left out
               sim                      the simulator
-              /path/to/recording.csv   a recording, as CSV or as a sound file
+              /path/to/recording.csv   a recording, as a text table or a sound file
+              -                        a text table on standard input, as it comes
               mqtt://host:port/root    a host in the network, published by telvixd
   -nNAME    name of the meter, "_" stands for a space; each name and channel has
             settings of its own

@@ -16,6 +16,9 @@ class WaitingBox {
   /// As Meanwhile (sources/device.h); keeps the desktop's events going. Shows the box once it takes
   /// longer than a moment, and says so on standard error. False when the user has given up.
   bool Look(const std::string& sentence);
+  [[nodiscard]] bool IsShown() const { return box_.has_value(); }
+  /// As its button.
+  void GiveUp() { given_up_ = true; }
   [[nodiscard]] bool GivenUp() const { return given_up_; }
 
  private:

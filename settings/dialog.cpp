@@ -14,9 +14,9 @@
 #include <QShortcut>
 #include <QStyleOptionButton>
 #include <algorithm>
+#include <utility>
 #include <vector>
 
-#include "meter/profile.h"
 #include "meter/units.h"
 #include "presentation/beside.h"
 #include "presentation/color.h"
@@ -24,6 +24,8 @@
 #include "settings/color_picker.h"
 #include "settings/color_swatch.h"
 #include "settings/dialog_controls.h"
+#include "settings/equation_field.h"
+#include "settings/kept_text.h"
 #include "settings/open_address.h"
 
 namespace vantoscope {
@@ -160,6 +162,8 @@ QWidget* NewWidget(const DialogControl& control, QWidget* parent) {
       return new ColorSwatch(caption, parent);
     case ControlKind::TextField:
       return new QLineEdit(parent);
+    case ControlKind::EquationField:
+      return new EquationField(parent);
     case ControlKind::Option:
       return caption.isEmpty() ? new OptionOfField(parent) : new QRadioButton(caption, parent);
     case ControlKind::CheckBox:
@@ -226,7 +230,10 @@ void Dialog::BuildControls() {
     widget->setAccessibleName(QString::fromUtf8(control.spoken));
     widget->setToolTip(QString::fromUtf8(control.hint));
     if (auto* button = qobject_cast<QPushButton*>(widget)) button->setAutoDefault(false);
-    if (auto* text = qobject_cast<QLineEdit*>(widget)) text->setMaxLength(int{kProfileValueLimit});
+    if (auto* text = qobject_cast<QLineEdit*>(widget)) {
+      const bool unit = text->objectName() == "CalUnitText";
+      TakeOnlyWhatIsKept(*text, unit ? FrontBlank::KeptAsNoBreakSpace : FrontBlank::Dropped);
+    }
   }
   auto& index = Control<QLineEdit>("ChnIdxText");
   index.setEnabled(false);
@@ -316,6 +323,13 @@ void Dialog::Fill(const DialogFields& fields) {
   if (fields.Option) options_->button(*fields.Option)->setChecked(true);
 }
 
+void Dialog::HelpWithEquation(EquationHelp& help) {
+  Control<EquationField>("CalText").SetAnswers(
+      {.findings = [&](const std::string& text) { return help.Findings(text); },
+       .value_now = [this, &help] { return help.ValueNow(Fields()); },
+       .channels = help.Channels()});
+}
+
 DialogFields Dialog::Fields() const {
   DialogFields fields = filled_;
   for (const ColorRow& row : kColors) fields.*row.field = Control<ColorSwatch>(row.swatch).Value();
@@ -352,11 +366,14 @@ void Dialog::PlaceOnScreen() {
   move(Beside(parentWidget()->frameGeometry(), size() + kFrame, design, area));
 }
 
-ShowDialog ModalDialog(QWidget& form) {
-  return [&form](const DialogFields& fields) -> std::optional<DialogFields> {
+ShowDialog ModalDialog(QWidget& form, std::function<std::unique_ptr<EquationHelp>()> make_help) {
+  return [&form, make_help = std::move(make_help)](
+             const DialogFields& fields) -> std::optional<DialogFields> {
+    const std::unique_ptr<EquationHelp> help = make_help ? make_help() : nullptr;
     // Only as the meter itself: others of its group, which stay on top too, must not cover it.
     Dialog dialog(&form, fields.Check4);
     dialog.Fill(fields);
+    if (help) dialog.HelpWithEquation(*help);
     if (dialog.exec() != QDialog::Accepted) return std::nullopt;
     return dialog.Fields();
   };

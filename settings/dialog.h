@@ -4,9 +4,12 @@
 #pragma once
 
 #include <QDialog>
+#include <functional>
+#include <memory>
 
 #include "settings/command1_click.h"
 #include "settings/dialog_fields.h"
+#include "settings/equation_help.h"
 
 class QButtonGroup;
 
@@ -19,6 +22,8 @@ class Dialog : public QDialog {
   Dialog(QWidget* form, bool above_all);
 
   void Fill(const DialogFields& fields);
+  /// `help`, which outlives the dialog, looks at the equation from here on.
+  void HelpWithEquation(EquationHelp& help);
   /// The fields as they stand now. Whatever Fill brought and no control shows is given back as it
   /// came, and so is a text that nobody edited.
   [[nodiscard]] DialogFields Fields() const;
@@ -41,7 +46,9 @@ class Dialog : public QDialog {
   QButtonGroup* options_;
 };
 
-/// A ShowDialog that opens Dialog above `form` and waits until it has closed.
-ShowDialog ModalDialog(QWidget& form);
+/// A ShowDialog that opens Dialog above `form` and waits until it has closed. Where there is a
+/// `make_help`, it is called at each opening, and what it makes lives as long as the dialog.
+ShowDialog ModalDialog(QWidget& form,
+                       std::function<std::unique_ptr<EquationHelp>()> make_help = {});
 
 }  // namespace vantoscope

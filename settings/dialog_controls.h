@@ -7,7 +7,17 @@
 
 namespace vantoscope {
 
-enum class ControlKind { Frame, Button, ColorButton, Label, Swatch, TextField, Option, CheckBox };
+enum class ControlKind {
+  Frame,
+  Button,
+  ColorButton,
+  Label,
+  Swatch,
+  TextField,
+  EquationField,
+  Option,
+  CheckBox
+};
 
 /// Lengths in twips (15 to the logical pixel); left and top count from the corner of the parent.
 struct DialogControl {
@@ -61,10 +71,11 @@ inline constexpr auto kDialogControls = std::to_array<DialogControl>({
      "The newest value as it is"},
     {"CalOption", ControlKind::Option, "Frame3", "", 120, 1560, 255, 255, 32, "Equation result",
      "The result of the equation"},
-    {"CalText", ControlKind::TextField, "Frame3", "", 360, 1560, 2175, 285, 33, "Equation",
+    {"CalText", ControlKind::EquationField, "Frame3", "", 360, 1560, 2175, 285, 33, "Equation",
      "Equation over channels, such as (CH1-CH2)/2"},
     {"CalUnitText", ControlKind::TextField, "Frame3", "", 2640, 1560, 615, 285, 35,
-     "Unit of the equation", "Unit of the equation's result"},
+     "Unit of the equation",
+     "Unit of the equation's result; a space in front of it is kept, one behind it is not"},
 
     {"ShowUnitCheck", ControlKind::CheckBox, "Frame4", "Show Unit", 120, 240, 1095, 255, 26, ""},
     {"Label8", ControlKind::Label, "Frame4", "Transparency (1..255)", 120, 720, 1815, 255, 27, ""},

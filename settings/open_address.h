@@ -6,6 +6,10 @@
 
 namespace vantoscope {
 
+/// The address of the session bus in the environment of a meter that does without one. Nobody else
+/// is told of it.
+inline constexpr const char* kNoBus = "disabled:";
+
 /// Opens an address (a file path or a URL) with the desktop's own program for it, detached. Nobody
 /// is told when there is none.
 void OpenAddress(const std::string& address);

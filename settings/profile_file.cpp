@@ -61,6 +61,16 @@ struct FileContent {
   struct stat status {};
 };
 
+bool IsSameTime(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+/// With the same content, as far as the file system tells.
+bool IsSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+         IsSameTime(a.st_mtim, b.st_mtim) && IsSameTime(a.st_ctim, b.st_ctim);
+}
+
 /// Keys would stand as bytes among 16-bit characters, and nobody could read the file any more.
 void RequireBytesAsText(std::string_view text) {
   if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF") ||
@@ -266,15 +276,32 @@ std::string ProfileFile::GetPrivateProfileString(std::string_view section, std::
                                                  std::string_view fallback,
                                                  const std::string& file) {
   try {
-    if (const std::optional<FileContent> content = ReadFile(PathOf(file))) {
-      if (const auto value = FindProfileValue(content->text, section, key)) {
-        return std::string(CutToBytes(*value, kProfileValueLimit));
-      }
+    if (const auto value = FindProfileValue(SectionText(PathOf(file), section), section, key)) {
+      return std::string(CutToBytes(*value, kProfileValueLimit));
     }
   } catch (const std::exception&) {
     // As a missing file; the save will say what is wrong with it.
   }
   return std::string(fallback);
+}
+
+// A meter asks for some twenty keys of one section one after the other, and the file of a large
+// group has many sections.
+const std::string& ProfileFile::SectionText(const std::string& path, std::string_view section) {
+  struct stat now {};
+  const bool is_there = stat(path.c_str(), &now) == 0;
+  if (is_there && IsSameFile(now, last_read_.status) && last_read_.path == path &&
+      last_read_.section == section) {
+    return last_read_.text;
+  }
+  last_read_ = {};
+  if (const std::optional<FileContent> content = ReadFile(path)) {
+    last_read_ = {.path = path,
+                  .section = std::string(section),
+                  .status = content->status,
+                  .text = SectionOf(content->text, section)};
+  }
+  return last_read_.text;
 }
 
 void ProfileFile::WritePrivateProfileKeys(std::string_view section,

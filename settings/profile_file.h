@@ -13,6 +13,8 @@
 // lock: keys that belong together are to be written together.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <chrono>
 #include <set>
 #include <string>
@@ -45,8 +47,18 @@ class ProfileFile final : public ProfileOperations {
   [[nodiscard]] std::string PathOf(const std::string& file) const;
 
  private:
+  /// The last section that was read, as long as its file is the same.
+  struct LastRead {
+    std::string path;
+    std::string section;
+    struct stat status {};
+    std::string text;  ///< of the section
+  };
+  const std::string& SectionText(const std::string& path, std::string_view section);
+
   std::string folder_;
   std::chrono::milliseconds patience_;
+  LastRead last_read_;
   std::set<std::string> failed_;  ///< files whose failure has been reported
 };
 

@@ -122,6 +122,21 @@ std::optional<std::string_view> FindProfileValue(std::string_view text, std::str
   return Locate(text, OneLine(section), Trimmed(key)).value;
 }
 
+std::string SectionOf(std::string_view text, std::string_view section) {
+  const std::string name = OneLine(section);
+  std::string found;
+  bool inside = false;
+  std::size_t at = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+  while (at < text.size()) {
+    const Line line(text, at);
+    const std::string_view trimmed = Trimmed(line.content);
+    if (IsSectionLine(trimmed)) inside = OpensSection(trimmed, name);
+    if (inside) found.append(trimmed).push_back('\n');
+    at = line.next;
+  }
+  return found;
+}
+
 std::optional<std::string> WithProfileValue(std::string_view text, std::string_view section,
                                             std::string_view key, std::string_view value) {
   const std::string section_name = OneLine(section);

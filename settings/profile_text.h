@@ -21,6 +21,10 @@ namespace vantoscope {
 std::optional<std::string_view> FindProfileValue(std::string_view text, std::string_view section,
                                                  std::string_view key);
 
+/// What of the text counts for that section: every section of that name, and nothing else. Any key
+/// of the section has the same value in it.
+std::string SectionOf(std::string_view text, std::string_view section);
+
 /// The text with one value replaced; or with the key added behind the last key of its section; or
 /// with section and key added at the end. Nothing else changes, but that a last line without a
 /// line end gets one where a line follows it. Line breaks in section or value become blanks, so

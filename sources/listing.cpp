@@ -35,10 +35,11 @@ struct DeviceKind {
   std::string_view what;
 };
 
-constexpr std::array<DeviceKind, 5> kDeviceKinds{{
+constexpr std::array<DeviceKind, 6> kDeviceKinds{{
     {"simulator", "sim", "built in; SM64:rate=1000,channels=12,seed=1 in full"},
     {"recording", "/data/run.csv", "CSV or sound file, replayed; ?loop repeats it"},
     {"recording", "/data/run.csv?follow", "shows what a recorder appends"},
+    {"stream", "-", "standard input as it comes; a named pipe by its path"},
     {"network host", "mqtt://localhost:1883/lab/bench1", "published by telvixd"},
     {"instrument", "sigrok:demo", "read by telvixd --from; see telvixd --list"},
 }};

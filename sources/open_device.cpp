@@ -7,6 +7,7 @@
 
 #include "sources/device_text.h"
 #include "sources/mqtt/mqtt_device.h"
+#include "sources/opening.h"
 #include "sources/recording/recording.h"
 #include "sources/recording/stream_text.h"
 #include "sources/simulator.h"
@@ -43,6 +44,12 @@ void RefuseNoPath(const std::string& text) {
   }
 }
 
+bool IsPath(const std::string& text) {
+  return !text.empty() && text != "sim" && !text.starts_with(kSimulatorPrefix) &&
+         !text.starts_with(kMqttPrefix) && !LooksLikeDeviceText(text);
+}
+
+/// Waits for the file system.
 DeviceText RecordingAt(const std::string& path) {
   std::error_code ignored;
   DeviceText device{.kind = "FI", .model = kFriendlyModel, .rest = path, .options = {}};
@@ -60,25 +67,9 @@ DeviceText RecordingAt(const std::string& path) {
   return device;
 }
 
-}  // namespace
-
-DeviceText ParseAnyDeviceText(const std::string& text) {
-  const std::string_view view = text;
-  if (text.empty()) throw SourceError("The device text is empty; SM64 is the simulator.");
-  if (text == "sim") return ParseDeviceText(kDefaultDevice);
-  if (text.starts_with(kSimulatorPrefix)) {
-    return ParseRest("SM", kFriendlyModel, view.substr(kSimulatorPrefix.size()));
-  }
-  if (text.starts_with(kMqttPrefix)) {
-    return ParseRest("MQ", kFriendlyModel, view.substr(kMqttPrefix.size()));
-  }
-  if (LooksLikeDeviceText(text)) return ParseDeviceText(text);
-  return RecordingAt(text);
-}
-
-std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
+/// `text` is what the user wrote.
+std::unique_ptr<Device> OpenParsed(const std::string& text, DeviceText device, Clock clock,
                                    const Meanwhile& meanwhile) {
-  DeviceText device = ParseAnyDeviceText(text);
   if (device.kind != "SM" && device.kind != "FI" && device.kind != "MQ") {
     throw SourceError("The device '" + WithoutCredentials(text) + "' is of the unknown kind " +
                       device.kind +
@@ -92,6 +83,37 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
   if (device.kind == "SM") return OpenSimulator(std::move(device), std::move(clock));
   if (device.kind == "FI") return OpenRecording(std::move(device), std::move(clock), meanwhile);
   return OpenMqttDevice(device, meanwhile);
+}
+
+}  // namespace
+
+DeviceText ParseAnyDeviceText(const std::string& text) {
+  const std::string_view view = text;
+  if (text.empty()) throw SourceError("The device text is empty; SM64 is the simulator.");
+  if (text == "sim") return ParseDeviceText(kDefaultDevice);
+  if (text.starts_with(kSimulatorPrefix)) {
+    return ParseRest("SM", kFriendlyModel, view.substr(kSimulatorPrefix.size()));
+  }
+  if (text.starts_with(kMqttPrefix)) {
+    return ParseRest("MQ", kFriendlyModel, view.substr(kMqttPrefix.size()));
+  }
+  if (IsPath(text)) return RecordingAt(text);
+  return ParseDeviceText(text);
+}
+
+std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
+                                   const Meanwhile& meanwhile) {
+  if (!meanwhile || !IsPath(text)) {
+    return OpenParsed(text, ParseAnyDeviceText(text), std::move(clock), meanwhile);
+  }
+  return OpenBeside(
+      [text, clock = std::move(clock)](Opening& opening) {
+        return OpenParsed(text, RecordingAt(text), clock, [&opening](const std::string& sentence) {
+          if (!sentence.empty()) opening.SetMissing(sentence);
+          return !opening.GivenUp();
+        });
+      },
+      NotOpenYet(text), meanwhile);
 }
 
 void RefuseStream(const std::string& text) {

@@ -3,6 +3,9 @@
 // neither its start-up time nor its memory.
 #pragma once
 
+#include <string>
+#include <vector>
+
 namespace vantoscope {
 
 /// Stays loaded to the end of the process: threads may still run in it.
@@ -11,6 +14,9 @@ class SharedLibrary {
   /// Throws SourceError with the Debian `package` to install when it cannot be loaded. `who` needs
   /// it, as in "A sound file".
   SharedLibrary(const char* who, const char* soname, const char* package);
+
+  /// The names of all that this process has loaded so far.
+  static std::vector<std::string> Loaded();
 
   /// Throws SourceError when the library has no such function.
   template <typename Pointer>

@@ -19,7 +19,7 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::size_t kMostColumns = kFineChannel - 1;
+constexpr std::size_t kMostColumns = 32766;  // their numbers, without kFineChannel
 constexpr std::size_t kHeadBytes = std::size_t{1} << 18U;
 constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
 constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;
@@ -69,7 +69,10 @@ std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string
     const std::int16_t special = SpecialNumber(column.name);
     ChannelInfo info = IsSpecial(special) ? SpecialChannel(special) : ChannelInfo();
     info.encoding = Encoding::kFloat64;  // a value may be missing
-    if (!IsSpecial(special)) info.number = ++analog;
+    if (!IsSpecial(special)) {
+      if (++analog == kFineChannel) ++analog;
+      info.number = analog;
+    }
     info.name = column.name;
     info.unit = column.unit;
     columns.push_back({.info = std::move(info), .column = i});
@@ -103,6 +106,17 @@ double ChannelValues::Refuse(const Place& place, double number, std::size_t line
                 .line = line};
   }
   return kNan;
+}
+
+void RowTimes::Add(std::optional<double> time, std::size_t line) {
+  seconds.push_back(time.value_or(kNan));
+  if (!time) return;
+  if (*time < last_ && !backwards_line) backwards_line = line;
+  last_ = *time;
+}
+
+void SayRefused(const std::string& path, const ChannelValues::Refused& refused) {
+  SayOfRecording(TheRecording(path) + ": " + refused.reason + "; such values are shown as nan.");
 }
 
 std::string TheRecording(const std::string& path) { return "The recording '" + path + "'"; }
@@ -216,6 +230,37 @@ std::size_t CsvFile::NumberOfLine(std::size_t line) {
     }
   }
   return number;
+}
+
+std::size_t CsvFile::ReadAt(std::uint64_t offset, std::span<char> to) {
+  file_->Seek(offset);
+  std::size_t size = 0;
+  while (size < to.size()) {
+    const std::string_view bytes = file_->ReadOn(to.subspan(size));
+    if (bytes.empty()) break;
+    size += bytes.size();
+  }
+  return size;
+}
+
+double CsvFile::RateOf(const RowTimes& times, const Timeline& timeline) {
+  const auto refuse = [this](const std::string& why) {
+    throw SourceError(TheRecording(file_->Path()) + " " + why +
+                      "; ?rate=R says how many lines make a second.");
+  };
+  if (times.backwards_line) {
+    refuse("has times that run backwards, the first of them in line " +
+           std::to_string(NumberOfLine(*times.backwards_line)));
+  }
+  if (!timeline.rate) refuse("has times that do not rise");
+  return *timeline.rate;
+}
+
+void CsvFile::RequireWords(const ChannelValues& values) {
+  if (!values.FirstRefused()) return;
+  throw SourceError("The recording '" + file_->Path() +
+                    "' cannot be read: " + values.FirstRefused()->reason + " (line " +
+                    std::to_string(NumberOfLine(values.FirstRefused()->line)) + ").");
 }
 
 }  // namespace vantoscope

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,8 +25,9 @@ struct ListedColumn {
   std::size_t column = 0;
 };
 
-/// The channel list of a layout. Throws SourceError when it has so many columns that one would get
-/// the number kFineChannel.
+/// The channel list of a layout. Analog channels are numbered from 1 in file order; no one gets the
+/// number kFineChannel, whose digits mean something else. Throws SourceError for more columns than
+/// there are numbers.
 std::vector<ListedColumn> ListColumns(const CsvLayout& layout, const std::string& path);
 
 /// The values of the channels from a line of numbers. What no raw word of a special channel holds
@@ -54,15 +57,29 @@ class ChannelValues {
   std::optional<Refused> refused_;
 };
 
+/// The times of the rows of a file.
+struct RowTimes {
+  std::vector<double> seconds;                ///< nan where they could not be read
+  std::optional<std::size_t> backwards_line;  ///< the first with a time before that of one above it
+
+  void Add(std::optional<double> time, std::size_t line);
+
+ private:
+  double last_ = -std::numeric_limits<double>::infinity();
+};
+
 /// How somebody wants a file to be read.
 struct CsvReading {
   bool followed = false;
-  std::optional<DateOrder> dates;  ///< where the dates leave it open
-  std::optional<double> rate;      ///< instead of what the times say
+  std::optional<DateOrder> dates = {};  ///< where the dates leave it open
+  std::optional<double> rate = {};      ///< instead of what the times say
 };
 
 /// The start of sentences about the file: "The recording '/data/run.csv'".
 std::string TheRecording(const std::string& path);
+
+/// Says of the first value that no raw word holds that such values are nan.
+void SayRefused(const std::string& path, const ChannelValues::Refused& refused);
 
 /// A sentence on standard error.
 void SayOfRecording(const std::string& sentence);
@@ -86,6 +103,8 @@ class CsvFile {
   [[nodiscard]] const CsvLayout& Layout() const { return layout_; }
   [[nodiscard]] const RecordedFile& File() const { return *file_; }
   [[nodiscard]] std::unique_ptr<RecordedFile> Release() { return std::move(file_); }
+  [[nodiscard]] const TextDecoder& Decoder() const { return decoder_; }
+  [[nodiscard]] std::size_t BytesPerLine() const { return bytes_per_line_; }
 
   /// See ExplainTable.
   std::string Explain(double rate) const;
@@ -101,6 +120,15 @@ class CsvFile {
   /// The number in the file, counted from 1, of a line that CsvRow::line counts. Reads the file
   /// anew: nothing can be read on after it.
   [[nodiscard]] std::size_t NumberOfLine(std::size_t line);
+  /// Puts the bytes from `offset` on into `to`, and tells how many: less than asked for only at the
+  /// end of the file. As with NumberOfLine, nothing can be read on after it.
+  std::size_t ReadAt(std::uint64_t offset, std::span<char> to);
+
+  /// The rate that the times come to. Throws SourceError, with the line where they run backwards,
+  /// when they cannot be replayed.
+  [[nodiscard]] double RateOf(const RowTimes& times, const Timeline& timeline);
+  /// Throws SourceError when there is a value that no raw word holds.
+  void RequireWords(const ChannelValues& values);
 
  private:
   void SayEndOfTable();

@@ -57,6 +57,13 @@ void QuoteGuard::Finish() {
   in_stray_line_ = false;
 }
 
+void QuoteGuard::Restart() {
+  state_ = State::kFieldStart;
+  quoted_.clear();
+  lines_ = 0;
+  in_stray_line_ = false;
+}
+
 bool QuoteGuard::EndsField(char c) const {
   return c == separator_ || c == '\n' || c == '\r' || (separator_ == ' ' && c == '\t');
 }

@@ -23,6 +23,12 @@ class QuoteGuard {
   void Feed(std::string_view bytes);
   /// There is no more text, or what comes is another one.
   void Finish();
+  /// Forgets what came before.
+  void Restart();
+  /// Nothing is held back, and what comes next is the start of a line, if a line end came last.
+  [[nodiscard]] bool AtLineStart() const {
+    return state_ == State::kFieldStart && quoted_.empty() && !in_stray_line_;
+  }
 
  private:
   enum class State { kFieldStart, kField, kQuoted, kQuoteInQuoted };

@@ -15,8 +15,6 @@ namespace {
 constexpr std::size_t kLongestField = std::size_t{1} << 20U;
 constexpr std::size_t kPiece = std::size_t{1} << 16U;
 
-constexpr double kDay = 86400;
-
 /// libcsv in its lenient mode: a quote in the middle of a field is text.
 void InitParser(csv_parser& parser, char separator, unsigned char options) {
   if (csv_init(&parser, options) != 0) throw std::bad_alloc();
@@ -52,7 +50,8 @@ CsvRows::CsvRows(CsvLayout layout, bool goes_on, Take take)
       take_(std::move(take)),
       guard_(layout_.separator, [this](std::string_view piece) { Parse(piece); }),
       values_(layout_.columns.size(), std::numeric_limits<double>::quiet_NaN()),
-      next_(values_) {
+      next_(values_),
+      time_(layout_) {
   for (std::size_t column = 0; column < layout_.columns.size(); ++column) {
     const std::size_t field = layout_.columns[column].field;
     if (field >= column_of_field_.size()) column_of_field_.resize(field + 1);
@@ -89,8 +88,9 @@ void CsvRows::Finish() {
   finishing_ = false;
 }
 
-void CsvRows::Jump() {
-  std::ranges::fill(values_, std::numeric_limits<double>::quiet_NaN());
+void CsvRows::Jump(const std::vector<double>& values) {
+  values_.assign(values_.size(), std::numeric_limits<double>::quiet_NaN());
+  std::ranges::copy(values, values_.begin());
   next_ = values_;
   blank_lines_ = 0;
   SkipNoMore();
@@ -119,50 +119,15 @@ void CsvRows::TakeField(std::string_view field) {
   if (field.empty() && layout_.separator == ' ') return;
   const std::size_t place = field_++;
   if (line_ < layout_.lines_to_skip || ended_) return;
-  if (IsOfTimes(place)) return TakeTime(place, field);
+  if (time_.IsAt(place)) return TakeTime(place, field);
   if (place >= column_of_field_.size() || !column_of_field_[place]) return;
   TakeNumber(*column_of_field_[place], field);
 }
 
-bool CsvRows::IsOfTimes(std::size_t place) const {
-  return layout_.times && (place == layout_.times->field || place == layout_.times->second_field);
-}
-
 void CsvRows::TakeTime(std::size_t place, std::string_view field) {
-  if (const auto seconds = SecondsOf(field)) {
-    seconds_ += *seconds;
-    ++times_;
-    return;
-  }
-  skip_ = skip_ || (place == 0 && StartsComment(field)) ||
-          (!layout_.times->heading.empty() && field == layout_.times->heading);
-}
-
-/// From the first time of the file on, so that small steps keep their digits.
-std::optional<double> CsvRows::SecondsOf(std::string_view field) {
-  if (!layout_.times->are_numbers) {
-    const auto time = ReadTime(field, layout_.times->order);
-    if (!time) return std::nullopt;
-    if (!origin_ && time->has_date) origin_ = time->days;
-    return (time->days - (time->has_date ? *origin_ : 0)) * kDay + time->seconds;
-  }
-  std::optional<double> number = PlainNumber(field, layout_.style);
-  if (!number) {
-    const auto spelled = ReadNumber(field, layout_.style);
-    if (!spelled || !spelled->unit.empty() || !std::isfinite(spelled->value)) return std::nullopt;
-    number = spelled->value;
-  }
-  if (!origin_) origin_ = *number;
-  return (*number - *origin_) * layout_.times->seconds_per_unit;
-}
-
-/// The time of the line that has ended.
-std::optional<double> CsvRows::SecondsOfLine() {
-  if (times_ == 0 || times_ < (layout_.times->second_field ? 2U : 1U)) return std::nullopt;
-  if (!layout_.times->are_clock) return seconds_;
-  if (seconds_ < last_clock_ - kDay / 2) midnight_ += kDay;
-  last_clock_ = seconds_;
-  return midnight_ + seconds_;
+  if (time_.Take(field)) return;
+  comment_ = comment_ || (place == 0 && StartsComment(field));
+  header_again_ = header_again_ || time_.IsHeading(field);
 }
 
 void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
@@ -170,21 +135,22 @@ void CsvRows::TakeNumber(std::size_t column, std::string_view field) {
     next_[column] = *plain;
     ++set_values_;
     any_number_ = true;
+    first_number_ = first_number_ || column == 0;
     return;
   }
   const CsvColumn& told = layout_.columns[column];
   const auto written = ReadNumber(field, layout_.style);
   const auto number = written ? NumberIn(*written, told.in_fields) : std::nullopt;
   if (!number && TrimmedField(field).empty()) return;
-  ++set_values_;
   next_[column] = number.value_or(std::numeric_limits<double>::quiet_NaN());
+  ++set_values_;
   if (number) {
     any_number_ = true;
     return;
   }
   any_words_ = true;
-  skip_ = skip_ || (told.field == 0 && StartsComment(field)) ||
-          (!told.heading.empty() && field == told.heading);
+  comment_ = comment_ || (told.field == 0 && StartsComment(field));
+  header_again_ = header_again_ || (!told.heading.empty() && field == told.heading);
 }
 
 void CsvRows::TakeBlankLine(int end) {
@@ -192,15 +158,21 @@ void CsvRows::TakeBlankLine(int end) {
   ++blank_lines_;
 }
 
+bool CsvRows::IsSkipped() const {
+  const bool of_table = layout_.times ? time_.Any() : first_number_;
+  return comment_ || (header_again_ && !of_table);
+}
+
 bool CsvRows::BeginsAnotherTable() const {
-  if (!begun_ || skip_ || finishing_) return false;
-  const bool words = blank_lines_ > 0 && !any_number_ && times_ == 0 && any_words_ && field_ > 1;
+  if (!begun_ || IsSkipped() || finishing_) return false;
+  const bool words = blank_lines_ > 0 && !any_number_ && !time_.Any() && any_words_ && field_ > 1;
   return words || (layout_.separator == ' ' && blank_lines_ > 1 && !goes_on_);
 }
 
 bool CsvRows::Counts() const {
-  if (line_ < layout_.lines_to_skip || skip_ || ended_ || (finishing_ && !IsWhole())) return false;
-  return any_number_ || times_ > 0 || (any_words_ && !layout_.times && IsWhole());
+  if (line_ < layout_.lines_to_skip || ended_ || (finishing_ && !IsWhole())) return false;
+  if (skip_ || IsSkipped()) return false;
+  return any_number_ || time_.Any() || (any_words_ && !layout_.times && IsWhole());
 }
 
 void CsvRows::TakeLine() {
@@ -211,17 +183,46 @@ void CsvRows::TakeLine() {
   if (Counts()) {
     begun_ = true;
     values_ = next_;
-    take_({.seconds = SecondsOfLine(),
+    take_({.seconds = time_.Seconds(),
            .values = values_,
            .line = line_,
-           .complete = set_values_ >= values_.size()});
+           .complete = set_values_ == values_.size()});
   } else {
     next_ = values_;
   }
   ++line_;
-  field_ = blank_lines_ = times_ = set_values_ = 0;
-  seconds_ = 0;
-  any_number_ = any_words_ = skip_ = false;
+  blank_lines_ = 0;
+  NextLine();
+}
+
+void CsvRows::NextLine() {
+  time_.NextLine();
+  field_ = set_values_ = 0;
+  any_number_ = any_words_ = first_number_ = comment_ = header_again_ = skip_ = false;
+}
+
+void CsvRows::Restart(const CsvRestart& from) {
+  csv_free(&parser_);
+  InitParser(parser_, layout_.separator, CSV_REPALL_NL);
+  guard_.Restart();
+  time_.SetOrigin(from.origin);
+  if (from.values.empty()) {
+    std::ranges::fill(values_, std::numeric_limits<double>::quiet_NaN());
+  } else {
+    values_ = from.values;
+  }
+  next_ = values_;
+  line_ = from.line;
+  blank_lines_ = 0;
+  last_end_ = 0;
+  begun_ = line_ > layout_.lines_to_skip;
+  ended_ = false;
+  NextLine();
+}
+
+std::optional<CsvRestart> CsvRows::RestartHere() const {
+  if (!begun_ || ended_ || blank_lines_ > 0 || !guard_.AtLineStart()) return std::nullopt;
+  return CsvRestart{.line = line_, .origin = time_.Origin(), .values = values_};
 }
 
 std::vector<std::vector<std::string>> CsvFields(std::string_view text, char separator,

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "sources/recording/csv_layout.h"
+#include "sources/recording/csv_line_time.h"
 #include "sources/recording/csv_quotes.h"
 
 namespace vantoscope {
@@ -26,7 +27,14 @@ struct CsvRow {
   std::optional<double> seconds;   ///< its time, counted from a moment that all lines share
   std::span<const double> values;  ///< one for each column of the layout
   std::size_t line = 0;            ///< counted from 0, without blank ones
-  bool complete = true;            ///< no value repeats one of a line before
+  bool complete = false;           ///< no value repeats one of a line before
+};
+
+/// Where lines can be read from without those before them: at the start of a line of the table.
+struct CsvRestart {
+  std::size_t line = 0;          ///< number of the next one, as CsvRow::line counts
+  CsvTimeOrigin origin = {};     ///< of its time
+  std::vector<double> values{};  ///< that empty fields repeat; none when the line is complete
 };
 
 class CsvRows {
@@ -36,7 +44,9 @@ class CsvRows {
   /// Lines go to `take`, which must not throw: a C library calls it. An empty or missing field
   /// repeats the value before it in its column, nan ahead of the first one: the rows of a slower
   /// channel. A field that is no number is nan. Skipped are comments, the header again, and a line
-  /// without any number that has no readable time or too few fields. A table ends where another one
+  /// without any number that has no readable time or too few fields; but a line with a readable
+  /// time is never the header again, nor, without times, one whose first value is a plain number. A
+  /// table ends where another one
   /// begins: with words behind a blank line, or, of columns between blanks, behind two of them;
   /// `goes_on` tells to skip the words and read on.
   CsvRows(CsvLayout layout, bool goes_on, Take take);
@@ -49,8 +59,17 @@ class CsvRows {
   /// The file is over: a last line without a line end counts if no field is missing. What is fed
   /// later is another file.
   void Finish();
-  /// What is fed next are whole lines of the table further on; there is no value to be repeated.
-  void Jump();
+  /// Forgets all it knows of what came before, and goes on with that line.
+  void Restart(const CsvRestart& from);
+  /// Where reading can begin behind the bytes that were fed, which end with a line feed. Nothing
+  /// inside of a quoted field, ahead of the first line that counts, behind a blank line, or when
+  /// the table has ended.
+  [[nodiscard]] std::optional<CsvRestart> RestartHere() const;
+  /// What is fed next are whole lines of the table from elsewhere; their empty fields repeat those
+  /// values, nan without any.
+  void Jump(const std::vector<double>& values);
+  /// Of the last line that counted.
+  [[nodiscard]] const std::vector<double>& Values() const { return values_; }
   /// What is fed next begins with that many lines that are not blank ahead of the numbers.
   void SkipLines(std::size_t lines);
   /// From here on the lines are part of the table; skips nothing more.
@@ -67,11 +86,10 @@ class CsvRows {
   void TakeNumber(std::size_t column, std::string_view field);
   void TakeBlankLine(int end);
   void TakeLine();
-  [[nodiscard]] bool IsOfTimes(std::size_t place) const;
-  [[nodiscard]] std::optional<double> SecondsOf(std::string_view field);
-  [[nodiscard]] std::optional<double> SecondsOfLine();
+  void NextLine();
   [[nodiscard]] bool IsWhole() const { return field_ >= fields_; }
   [[nodiscard]] bool BeginsAnotherTable() const;
+  [[nodiscard]] bool IsSkipped() const;
   [[nodiscard]] bool Counts() const;
 
   CsvLayout layout_;
@@ -91,17 +109,15 @@ class CsvRows {
   bool finishing_ = false;
   bool begun_ = false;
   bool ended_ = false;
+  CsvLineTime time_;
   // Of the present line:
-  double seconds_ = 0;
-  std::size_t times_ = 0;  // how many fields of its time were read
   std::size_t set_values_ = 0;
   bool any_number_ = false;
-  bool any_words_ = false;  // where numbers should be
+  bool any_words_ = false;     // where numbers should be
+  bool first_number_ = false;  // the first value is a plain number
+  bool comment_ = false;
+  bool header_again_ = false;
   bool skip_ = false;
-  std::optional<double> origin_;  // what the first time is counted from
-  // Clock times begin anew at midnight.
-  double last_clock_ = 0;
-  double midnight_ = 0;
 };
 
 /// Whether a line that begins with that field is a comment.

@@ -21,6 +21,7 @@ constexpr double kManyRepeats = 0.1;
 constexpr double kLongStep = 3;    // times the usual one
 constexpr double kEvenStep = 2.1;  // times the median one, where some times repeat
 constexpr double kLostLine = 1.5;  // times the median one
+constexpr double kJitter = 1.5;    // times the mean one
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kDay = 86400;
 constexpr double kLeastRate = 1e-9;
@@ -224,13 +225,11 @@ void FillIn(std::vector<double>& seconds, double usual) {
 }
 
 /// Whether limited digits and a little jitter explain how the times differ from even steps.
-bool AreEven(const std::vector<double>& seconds, double mean, double usual, bool coarse) {
-  const double tolerance = std::max(1.5 * mean, coarse ? usual : 0);
-  const double longest = (coarse ? kEvenStep : kLostLine) * usual;
+bool AreEven(const std::vector<double>& seconds, double mean, const Timeline& timeline) {
   for (std::size_t i = 1; i < seconds.size(); ++i) {
     const double even = seconds[0] + static_cast<double>(i) * mean;
-    if (std::abs(seconds[i] - even) > tolerance) return false;
-    if (seconds[i] - seconds[i - 1] > longest) return false;
+    if (std::abs(seconds[i] - even) > timeline.jitter) return false;
+    if (seconds[i] - seconds[i - 1] > timeline.longest) return false;
   }
   return true;
 }
@@ -329,16 +328,19 @@ Timeline TimelineOf(std::vector<double> seconds) {
   const double usual = UsualStepOf(seconds);
   FillIn(seconds, usual);
   Timeline timeline;
-  bool repeats = false;
+  timeline.step = usual;
+  bool coarse = false;
   for (std::size_t i = 1; i < seconds.size() && !timeline.backwards; ++i) {
     if (seconds[i] < seconds[i - 1]) timeline.backwards = i;
-    repeats = repeats || seconds[i] == seconds[i - 1];
+    coarse = coarse || seconds[i] == seconds[i - 1];
   }
   if (usual == 0 || timeline.backwards) return timeline;
 
   const double first = seconds.front();
   const double mean = (seconds.back() - first) / static_cast<double>(seconds.size() - 1);
-  if (AreEven(seconds, mean, usual, repeats)) {
+  timeline.longest = (coarse ? kEvenStep : kLostLine) * usual;
+  timeline.jitter = std::max(kJitter * mean, coarse ? usual : 0);
+  if (AreEven(seconds, mean, timeline)) {
     timeline.rate = RateOf(mean);
     return timeline;
   }

@@ -68,6 +68,9 @@ struct Timeline {
   std::optional<double> rate;            ///< nothing when the times never rise
   std::optional<std::size_t> backwards;  ///< the first line that is before the one ahead of it
   std::vector<double> times;             ///< since the first line; empty when the steps are even
+  double step = 0;                       ///< the median of those above 0; 0 without any
+  double longest = 0;                    ///< no even step is longer
+  double jitter = 0;  ///< no line of even steps is further from where it should be
 };
 
 /// The lines may differ from even steps by what limited digits and a little jitter make; else the

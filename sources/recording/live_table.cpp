@@ -7,12 +7,19 @@
 namespace vantoscope {
 namespace {
 
-constexpr std::size_t kReadAnyway = std::size_t{1} << 16U;  // bytes
+/// Words behind a blank line are no row; without it they may be one.
+bool EndsWithBlankLine(std::string_view text) {
+  const std::size_t last = text.find_last_not_of("\r\n");
+  const std::string_view ends = text.substr(last + 1);
+  return last == text.npos || std::ranges::count(ends, '\n') > 1 || ends.starts_with("\r\r");
+}
 
 }  // namespace
 
-LiveTable::LiveTable(const CsvLayout& layout, std::size_t channels, ToScan to_scan)
+LiveTable::LiveTable(const CsvLayout& layout, std::size_t channels, ToScan to_scan,
+                     std::size_t read_anyway)
     : to_scan_(std::move(to_scan)),
+      read_anyway_(read_anyway),
       rows_(layout, true, [this](const CsvRow& row) { Take(row); }),
       scan_(channels),
       values_(std::make_unique_for_overwrite<double[]>(channels * kHeldScans)) {
@@ -50,19 +57,22 @@ bool LiveTable::MayLeaveOut(std::size_t scans) const {
   if (every_) return false;
   std::size_t bytes = 0;
   for (std::size_t i = next_; i < pieces_.size(); ++i) bytes += pieces_[i].text.size();
-  return bytes > kReadAnyway && PieceBack(pieces_.size(), scans) > next_;
+  return bytes > read_anyway_ && PieceBack(pieces_.size(), scans) > next_;
 }
 
 /// The newest piece ahead of `from` with which there are that many lines up to there.
 std::size_t LiveTable::PieceBack(std::size_t from, std::size_t lines) const {
   std::size_t count = 0;
-  while (from > 0 && (count == 0 || count < lines)) count += pieces_[--from].lines;
+  while (from > 0 && (count == 0 || count < lines || EndsWithBlankLine(pieces_[from - 1].text))) {
+    count += pieces_[--from].lines;
+  }
   return from;
 }
 
 /// Begins another run with that piece.
 void LiveTable::BeginAt(std::size_t piece) {
-  rows_.Jump();
+  if (run_ == 0 && next_ == 0) before_ = rows_.Values();
+  rows_.Jump(piece == 0 ? before_ : std::vector<double>());
   begin_ = total_;
   run_ = next_ = piece;
 }
@@ -98,6 +108,7 @@ void LiveTable::Drop() {
   while (run_ > 0 && lines >= kHeldScans + pieces_.front().lines) {
     lines -= pieces_.front().lines;
     pieces_.pop_front();
+    before_.clear();
     --run_;
     --next_;
   }

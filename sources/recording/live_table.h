@@ -24,7 +24,11 @@ class LiveTable {
   /// Puts the values of a line into a scan, one for each channel.
   using ToScan = std::function<void(const CsvRow& row, std::span<double> scan)>;
 
-  LiveTable(const CsvLayout& layout, std::size_t channels, ToScan to_scan);
+  /// Less than so many bytes are read in any case.
+  static constexpr std::size_t kReadAnyway = std::size_t{1} << 16U;
+
+  LiveTable(const CsvLayout& layout, std::size_t channels, ToScan to_scan,
+            std::size_t read_anyway = kReadAnyway);
 
   void Add(TextPiece piece);
   /// From now on every line is read, and scans are counted without a gap.
@@ -51,6 +55,7 @@ class LiveTable {
   void Drop();
 
   ToScan to_scan_;
+  std::size_t read_anyway_;
   CsvRows rows_;
   std::vector<double> scan_;
   std::unique_ptr<double[]> values_;  // channel by channel; untouched pages cost nothing
@@ -59,6 +64,8 @@ class LiveTable {
   std::optional<std::int64_t> newest_taken_at_;
 
   std::deque<TextPiece> pieces_;
+  std::vector<double>
+      before_;            // what fields of the first piece repeat; none when that is not known
   std::size_t run_ = 0;   // piece that the run begins with; 0 as well when it is gone
   std::size_t next_ = 0;  // first piece that is not read
   bool every_ = false;

@@ -1,30 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The replay at its rate of a recording in memory, for as long as its file stays the same.
+// The replay of a recording at its rate, for as long as its file stays the same.
 #pragma once
 
+#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "sources/clock.h"
 #include "sources/device.h"
-#include "sources/recording/recorded_file.h"
-#include "sources/recording/stored_channel.h"
+#include "sources/recording/scan_source.h"
 
 namespace vantoscope {
-
-/// A recording in memory: the channel list, and for each entry its samples; all of one length
-/// above 0.
-struct RecordedScans {
-  std::vector<ChannelInfo> channels;
-  std::vector<StoredChannel> stored;
-  double rate = 1;
-  /// When each sample was taken, in seconds since the first; empty when they are even. A scan shows
-  /// the newest sample by then.
-  std::vector<double> times = {};
-  std::string description = {};  ///< see Device::Description
-};
 
 /// When a replay takes which scan.
 struct ReplayTimes {
@@ -32,7 +18,9 @@ struct ReplayTimes {
   bool loop = false;
 };
 
+/// There is no block, no value and no scan while the file system keeps them waiting. A range grows
+/// in steps when a piece that holds more is delivered.
 std::unique_ptr<Device> MakeReplay(std::string name, RecordedScans scans, ReplayTimes times,
-                                   std::unique_ptr<RecordedFile> file, Clock clock);
+                                   Clock clock);
 
 }  // namespace vantoscope

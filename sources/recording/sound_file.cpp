@@ -8,6 +8,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "meter/data_source.h"
 #include "sources/shared_library.h"
@@ -25,6 +26,7 @@ class SoundLibrary {
   VANTOSCOPE_LIBRARY_FUNCTION(open_fd, sf_open_fd);
   VANTOSCOPE_LIBRARY_FUNCTION(close, sf_close);
   VANTOSCOPE_LIBRARY_FUNCTION(strerror, sf_strerror);
+  VANTOSCOPE_LIBRARY_FUNCTION(seek, sf_seek);
   VANTOSCOPE_LIBRARY_FUNCTION(readf_short, sf_readf_short);
   VANTOSCOPE_LIBRARY_FUNCTION(readf_int, sf_readf_int);
   VANTOSCOPE_LIBRARY_FUNCTION(readf_float, sf_readf_float);
@@ -35,35 +37,79 @@ const SoundLibrary& Library() {
   return library;
 }
 
-struct CloseSound {
-  void operator()(SNDFILE* sound) const { Library().close(sound); }
-};
-using OpenSound = std::unique_ptr<SNDFILE, CloseSound>;
+/// What libsndfile gives the samples of a file as, without loss.
+enum class Kind { kWords16, kWords32, kFloat };
 
-/// All frames, channel by channel.
+Kind KindOf(int format) {
+  switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_ULAW:
+    case SF_FORMAT_ALAW:
+    case SF_FORMAT_IMA_ADPCM:
+    case SF_FORMAT_MS_ADPCM:
+    case SF_FORMAT_ALAC_16:
+      return Kind::kWords16;
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_ALAC_20:
+    case SF_FORMAT_ALAC_24:
+    case SF_FORMAT_ALAC_32:
+      return Kind::kWords32;
+    default:
+      return Kind::kFloat;
+  }
+}
+
+/// Of these any frame can be read exactly without those before it.
+bool IsUncompressed(int format) {
+  switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_FLOAT:
+    case SF_FORMAT_DOUBLE:
+    case SF_FORMAT_ULAW:
+    case SF_FORMAT_ALAW:
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// The next frames, at most that many, added channel by channel; their number.
 template <typename Sample, typename ReadFrames>
-std::vector<std::vector<Sample>> ReadFrameByFrame(const RecordedFile& file, SNDFILE* sound,
-                                                  std::size_t channels, std::size_t most_samples,
-                                                  ReadFrames read_frames) {
-  std::vector<std::vector<Sample>> samples(channels);
+std::size_t AddFrames(SNDFILE* sound, std::size_t most, std::vector<std::vector<Sample>>& samples,
+                      ReadFrames read_frames) {
+  const std::size_t channels = samples.size();
   std::vector<Sample> piece(std::max(kPiece, channels));
-  const auto frames = static_cast<sf_count_t>(piece.size() / channels);
-  // The number of frames in the header is not to be trusted: a file may have been cut.
-  for (sf_count_t count = 0; (count = read_frames(sound, piece.data(), frames)) > 0;) {
-    const auto got = static_cast<std::size_t>(count);
-    if ((samples[0].size() + got) * channels > most_samples) {
-      throw SourceError("The recording '" + file.Path() +
-                        "' is too large to replay: it has more than " +
-                        std::to_string(most_samples) + " samples.");
-    }
+  std::size_t frames = 0;
+  while (frames < most) {
+    const std::size_t wanted = std::min(piece.size() / channels, most - frames);
+    const sf_count_t count = read_frames(sound, piece.data(), static_cast<sf_count_t>(wanted));
+    if (count <= 0) break;
     for (std::size_t channel = 0; channel < channels; ++channel) {
-      for (std::size_t frame = 0; frame < got; ++frame) {
+      for (std::size_t frame = 0; frame < static_cast<std::size_t>(count); ++frame) {
         samples[channel].push_back(piece[frame * channels + channel]);
       }
     }
+    frames += static_cast<std::size_t>(count);
   }
   for (auto& channel : samples) channel.shrink_to_fit();
-  return samples;
+  return frames;
+}
+
+template <typename Sample, typename ReadFrames, typename... Divisor>
+std::vector<StoredChannel> Frames(SNDFILE* sound, std::size_t channels, std::size_t most,
+                                  ReadFrames read_frames, Divisor... divisor) {
+  std::vector<std::vector<Sample>> samples(channels);
+  AddFrames(sound, most, samples, read_frames);
+  std::vector<StoredChannel> stored;
+  for (auto& channel : samples) stored.emplace_back(std::move(channel), divisor...);
+  return stored;
 }
 
 }  // namespace
@@ -104,50 +150,73 @@ bool LooksLikeSound(std::string_view path, std::string_view first_bytes) {
   return std::ranges::any_of(kMagics, has) || (!is_text && std::ranges::any_of(kEndings, ends_so));
 }
 
-Sound ReadSound(const RecordedFile& file, std::size_t most_samples) {
-  const SoundLibrary& library = Library();
-  SF_INFO info{};
-  const OpenSound sound(library.open_fd(file.Descriptor(), SFM_READ, &info, SF_FALSE));
-  if (!sound) {
-    throw SourceError("The recording '" + file.Path() +
-                      "' cannot be read as a sound file: " + library.strerror(nullptr));
+struct SoundFile::Open {
+  ~Open() {
+    if (sound != nullptr) Library().close(sound);
   }
-  Sound result{.rate = static_cast<double>(info.samplerate), .channels = {}};
-  const auto channels = static_cast<std::size_t>(info.channels);
-  switch (info.format & SF_FORMAT_SUBMASK) {
-    case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8:
-    case SF_FORMAT_PCM_16:
-    case SF_FORMAT_ULAW:
-    case SF_FORMAT_ALAW:
-    case SF_FORMAT_IMA_ADPCM:
-    case SF_FORMAT_MS_ADPCM:
-    case SF_FORMAT_ALAC_16:
-      for (auto& words : ReadFrameByFrame<std::int16_t>(file, sound.get(), channels, most_samples,
-                                                        library.readf_short)) {
-        result.channels.emplace_back(std::move(words), 0x1p15);
-      }
-      break;
-    case SF_FORMAT_PCM_24:
-    case SF_FORMAT_PCM_32:
-    case SF_FORMAT_ALAC_20:
-    case SF_FORMAT_ALAC_24:
-    case SF_FORMAT_ALAC_32:
-      for (auto& words : ReadFrameByFrame<std::int32_t>(file, sound.get(), channels, most_samples,
-                                                        library.readf_int)) {
-        result.channels.emplace_back(std::move(words), 0x1p31);
-      }
-      break;
+  SNDFILE* sound = nullptr;
+  SF_INFO info{};
+};
+
+SoundFile::SoundFile(const RecordedFile& file) : open_(std::make_unique<Open>()) {
+  open_->sound = Library().open_fd(file.Descriptor(), SFM_READ, &open_->info, SF_FALSE);
+  if (open_->sound == nullptr) {
+    throw SourceError("The recording '" + file.Path() +
+                      "' cannot be read as a sound file: " + Library().strerror(nullptr));
+  }
+}
+
+SoundFile::~SoundFile() = default;
+
+double SoundFile::Rate() const { return open_->info.samplerate; }
+
+std::size_t SoundFile::Channels() const { return static_cast<std::size_t>(open_->info.channels); }
+
+bool SoundFile::IsWords() const { return KindOf(open_->info.format) == Kind::kWords16; }
+
+std::optional<std::int64_t> SoundFile::RandomFrames() {
+  const std::int64_t frames = open_->info.frames;
+  if (open_->info.seekable == 0 || !IsUncompressed(open_->info.format) || frames <= 0) return {};
+  // The number of frames in the header is not to be trusted: a file may have been cut.
+  const bool last_is_there = SeekTo(frames - 1) && Next(1).front().Size() == 1;
+  if (!SeekTo(0) || !last_is_there) return {};
+  return frames;
+}
+
+bool SoundFile::SeekTo(std::int64_t frame) {
+  return Library().seek(open_->sound, frame, SEEK_SET) == frame;
+}
+
+std::vector<StoredChannel> SoundFile::Next(std::size_t most_frames) {
+  const SoundLibrary& library = Library();
+  SNDFILE* const sound = open_->sound;
+  switch (KindOf(open_->info.format)) {
+    case Kind::kWords16:
+      return Frames<std::int16_t>(sound, Channels(), most_frames, library.readf_short, 0x1p15);
+    case Kind::kWords32:
+      return Frames<std::int32_t>(sound, Channels(), most_frames, library.readf_int, 0x1p31);
     default:
-      for (auto& values : ReadFrameByFrame<float>(file, sound.get(), channels, most_samples,
-                                                  library.readf_float)) {
-        result.channels.emplace_back(std::move(values));
-      }
+      return Frames<float>(sound, Channels(), most_frames, library.readf_float);
+  }
+}
+
+Sound ReadSound(SoundFile& sound, const RecordedFile& file, std::size_t most_samples) {
+  const std::size_t most_frames = most_samples / sound.Channels();
+  Sound result{.rate = sound.Rate(), .channels = sound.Next(most_frames + 1)};
+  if (result.channels[0].Size() > most_frames) {
+    throw SourceError("The recording '" + file.Path() +
+                      "' is too large to replay: it has more than " + std::to_string(most_samples) +
+                      " samples.");
   }
   if (result.channels[0].Size() == 0) {
     throw SourceError("The recording '" + file.Path() + "' holds no sound.");
   }
   return result;
+}
+
+Sound ReadSound(const RecordedFile& file, std::size_t most_samples) {
+  SoundFile sound(file);
+  return ReadSound(sound, file, most_samples);
 }
 
 }  // namespace vantoscope

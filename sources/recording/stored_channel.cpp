@@ -56,6 +56,10 @@ std::size_t StoredChannel::Size() const {
   return std::visit([](const auto& stored) { return stored.size(); }, stored_);
 }
 
+std::size_t StoredChannel::Bytes() const {
+  return std::visit([](const auto& stored) { return stored.size() * sizeof(stored[0]); }, stored_);
+}
+
 double StoredChannel::operator[](std::size_t index) const {
   return std::visit(
       [&](const auto& stored) {

@@ -24,6 +24,7 @@ class StoredChannel {
     divisor_ = divisor;
   }
   explicit StoredChannel(std::vector<float> values) : stored_(std::move(values)) {}
+  explicit StoredChannel(std::vector<double> values) : stored_(std::move(values)) {}
   /// Keeps values with up to nine decimals, as text files hold them, in the fewest bytes that give
   /// back exactly the same doubles.
   static StoredChannel Packed(std::vector<double> values);
@@ -38,6 +39,7 @@ class StoredChannel {
     return std::holds_alternative<std::vector<std::int16_t>>(stored_);
   }
   [[nodiscard]] std::size_t Size() const;
+  [[nodiscard]] std::size_t Bytes() const;
   [[nodiscard]] double operator[](std::size_t index) const;
   /// Copies the samples from `first` on to all of `values`.
   void Copy(std::size_t first, std::span<double> values) const;
@@ -45,8 +47,6 @@ class StoredChannel {
   [[nodiscard]] Range Extent() const;
 
  private:
-  explicit StoredChannel(std::vector<double> values) : stored_(std::move(values)) {}
-
   std::variant<std::vector<std::int16_t>, std::vector<std::int32_t>, std::vector<float>,
                std::vector<double>>
       stored_;

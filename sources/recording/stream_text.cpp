@@ -117,7 +117,10 @@ void StreamText::WaitForTable(Opening& opening) {
     if (opening.GivenUp()) throw SourceError(opening.Missing());
     if (WaitForBytes(kLookMilliseconds)) ReadAll();
     const std::size_t lines = text_.HeadLines();
-    if (lines > 0 && !first_at) first_at = steady_();
+    if (lines > 0 && !first_at) {
+      first_at = steady_();
+      opening.SetMissing(Subject() + " has sent no more than a line or two yet.");
+    }
     const bool some = lines >= kFewLines && steady_() - *first_at >= kPatience;
     if ((ended_ || some || lines >= TextPieces::kHeadLines) && Settles(opening, ended_)) return;
   }
@@ -131,6 +134,7 @@ bool StreamText::Settles(Opening& opening, bool all) {
   const bool enough = all || text_.HeadLines() >= TextPieces::kHeadLines;
   try {
     text_.Settle(all, !enough);
+    if (all) text_.BeginAnother(true);
     return true;
   } catch (const SourceError& error) {
     if (enough) throw;

@@ -70,7 +70,7 @@ std::string TextPieces::DecodedHead() {
 void TextPieces::Settle(bool all, bool wants_rate) {
   std::string text = DecodedHead();
   std::size_t size = WholeLines(text, line_end_, kHeadLines);
-  if (all && size == 0) size = text.size();
+  if (all && HeadLines() < kHeadLines) size = text.size();
   const std::string_view head = std::string_view(text).substr(0, size);
   layout_ = LayoutOfTable(head, reading_, subject_);
   if (wants_rate && layout_.times && !reading_.rate && !TellsRate(layout_, head)) {
@@ -96,7 +96,7 @@ void TextPieces::BeginTable(std::string text, std::size_t skip) {
 }
 
 void TextPieces::BeginAnother(bool whole) {
-  if (whole && !torn_.empty()) pieces_.push_back({.text = torn_, .lines = 1, .skip = {}});
+  if (whole && !torn_.empty()) pieces_.push_back({.text = torn_, .lines = 1});
   if (!pieces_.empty()) pieces_.back().over = true;
   torn_.clear();
   in_table_ = in_skipped_line_ = false;
@@ -141,7 +141,7 @@ void TextPieces::Cut(std::string_view text) {
   }
   const std::size_t size = text.rfind(line_end_) + 1;  // 0 without a line end
   if (size > 0) {
-    TextPiece piece{.text = std::exchange(torn_, {}), .skip = {}};
+    TextPiece piece{.text = std::exchange(torn_, {})};
     piece.text += text.substr(0, size);
     piece.lines = static_cast<std::size_t>(std::ranges::count(text, line_end_));
     piece.quoted = piece.text.find('"') != std::string::npos;

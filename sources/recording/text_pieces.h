@@ -15,12 +15,13 @@ namespace vantoscope {
 
 /// Whole lines of a table, or, where its text is over, a last one without a line end.
 struct TextPiece {
-  std::string text;                 ///< UTF-8
-  std::size_t lines = 0;            ///< line ends in it
-  bool quoted = false;              ///< a field may hold a line end
-  std::optional<std::size_t> skip;  ///< a table begins, with that many lines ahead of its numbers
-  bool over = false;                ///< its text ends here
-  std::int64_t taken_at = 0;        ///< by a steady clock, in nanoseconds
+  std::string text;       ///< UTF-8
+  std::size_t lines = 0;  ///< line ends in it
+  bool quoted = false;    ///< a field may hold a line end
+  std::optional<std::size_t> skip =
+      {};                     ///< a table begins, with that many lines ahead of its numbers
+  bool over = false;          ///< its text ends here
+  std::int64_t taken_at = 0;  ///< by a steady clock, in nanoseconds
 };
 
 /// Throws SourceError from where a table cannot be read, or another one has other columns.
@@ -35,8 +36,8 @@ class TextPieces {
 
   void Feed(std::string_view bytes);
   /// Takes the first lines, at most kHeadLines of them, for the beginning of the first table. When
-  /// they are all there is, `all`, a line without a line end is one of them. Before it, nothing is
-  /// handed on. With `wants_rate`, times that tell none yet are refused too.
+  /// they are all there is, `all`, a last one without a line end is one of them. Before it, nothing
+  /// is handed on. With `wants_rate`, times that tell none yet are refused too.
   void Settle(bool all, bool wants_rate = false);
   /// The present table is over; `whole` tells that a last line without a line end is one. What is
   /// fed next is the text of another table, which goes on with the same columns, with or without a

@@ -17,7 +17,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds kPatience{20};
+constexpr milliseconds kPatience{100};
 constexpr milliseconds kHangs{1000};
 // A writer that sends line by line does not wake us as often.
 constexpr milliseconds kPause{10};

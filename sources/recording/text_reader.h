@@ -19,7 +19,7 @@ class TextReader {
   static std::unique_ptr<TextReader> Here(std::unique_ptr<TextSource> source);
   /// Reads on a thread of its own, which is left behind where it hangs: a source that waits for
   /// what comes all the time, another one when it is asked. A call stays for the answer while that
-  /// comes within milliseconds.
+  /// comes within a tenth of a second.
   static std::unique_ptr<TextReader> Beside(std::unique_ptr<TextSource> source);
 };
 

@@ -7,11 +7,14 @@
 #include <QApplication>
 #include <QColorDialog>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
 
+#include "presentation/look.h"
+#include "presentation/message_box.h"
 #include "settings/dialog_controls.h"
 #include "tests/dialog/example_fields.h"
 
@@ -142,19 +145,91 @@ TEST_F(DialogTest, EveryCaptionFits) {
   EXPECT_GE(dialog_.font().pointSizeF(), 6.5) << "too small to read";
 }
 
+// The letters are of the colour itself; what lies beside them is the window or an outline, no
+// plate.
 TEST_F(DialogTest, ASampleIsLegibleInEveryColour) {
   for (const QColor color : {"#ffffff", "#ffff00", "#ff0000", "#808080", "#000000"}) {
+    SCOPED_TRACE(color.name().toStdString());
     DialogFields fields = kEveryField;
     fields.BGLabel = color.red() | color.green() << 8 | color.blue() << 16;
     dialog_.Fill(fields);
     const QImage image = Get("BGLabel").grab().toImage();
+    const QColor window = dialog_.palette().color(QPalette::Window);
     bool exact = false;
-    for (int at = 0; at < image.width() * image.height(); ++at)
-      exact |= image.pixel(at % image.width(), at / image.width()) == color.rgb();
-    EXPECT_TRUE(exact) << color.name().toStdString();
-    const QRgb behind = image.pixel(2, image.height() / 2);
-    EXPECT_GT(std::abs(qGray(behind) - qGray(color.rgb())), 70) << color.name().toStdString();
+    double best = 0;
+    for (int at = 0; at < image.width() * image.height(); ++at) {
+      const QColor pixel = image.pixelColor(at % image.width(), at / image.width());
+      exact |= pixel == color;
+      best = std::max(best, Contrast(pixel, color));
+    }
+    EXPECT_TRUE(exact);
+    EXPECT_GE(best, 3);
+    for (int y = 0; y < image.height(); ++y) EXPECT_EQ(image.pixelColor(0, y), window);
   }
+}
+
+// 3 to 1 is what the accessibility guidelines want between parts of a control and what is beside.
+TEST_F(DialogTest, EmptyControlsAndFramesStandOutInLightAndDark) {
+  const QPalette light = QApplication::palette();
+  for (const QColor window : {QColor(0xef, 0xef, 0xef), QColor(0x32, 0x32, 0x32)}) {
+    QApplication::setPalette(QPalette(window));
+    for (const char* name : {"ShowUnitCheck", "MinOption", "CalOption", "TransparencyText",
+                             "OKButton", "Command2", "Frame4"}) {
+      const QImage image = Get(name).grab(QRect(0, 0, 2, Get(name).height())).toImage();
+      double line = 1;
+      for (int y = 0; y < image.height(); ++y) {
+        line = std::max({line, Contrast(image.pixelColor(0, y), window),
+                         Contrast(image.pixelColor(1, y), window)});
+      }
+      EXPECT_GE(line, 3) << name << " on " << window.name().toStdString();
+    }
+  }
+  QApplication::setPalette(light);
+}
+
+TEST_F(DialogTest, TheKeyboardIsSeenFromTheFirstMoment) {
+  const auto ring = [&](const char* name) {
+    return Get(name).grab().toImage().pixelColor(1, Get(name).height() / 2);
+  };
+  const QColor expected = dialog_.palette().color(QPalette::Highlight);
+  EXPECT_EQ(ring("Command1"), expected);
+  EXPECT_GE(Contrast(expected, dialog_.palette().color(QPalette::Window)), 3);
+  for (const char* name : {"HLText", "EnableAlarmCheck", "AveOption", "OKButton"}) {
+    EXPECT_NE(ring(name), expected);
+    Get(name).setFocus();
+    EXPECT_EQ(ring(name), expected) << name;
+  }
+}
+
+TEST_F(DialogTest, TheOptionOfTheEquationStandsOnTheLineOfItsField) {
+  const QImage image = Get("CalOption").grab().toImage();
+  const QColor window = dialog_.palette().color(QPalette::Window);
+  int first = image.height();
+  int last = 0;
+  for (int at = 0; at < image.width() * image.height(); ++at) {
+    if (image.pixelColor(at % image.width(), at / image.width()) == window) continue;
+    first = std::min(first, at / image.width());
+    last = at / image.width();
+  }
+  EXPECT_EQ(first + last + 1, Get("CalText").height());
+}
+
+TEST_F(DialogTest, PickerAndBoxesHaveTheLookOfTheDialog) {
+  MessageBox box(MessageIcon::Critical, "why", QDialogButtonBox::Ok, nullptr);
+  EXPECT_EQ(box.font(), dialog_.font());
+  QTimer::singleShot(0, &dialog_, [&] {
+    QWidget* picker = QApplication::activeModalWidget();
+    EXPECT_EQ(picker->font(), dialog_.font());
+    int coloured = 0;
+    for (const auto* button : picker->findChildren<QPushButton*>()) {
+      EXPECT_TRUE(button->icon().isNull());
+      EXPECT_FALSE(button->text().contains("olor")) << button->text().toStdString();
+      coloured += button->text().contains("olour");
+    }
+    EXPECT_EQ(coloured, 2);
+    picker->close();
+  });
+  Click("Command1");
 }
 
 // Opens the picker of a button and chooses or leaves there; the colour it began with.

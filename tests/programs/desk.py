@@ -5,6 +5,7 @@ import contextlib
 import os
 import pathlib
 import signal
+import subprocess
 
 import gi
 from processes import Program, eventually, program, settles
@@ -37,8 +38,8 @@ class Desk:
         self.settings_file = folder / ".config/vantoscope/Vantoscope.ini"
         self._started = []
 
-    def start(self, *arguments, **environment):
-        self._started.append(Program(arguments, {**self.environment, **environment}))
+    def start(self, *arguments, stdin=subprocess.DEVNULL, **environment):
+        self._started.append(Program(arguments, {**self.environment, **environment}, stdin))
         return self._started[-1]
 
     def meter(self, name, device="sim", index=0, **environment):

@@ -64,9 +64,9 @@ def answers(family, address):
 class Program(subprocess.Popen):
     """A child process with captured output that dies with this one."""
 
-    def __init__(self, arguments, environment, **options):
+    def __init__(self, arguments, environment, stdin=subprocess.DEVNULL, **options):
         self._out, self._err = tempfile.TemporaryFile(), tempfile.TemporaryFile()
-        super().__init__([str(a) for a in arguments], env=environment, stdin=subprocess.DEVNULL,
+        super().__init__([str(a) for a in arguments], env=environment, stdin=stdin,
                          stdout=self._out, stderr=self._err,
                          preexec_fn=lambda: _libc.prctl(1, signal.SIGKILL), **options)
 

@@ -15,6 +15,6 @@ def test_no_reading_stands_behind_a_refused_equation(desk, method):
     at_rest(lambda: desk.reading(meter), 0.6)  # three ticks
     assert desk.find(meter, "button", "OK", MESSAGE).do_action(0)
     desk.shows(meter, "009000")
-    why = "Channel(s) not found in Telvix (#99)."
+    why = "Channel(s) not found in Telvix (#99)"
     eventually(lambda: why in meter.said())
     assert why in desk.find(meter, "reading", "009000").get_description()

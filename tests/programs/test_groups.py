@@ -7,6 +7,7 @@ import signal
 import types
 
 from desk import MESSAGE
+from network import Network
 from processes import eventually, program, settles
 
 CHANNELS = ["1", "2", "3", "4", "5", "6", "7", "8", "DigIn", "Cntr", "RCntr", "999"]
@@ -43,6 +44,46 @@ def test_one_command_opens_a_meter_for_every_channel(desk):
         saved = desk.settings(f"{name.replace('_', ' ')}{index + 1}")
         assert len(saved) == 24 and saved["Caption"] == f"Channel {CHANNELS[index]}"
     assert [entry.name for entry in desk.folder.iterdir() if entry.name[0] != "."] == ["panel"]
+
+
+def test_a_further_meter_is_a_process_like_any_other(desk):
+    """Whatever the first one was started with: nothing of it but the standard descriptors."""
+    first = desk.start("env", "--ignore-signal=HUP", "--block-signal=USR1", "sh", "-c",
+                       'exec "$0" -dSM64:channels=4 -nTank -i-1 7<"$0" <&-', program("vantoscope"))
+    held = set()
+    for index in range(4):
+        window = eventually(lambda i=index: [w for _, title, w in desk.screen.windows()
+                                             if title == f"Tank Channel {i + 1}"])[0]
+        pid = desk.screen.numbers(window, "_NET_WM_PID")[0]
+        assert window.get_wm_class() == ("vantoscope", "vantoscope")
+        files = {fd: os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")}
+        own = {name for fd, name in files.items() if int(fd) > 2 and name[:6] in ("socket", "pipe:[")}
+        assert own and not own & held  # the display's, the bus's
+        held |= own
+        if pid != first.pid:
+            state = dict(line.split(":\t") for line in open(f"/proc/{pid}/status").read().splitlines())
+            assert (state["Name"], state["NSsid"], int(state["SigBlk"], 16)) == (
+                "vantoscope", str(pid), 0)
+            assert int(state["SigIgn"], 16) & 1 << signal.SIGHUP - 1 == 0
+            assert files["0"] == "/dev/null" and program("vantoscope") not in files.values()
+
+
+def test_nobody_notices_a_nursery_that_dies(plain_desk):
+    """It has one thread and no connection, and is killed while the first meter waits for a host."""
+    net = Network(plain_desk)
+    first = net.meter(index=-1)
+    nursery = eventually(lambda: [p for p, words in plain_desk.processes().items()
+                                  if words == ["vantoscope"]])[0]
+    assert os.listdir(f"/proc/{nursery}/task") == [str(nursery)]
+    assert len(os.listdir(f"/proc/{nursery}/fd")) == 4
+    os.kill(nursery, signal.SIGKILL)
+    net.publishing_host("SM64:channels=4")
+
+    def indices():
+        return sorted(words[-1] for pid, words in plain_desk.processes().items()
+                      if words[0] == "vantoscope" and pid != first.pid)
+    assert settles(indices, ["-i1", "-i2", "-i3"]) == ["-i1", "-i2", "-i3"]
+    eventually(lambda: len(plain_desk.screen.windows()) == 4)
 
 
 def test_meters_without_a_place_stand_in_a_grid(each_desk):
@@ -100,7 +141,8 @@ def test_a_group_without_a_device_is_told_and_marked(desk):
     first = desk.start(program("vantoscope"), "run.csv", "-nTank", "-i-1")
     assert "first word" in desk.says(first, "No device was named", MESSAGE)
     desk.screen.close(desk.screen.window(first))
-    for pid in first.pid, *list(desk.processes())[:2]:
+    second = eventually(lambda: [p for p, words in desk.processes().items() if words[-1] == "-i1"])
+    for pid in first.pid, *second:
         eventually(lambda: any("simulator" in said.get_description()
                                for _, _, said in desk.spoken(types.SimpleNamespace(pid=pid))))
     assert first.said().count("\"-drun.csv\"") == 1
@@ -112,3 +154,16 @@ def test_meters_that_share_a_section_say_so(desk):
     second = desk.meter("Tank", index=10)
     eventually(lambda: "section [Tank11] too" in second.said())
     assert "Tank11" not in first.said()
+
+
+def test_no_meter_launches_a_session_bus(desk):
+    """The one in the runtime folder is used, as on a desk; over ssh there is none."""
+    launcher = desk.folder / "dbus-launch"
+    launcher.write_text(f"#!/bin/sh\ntouch {desk.folder}/launched")
+    launcher.chmod(0o755)
+    path = f"{desk.folder}:{os.environ['PATH']}"
+    alone = desk.meter("A", DBUS_SESSION_BUS_ADDRESS="", XDG_RUNTIME_DIR="", PATH=path)
+    desk.screen.window(alone, "A")
+    there = desk.meter("B", DBUS_SESSION_BUS_ADDRESS="", PATH=path)
+    desk.goes_on(there)  # as a screen reader hears it
+    assert not (desk.folder / "launched").exists()

@@ -35,8 +35,10 @@ TEST(ProfileTextTest, FindsTheFirstKeyOfTheSection) {
       {"[Tank3]\nMath\nMathUnit=1\n", std::nullopt},
       {"[Tank3\nMath=1\n", std::nullopt},
       {"", std::nullopt}};
-  for (const auto& [text, value] : rows)
+  for (const auto& [text, value] : rows) {
     EXPECT_EQ(FindProfileValue(text, "Tank3", "Math"), value) << text;
+    EXPECT_EQ(FindProfileValue(SectionOf(text, "Tank3"), "Tank3", "Math"), value) << text;
+  }
 }
 
 TEST(ProfileTextTest, ChangesOneValueAndNothingElse) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "presentation/beside.h"
+
 namespace vantoscope {
 
 // Two screens beside each other, the left one with a panel of 30 pixels at its top. A window is 200
@@ -38,6 +40,32 @@ TEST(ReachTest, AWindowMovesOnlyWhenTooLittleOfItShows) {
   const QRectF huge(-3000, -5000, 4000, 3000);
   EXPECT_EQ(WithinReach(huge, 20, areas).topLeft(), QPointF(0, 30));
   EXPECT_EQ(WithinReach(huge, 20, {}), huge);
+}
+
+// A screen of 1000 by 800 with a panel of 30 pixels at its top; the window is 400 by 300, and wants
+// to be at 180, 270.
+TEST(BesideTest, AWindowOpensNearestToItsPlaceWithTheMeterInSight) {
+  struct Row {
+    const char* name;
+    QRect meter;
+    QPoint seen;
+  };
+  const Row rows[] = {
+      {"out of the way", {700, 100, 200, 100}, {180, 270}},
+      {"touching is no covering", {580, 270, 200, 100}, {180, 270}},
+      {"to the right of it", {100, 400, 100, 60}, {208, 270}},
+      {"to the left of it", {560, 400, 200, 60}, {152, 270}},
+      {"below it", {200, 200, 600, 80}, {180, 288}},
+      {"above it", {60, 540, 700, 100}, {180, 232}},
+      {"no room but on the left", {450, 40, 540, 760}, {42, 270}},
+      {"all covered: where least of it is", {0, 30, 1000, 700}, {180, 500}},
+      {"on another screen", {1200, 300, 300, 100}, {180, 270}},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Beside(row.meter, {400, 300}, {180, 270}, {0, 30, 1000, 770}), row.seen) << row.name;
+  }
+  EXPECT_EQ(Beside({0, 0, 9, 9}, {400, 300}, {700, 900}, {0, 30, 1000, 770}), QPoint(600, 500));
+  EXPECT_EQ(Beside({300, 300, 9, 9}, {4000, 3000}, {180, 270}, {0, 30, 1000, 770}), QPoint(0, 30));
 }
 
 }  // namespace vantoscope
