@@ -152,7 +152,9 @@ class LongRecording : public testing::Test {
   }
   /// Waits for what is still being read.
   static std::vector<double> Newest(Device& device, std::size_t channel, std::int16_t count) {
-    for (int i = 0; i < 1000; ++i) {
+    using std::chrono::steady_clock;
+    for (const auto end = steady_clock::now() + std::chrono::seconds(20);
+         steady_clock::now() < end;) {
       if (const auto block = device.GetData(count, kEngineeringUnits)) {
         const std::span<const double> values = block->Channel(channel);
         return {values.begin(), values.end()};
