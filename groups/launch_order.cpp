@@ -45,8 +45,8 @@ LaunchOrder OrderOf(const std::string& command_text, int window_style, const std
   order.words[0] = WithoutExe(order.words[0]);
   if (window_style == kShowNoActivate) order.marks.push_back(Mark(kNoFocusVariable, "1"));
   if (!mailbox.empty()) order.marks.push_back(Mark(kMailboxVariable, mailbox));
-  if (const char* no_device = std::getenv(kNoDeviceVariable)) {
-    order.marks.push_back(Mark(kNoDeviceVariable, no_device));
+  for (const char* of_group : {kNoDeviceVariable, kFrameVariable}) {
+    if (const char* value = std::getenv(of_group)) order.marks.push_back(Mark(of_group, value));
   }
   return order;
 }

@@ -20,6 +20,9 @@ inline constexpr const char* kMailboxVariable = "VANTOSCOPE_LAUNCHER";
 /// In the environment of a child: its place in the grid of the group, as TextOf writes it; the
 /// child removes it again.
 inline constexpr const char* kPlaceVariable = "VANTOSCOPE_PLACE";
+/// In the environment of a group, once its first meter knows it: the frame of its windows, as two
+/// corners parted by a blank, the upper left one first.
+inline constexpr const char* kFrameVariable = "VANTOSCOPE_FRAME";
 
 struct LaunchOrder {
   std::string command_text;        ///< as it was asked for

@@ -37,6 +37,8 @@ class Form0 final : public QWidget, public MeterWindow {
 
   /// The outer corner, in device pixels, where no setting tells one by the time of Open.
   void SuggestPlace(const QPoint& corner) { place_.Suggest(corner); }
+  /// The frame that it will get, in device pixels, until the window manager tells it.
+  void SuggestFrame(const QMargins& frame) { place_.SuggestFrame(frame); }
   Room RoomAtPointer() { return place_.RoomAtPointer(); }
   /// Shows the window in the state that the MeterWindow calls have left.
   void Open();

@@ -83,7 +83,10 @@ std::optional<X11Look> WindowPlace::Look() {
     look->frame = window_.windowHandle()->frameMargins() * window_.devicePixelRatioF();
     look->stretched = window_.isMaximized() || window_.isFullScreen();
   }
-  if (look && (framed_ || look->on_screen)) frame_ = look->frame;
+  if (look && (framed_ || look->on_screen)) {
+    const bool told = phase_ != Phase::NotShown || !look->frame.isNull();
+    if (told) frame_ = look->frame;
+  }
   return look;
 }
 

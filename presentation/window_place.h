@@ -56,6 +56,10 @@ class WindowPlace {
   void SetHeight(double height);
   /// The outer corner, in device pixels, for a side that nobody asks for by the time of Show.
   void Suggest(const QPoint& corner) { suggested_ = corner; }
+  /// The frame, in device pixels, that holds until the window manager tells one.
+  void SuggestFrame(const QMargins& frame) {
+    if (frame_.isNull()) frame_ = frame;
+  }
   /// The client area that goes with Outer.
   QSizeF ClientSize();
 

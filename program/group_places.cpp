@@ -3,7 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <string>
+#include <string_view>
 
+#include "groups/launch_order.h"
 #include "settings/settings_table.h"
 #include "text/numbers.h"
 
@@ -22,7 +26,25 @@ int DefaultSize(SettingsKey key, double scale) {
   return DevicePixels(PixelsFromTwips({NumberFromText(EntryOf(key).fallback)}), scale);
 }
 
+void TellFrame(const QMargins& frame) {
+  if (frame.isNull()) return;
+  const std::string text = TextOf(Corner{.left = frame.left(), .top = frame.top()}) + " " +
+                           TextOf(Corner{.left = frame.right(), .top = frame.bottom()});
+  setenv(kFrameVariable, text.c_str(), 1);
+}
+
 }  // namespace
+
+QMargins TakeFrameOfGroup() {
+  const char* const value = std::getenv(kFrameVariable);
+  const std::string text = value != nullptr ? value : "";
+  unsetenv(kFrameVariable);
+  const std::size_t blank = std::min(text.find(' '), text.size());
+  const auto upper = CornerFrom(std::string_view(text).substr(0, blank));
+  const auto lower = CornerFrom(std::string_view(text).substr(std::min(blank + 1, text.size())));
+  if (!upper || !lower) return {};
+  return {upper->left, upper->top, lower->left, lower->top};
+}
 
 Corner GroupPlaces::Of(int index) {
   if (!grid_) grid_.emplace(Room(), count_());
@@ -31,6 +53,7 @@ Corner GroupPlaces::Of(int index) {
 
 GridRoom GroupPlaces::Room() {
   const auto [area, scale, frame] = form_.RoomAtPointer();
+  TellFrame(frame);
   // The reading keeps a pixel at least, however thick the frame is.
   const int narrowest = frame.left() + frame.right() + 1;
   const int lowest = frame.top() + frame.bottom() + 1;

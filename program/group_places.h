@@ -3,6 +3,7 @@
 // them is started, and handed to each, so that all agree although they start at different times.
 #pragma once
 
+#include <QMargins>
 #include <functional>
 #include <optional>
 
@@ -26,5 +27,9 @@ class GroupPlaces {
   std::function<int()> count_;
   std::optional<Grid> grid_;
 };
+
+/// The frame of this window as the first meter of its group has found it, in device pixels; empty
+/// where there is none. Takes it out of the environment.
+QMargins TakeFrameOfGroup();
 
 }  // namespace vantoscope

@@ -171,6 +171,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   const bool in_group = TakeMark(kNoFocusVariable);
   const bool group_without_device = TakeMark(kNoDeviceVariable);
   std::optional<Corner> place = CornerFrom(TakeText(kPlaceVariable).value_or(""));
+  const QMargins frame = TakeFrameOfGroup();
   LaunchReport launcher(IndexOf(command_line));
   const WordCheck words = SayWordsWithoutEffect(command_line);
   if (words.names_no_device) setenv(kNoDeviceVariable, "1", 1);
@@ -233,6 +234,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   }
   if (OpensGroup(command_line)) place = places.Of(0);
   if (place) form.SuggestPlace({place->left, place->top});
+  form.SuggestFrame(frame);
   form.Open();
   RequireDigits(form.ReadingFont());
   launcher.Started();

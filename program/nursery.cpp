@@ -50,7 +50,7 @@ bool KeepDescriptors(int socket) {
 
 void SetMarks(const std::vector<std::string>& marks) {
   for (const char* variable :
-       {kNoFocusVariable, kNoDeviceVariable, kMailboxVariable, kPlaceVariable}) {
+       {kNoFocusVariable, kNoDeviceVariable, kMailboxVariable, kPlaceVariable, kFrameVariable}) {
     unsetenv(variable);
   }
   for (const std::string& mark : marks) {

@@ -51,7 +51,8 @@ std::optional<ProcessWords> ProcessWords::Find() {
 }
 
 bool ProcessWords::Show(const std::vector<std::string>& words) const {
-  static std::vector<char> shown;  // the system reads it there
+  // The system reads it there, up to the very end of the process.
+  static auto& shown = *new std::vector<char>();
   std::vector<char> text;
   for (const std::string& word : words) {
     text.insert(text.end(), word.c_str(), word.c_str() + word.size() + 1);
