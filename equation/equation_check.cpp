@@ -94,7 +94,7 @@ class Surprise {
 
   [[nodiscard]] std::string OtherMeaning() const {
     const std::string digits(typed_.substr(use_.where.end, DigitsBehind()));
-    const std::string joined = "the " + digits + " behind " + Written() + " joins its number";
+    std::string joined = "the " + digits + " behind " + Written() + " joins its number";
     const std::string meaning = labels_.Written(use_.token);
     if (written_ == meaning || written_.starts_with('#')) {
       if (digits.empty()) return "";
