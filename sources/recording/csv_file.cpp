@@ -22,7 +22,6 @@ namespace {
 constexpr std::size_t kMostColumns = 32766;  // their numbers, without kFineChannel
 constexpr std::size_t kHeadBytes = std::size_t{1} << 18U;
 constexpr std::size_t kPieceBytes = std::size_t{1} << 16U;
-constexpr std::uint64_t kLeastTail = std::uint64_t{1} << 20U;
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -37,11 +36,11 @@ std::string ReadHead(RecordedFile& file) {
   return head;
 }
 
-/// A line without a line end is left out, unless it is the only one and nobody is writing it.
-std::string_view WholeLines(std::string_view head, bool followed) {
+/// A line without a line end is left out, unless it is the only one.
+std::string_view WholeLines(std::string_view head) {
   const std::size_t last_end = head.find_last_of("\r\n");
   if (last_end != head.npos) return head.substr(0, last_end + 1);
-  return followed ? std::string_view() : head;
+  return head;
 }
 
 /// The first analog channel goes to the front of the list and the last one, which has the highest
@@ -152,12 +151,12 @@ CsvFile::CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, 
     : file_(std::move(file)) {
   const std::string bytes = ReadHead(*file_);
   decoder_ = TextDecoder(bytes);
-  const std::string head(WholeLines(
-      decoder_.Decode(std::string_view(bytes).substr(decoder_.MarkSize())), reading.followed));
+  const std::string head(
+      WholeLines(decoder_.Decode(std::string_view(bytes).substr(decoder_.MarkSize()))));
   decoder_.Restart();
   layout_ = LayoutOfTable(head, reading, TheRecording(file_->Path()));
   bytes_per_line_ = bytes.size() / static_cast<std::size_t>(1 + std::ranges::count(head, '\n')) + 1;
-  rows_ = std::make_unique<CsvRows>(layout_, reading.followed, std::move(take));
+  rows_ = std::make_unique<CsvRows>(layout_, false, std::move(take));
   file_->Seek(decoder_.MarkSize());
 }
 
@@ -186,11 +185,6 @@ bool CsvFile::ReadOn(std::size_t most_bytes) {
     read += bytes.size();
     any = true;
     bytes = decoder_.Decode(bytes);
-    if (inside_skipped_line_) {
-      const std::size_t end = bytes.find('\n');
-      inside_skipped_line_ = end == std::string_view::npos;
-      bytes.remove_prefix(inside_skipped_line_ ? bytes.size() : end + 1);
-    }
     try {
       rows_->Feed(bytes);
     } catch (const SourceError& error) {
@@ -199,16 +193,6 @@ bool CsvFile::ReadOn(std::size_t most_bytes) {
     }
   }
   return any;
-}
-
-void CsvFile::SkipToLast(std::size_t lines) {
-  const std::uint64_t bytes = std::max<std::uint64_t>(kLeastTail, 4 * lines * bytes_per_line_);
-  const std::uint64_t size = file_->Size();
-  if (size <= file_->Position() + bytes) return;
-  const std::uint64_t start = size - bytes;
-  file_->Seek(start - (start - decoder_.MarkSize()) % decoder_.UnitSize());
-  rows_->SkipNoMore();
-  inside_skipped_line_ = true;
 }
 
 std::size_t CsvFile::NumberOfLine(std::size_t line) {

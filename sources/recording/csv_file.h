@@ -95,9 +95,8 @@ std::string ExplainTable(const std::string& subject, const CsvLayout& layout, do
 
 class CsvFile {
  public:
-  /// Finds the layout from the first quarter of a mebibyte; of a `followed` file only whole lines
-  /// count. Throws SourceError when the file cannot be read or has no numeric column, or when its
-  /// times are not understood and no rate is given.
+  /// Finds the layout from the first quarter of a mebibyte. Throws SourceError when the file cannot
+  /// be read or has no numeric column, or when its times are not understood and no rate is given.
   CsvFile(std::unique_ptr<RecordedFile> file, const CsvReading& reading, CsvRows::Take take);
 
   [[nodiscard]] const CsvLayout& Layout() const { return layout_; }
@@ -114,9 +113,6 @@ class CsvFile {
   bool ReadOn(std::size_t most_bytes);
   /// A last line without a line end counts if it is whole.
   void Finish();
-  /// Goes on near the end of a long file, so that at least `lines` lines should be left; four times
-  /// as many as the first lines of the file suggest, and no less than a mebibyte.
-  void SkipToLast(std::size_t lines);
   /// The number in the file, counted from 1, of a line that CsvRow::line counts. Reads the file
   /// anew: nothing can be read on after it.
   [[nodiscard]] std::size_t NumberOfLine(std::size_t line);
@@ -138,7 +134,6 @@ class CsvFile {
   CsvLayout layout_;
   std::size_t bytes_per_line_ = 0;
   std::unique_ptr<CsvRows> rows_;
-  bool inside_skipped_line_ = false;
   bool said_end_ = false;
 };
 

@@ -88,14 +88,6 @@ void CsvRows::Finish() {
   finishing_ = false;
 }
 
-void CsvRows::Jump(const std::vector<double>& values) {
-  values_.assign(values_.size(), std::numeric_limits<double>::quiet_NaN());
-  std::ranges::copy(values, values_.begin());
-  next_ = values_;
-  blank_lines_ = 0;
-  SkipNoMore();
-}
-
 void CsvRows::SkipLines(std::size_t lines) {
   line_ = 0;
   layout_.lines_to_skip = lines;

@@ -59,21 +59,18 @@ class CsvRows {
   /// The file is over: a last line without a line end counts if no field is missing. What is fed
   /// later is another file.
   void Finish();
+  /// Behind a line end: no quote is open.
+  [[nodiscard]] bool AtLineStart() const { return guard_.AtLineStart(); }
   /// Forgets all it knows of what came before, and goes on with that line.
   void Restart(const CsvRestart& from);
   /// Where reading can begin behind the bytes that were fed, which end with a line feed. Nothing
   /// inside of a quoted field, ahead of the first line that counts, behind a blank line, or when
   /// the table has ended.
   [[nodiscard]] std::optional<CsvRestart> RestartHere() const;
-  /// What is fed next are whole lines of the table from elsewhere; their empty fields repeat those
-  /// values, nan without any.
-  void Jump(const std::vector<double>& values);
   /// Of the last line that counted.
   [[nodiscard]] const std::vector<double>& Values() const { return values_; }
   /// What is fed next begins with that many lines that are not blank ahead of the numbers.
   void SkipLines(std::size_t lines);
-  /// From here on the lines are part of the table; skips nothing more.
-  void SkipNoMore() { line_ = layout_.lines_to_skip; }
   /// Whether another table began, which is not read.
   [[nodiscard]] bool TableEnded() const { return ended_; }
 

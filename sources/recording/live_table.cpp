@@ -2,10 +2,14 @@
 #include "sources/recording/live_table.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace vantoscope {
 namespace {
+
+// Number of a line behind all headers.
+constexpr std::size_t kFurtherOn = std::numeric_limits<std::size_t>::max() / 2;
 
 /// Words behind a blank line are no row; without it they may be one.
 bool EndsWithBlankLine(std::string_view text) {
@@ -23,7 +27,7 @@ LiveTable::LiveTable(const CsvLayout& layout, std::size_t channels, ToScan to_sc
       rows_(layout, true, [this](const CsvRow& row) { Take(row); }),
       scan_(channels),
       values_(std::make_unique_for_overwrite<double[]>(channels * kHeldScans)) {
-  rows_.SkipNoMore();
+  rows_.SkipLines(0);
 }
 
 void LiveTable::Add(TextPiece piece) {
@@ -54,7 +58,7 @@ std::size_t LiveTable::Read(std::size_t scans) {
 
 /// Whether more has come than is wanted.
 bool LiveTable::MayLeaveOut(std::size_t scans) const {
-  if (every_) return false;
+  if (every_ || !rows_.AtLineStart()) return false;
   std::size_t bytes = 0;
   for (std::size_t i = next_; i < pieces_.size(); ++i) bytes += pieces_[i].text.size();
   return bytes > read_anyway_ && PieceBack(pieces_.size(), scans) > next_;
@@ -72,7 +76,7 @@ std::size_t LiveTable::PieceBack(std::size_t from, std::size_t lines) const {
 /// Begins another run with that piece.
 void LiveTable::BeginAt(std::size_t piece) {
   if (run_ == 0 && next_ == 0) before_ = rows_.Values();
-  rows_.Jump(piece == 0 ? before_ : std::vector<double>());
+  rows_.Restart({.line = kFurtherOn, .values = piece == 0 ? before_ : std::vector<double>()});
   begin_ = total_;
   run_ = next_ = piece;
 }

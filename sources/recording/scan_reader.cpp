@@ -28,7 +28,9 @@ class PieceCache {
   void Put(std::shared_ptr<const ScanPiece> piece) {
     Entry& entry = entries_[piece->first];
     if (entry.piece) bytes_ -= entry.bytes;
-    entry = {.bytes = piece->Bytes(), .used = ++uses_, .piece = std::move(piece)};
+    entry.bytes = piece->Bytes();
+    entry.used = ++uses_;
+    entry.piece = std::move(piece);
     bytes_ += entry.bytes;
   }
 

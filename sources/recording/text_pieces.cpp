@@ -91,8 +91,10 @@ void TextPieces::BeginTable(std::string text, std::size_t skip) {
   if (pieces_.size() == before) return;  // one line without a line end
   TextPiece& piece = pieces_[before];
   piece.skip = skip;
-  // Quotes ahead of the numbers do no harm.
-  piece.quoted = piece.text.find('"', WholeLines(piece.text, line_end_, skip)) != piece.text.npos;
+  // Quotes ahead of the numbers do no harm when they are closed there.
+  const std::size_t ahead = WholeLines(piece.text, line_end_, skip);
+  const auto quotes = std::ranges::count(std::string_view(piece.text).substr(0, ahead), '"');
+  piece.quoted = quotes % 2 != 0 || piece.text.find('"', ahead) != piece.text.npos;
 }
 
 void TextPieces::BeginAnother(bool whole) {

@@ -9,6 +9,8 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
+#include <future>
+#include <thread>
 
 #include "sources/recording/live_table.h"
 #include "tests/support/refusal.h"
@@ -103,6 +105,40 @@ TEST(LiveTable, EveryScanIsThereForWhomItIsReadInFull) {
   table.Read(1);
   EXPECT_EQ(table.Total(), 20'000);
   EXPECT_EQ(sum, 20'000.0 * 19'999 / 2);
+}
+
+/// Answers once it is let go.
+class HangingText final : public TextSource {
+ public:
+  HangingText(std::shared_future<void> go, bool waits) : go_(std::move(go)), waits_(waits) {}
+  [[nodiscard]] std::string Subject() const override { return "It"; }
+  [[nodiscard]] const CsvLayout& Layout() const override { return layout_; }
+  TextNews Begin() override { return {}; }
+  TextNews Read() override {
+    go_.wait();
+    return {.gone = "It is over."};
+  }
+  [[nodiscard]] bool Waits() const override { return waits_; }
+
+ private:
+  std::shared_future<void> go_;
+  bool waits_;
+  CsvLayout layout_;
+};
+
+TEST(TextReader, HoldsNobodyWhileItsTextHangs) {
+  for (const bool waits : {true, false}) {
+    std::promise<void> go;
+    const std::shared_future<void> gone = go.get_future().share();
+    TextReader::Beside(std::make_unique<HangingText>(gone, waits))->Take();
+    const auto reader = TextReader::Beside(std::make_unique<HangingText>(gone, waits));
+    EXPECT_FALSE(reader->Take().gone);
+    EXPECT_FALSE(reader->Take().gone);
+    go.set_value();
+    std::optional<std::string> end;
+    while (!(end = reader->Take().gone)) std::this_thread::yield();
+    EXPECT_EQ(end, "It is over.");
+  }
 }
 
 class Rotation : public testing::Test {
