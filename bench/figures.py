@@ -13,9 +13,8 @@ def figure(value):
     """Two digits of it, three where it begins with a one: 0.25, 1.04, 12.5, 20,000."""
     if value == 0 or not math.isfinite(value):
         return f"{value:g}"
-    places = -math.floor(math.log10(abs(value))) + 1
-    if f"{abs(value):e}"[0] == "1":
-        places += 1
+    digits, exponent = f"{abs(value):.1e}".split("e")
+    places = 1 - int(exponent) + digits.startswith("1")
     return f"{round(value, places):,.{max(0, places)}f}"
 
 

@@ -2,6 +2,13 @@
 // What it costs one meter to load and to save its section of a file that 64 meters share. The CPU
 // column is the one to look at: 20 ms for a save, 5 ms for a load are the limits.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
 
 #include "settings/profile_file.h"
 #include "settings/settings.h"
@@ -77,6 +84,37 @@ void SaveUnchanged(benchmark::State& state) {
   for (auto _ : state) SaveSettings(bench.meter);
 }
 BENCHMARK(SaveUnchanged)->Unit(benchmark::kMillisecond);
+
+std::string Content(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The least that a load can cost: the file, read at once.
+void PlainRead(benchmark::State& state) {
+  const Bench bench;
+  const std::string path = bench.profile.PathOf("Vantoscope.ini");
+  for (auto _ : state) benchmark::DoNotOptimize(Content(path));
+}
+BENCHMARK(PlainRead)->Unit(benchmark::kMillisecond);
+
+/// The least that a save can cost which loses nothing: the same bytes in a new file, on the disk,
+/// that replaces the old one.
+void PlainReplace(benchmark::State& state) {
+  const Bench bench;
+  const std::string path = bench.profile.PathOf("Vantoscope.ini");
+  const std::string text = Content(path);
+  const std::string fresh = path + ".new";
+  for (auto _ : state) {
+    const int file = open(fresh.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+    if (file < 0 || write(file, text.data(), text.size()) < 0 || fsync(file) != 0) {
+      state.SkipWithError("cannot write");
+    }
+    close(file);
+    std::rename(fresh.c_str(), path.c_str());
+  }
+}
+BENCHMARK(PlainReplace)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace vantoscope

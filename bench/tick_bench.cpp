@@ -3,8 +3,11 @@
 // statistics alone, beside a plain loop of dependent additions over the same numbers.
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "bench/allocations.h"
 #include "bench/quiet_meter.h"
@@ -49,6 +52,27 @@ BENCHMARK_CAPTURE(Tick, Ave, kMethodAve)->Apply(Windows);
 BENCHMARK_CAPTURE(Tick, RMS, kMethodRms)->Apply(Windows);
 BENCHMARK_CAPTURE(Tick, ACRMS, kMethodAcRms)->Apply(Windows);
 BENCHMARK_CAPTURE(Tick, Calc, kMethodCalc)->Apply(OneWindow);
+
+/// What any program would do for such a reading: a new block from 16-bit words with factor and
+/// offset, the root mean square of one channel, and its text.
+void PlainTick(benchmark::State& state) {
+  const auto channels = static_cast<std::size_t>(state.range(0));
+  const auto scans = static_cast<std::size_t>(state.range(1));
+  const std::vector<std::int16_t> words(channels * scans, 15);
+  double factor = 0.5;
+  benchmark::DoNotOptimize(factor);
+  std::array<char, 32> text{};
+  for (auto _ : state) {
+    const auto values = std::make_unique_for_overwrite<double[]>(words.size());
+    for (std::size_t i = 0; i < words.size(); ++i) values[i] = 1 + factor * words[i];
+    double sum = 0;
+    for (std::size_t i = 0; i < scans; ++i) sum += values[i] * values[i];
+    benchmark::ClobberMemory();
+    std::snprintf(text.data(), text.size(), "%.5f", std::sqrt(sum / static_cast<double>(scans)));
+    benchmark::DoNotOptimize(text.data());
+  }
+}
+BENCHMARK(PlainTick)->Apply(Windows);
 
 constexpr std::int32_t kScans = 32767;
 

@@ -208,7 +208,8 @@ CompletionList CompletionsAt(std::string_view equation, std::size_t cursor,
   list.items = Offers(typed, channels).Take();
   const std::string_view word = equation.substr(list.word.begin, list.word.Size());
   list.whole = std::ranges::any_of(list.items, [&](const Completion& c) { return c.text == word; });
-  std::ranges::stable_partition(list.items, [&](const Completion& c) { return c.text == word; });
+  std::stable_partition(list.items.begin(), list.items.end(),
+                        [&](const Completion& c) { return c.text == word; });
   if (list.word.end < equation.size() && equation[list.word.end] == '(') {
     for (Completion& item : list.items) {
       if (item.text.ends_with('(')) item.text.pop_back();

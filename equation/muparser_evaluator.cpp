@@ -101,6 +101,7 @@ const char* NameEnd(const char* at) {
 /// The name as the grammar knows it: in small letters, where that is a name and this is none.
 std::string KnownName(std::string_view name) {
   std::string small(name);
+  if (std::none_of(name.begin(), name.end(), IsCapital)) return small;
   for (char& c : small) c = Lower(c);
   return IsKnownName(small) ? small : std::string(name);
 }
@@ -112,7 +113,8 @@ const char* FoldName(const char* start, std::string& folded) {
   folded += name;
   const char* bracket = at;
   while (IsBlank(*bracket)) ++bracket;
-  return *bracket == '(' && FindFunction(name) != nullptr ? bracket : at;
+  const bool parted = bracket != at && *bracket == '(';
+  return parted && FindFunction(name) != nullptr ? bracket : at;
 }
 
 /// Every run of signs becomes one sign, by parity: a negative number is written right behind the

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Any bytes as a CSV file: layout, times and lines. The lines must be the same whether they come in
-// one piece or byte by byte.
+// one piece, byte by byte, or by an index from stretches of some size.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <limits>
 #include <span>
 #include <string>
@@ -15,6 +16,7 @@
 
 #include "meter/data_source.h"
 #include "sources/recording/csv_encoding.h"
+#include "sources/recording/csv_index.h"
 #include "sources/recording/csv_layout.h"
 #include "sources/recording/csv_rows.h"
 #include "sources/recording/csv_times.h"
@@ -52,6 +54,30 @@ std::vector<double> Values(const CsvLayout& layout, std::string_view text, std::
   Require(std::ranges::is_sorted(line.times));
   values.push_back(line.rate.value_or(0));
   return values;
+}
+
+using Take = CsvRows::Take;
+
+/// Every value and time of every line.
+std::vector<double> Lines(const std::function<void(const Take&)>& read) {
+  std::vector<double> values;
+  read([&](const CsvRow& row) {
+    values.insert(values.end(), row.values.begin(), row.values.end());
+    values.push_back(row.seconds.value_or(std::numeric_limits<double>::quiet_NaN()));
+  });
+  return values;
+}
+
+std::vector<double> LinesByIndex(const CsvLayout& layout, std::string_view text,
+                                 std::size_t stretch) {
+  const auto read = [text](std::uint64_t offset, std::span<char> to) {
+    return text.copy(to.data(), to.size(), std::min<std::size_t>(offset, text.size()));
+  };
+  vantoscope::CsvIndex index("", {read, {}}, layout, {}, stretch);
+  while (!index.Complete()) index.ReadOn();
+  return Lines([&](const Take& take) {
+    for (const vantoscope::CsvStretch& each : index.Stretches()) index.Read(each, take);
+  });
 }
 
 /// The same numbers, nan like nan.
@@ -110,5 +136,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t whole = text.size() + 1;
   Require(Same(Values(layout, text, whole | 1U), Values(layout, text, 1)));
   Require(Same(Values(layout, text, whole + whole % 2), Values(layout, text, 2)));
+  const auto lines = Lines([&](const Take& take) {
+    CsvRows rows(layout, false, take);
+    rows.Feed(text);
+    rows.Finish();
+  });
+  for (const std::size_t stretch : {1 + size % 97, 1 + size / 3, whole}) {
+    Require(Same(LinesByIndex(layout, text, stretch), lines));
+  }
   return 0;
 }

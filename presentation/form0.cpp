@@ -3,6 +3,7 @@
 
 #include <QCloseEvent>
 #include <QCursor>
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QScreen>
@@ -99,8 +100,11 @@ Form0::Form0(bool take_focus)
   timer2_.start();
 }
 
+// Looking through the fonts takes longer than all else, and the window manager has the time to tell
+// its frame, so that the window is shown in its final size at once.
 void Form0::Open() {
   opened_ = true;
+  QFontDatabase::hasFamily(label1_->font().family());
   place_.Show();
 }
 
@@ -126,7 +130,7 @@ void Form0::SetDoubt(ReadingState state, std::string_view sentence) {
 QFont Form0::ReadingFont() const { return label1_->font(); }
 void Form0::Announce(std::string_view sentence) { announcer_.Say(Text(sentence)); }
 
-std::string Form0::Reading() const { return label1_->text().toStdString(); }
+std::string Form0::Reading() const { return label1_->Text().toStdString(); }
 
 bool Form0::ReadingIsCut() const { return label1_->IsCut(); }
 

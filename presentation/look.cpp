@@ -189,10 +189,13 @@ QColor LineColor(const QPalette& palette) {
 void GiveLook(QWidget& window) {
   window.setFont(TextFont(window));
   if (dynamic_cast<Look*>(QApplication::style()) != nullptr) return;
-  QApplication::setStyle(new Look);
+  auto* look = new Look;
+  look->setParent(qApp);
+  QApplication::setStyle(look);
   QApplication::setPalette(Colors());
   QApplication::setFont(window.font());  // of menus and tool tips too
-  QCoreApplication::installTranslator(new BritishWords(qApp));
+  static BritishWords words;
+  QCoreApplication::installTranslator(&words);
 }
 
 double Contrast(const QColor& one, const QColor& other) {

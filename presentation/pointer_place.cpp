@@ -13,17 +13,19 @@ constexpr int kLooksAtRest = 20;
 
 }  // namespace
 
+// A rest begins before the question, so that what happens after the answer ends it.
 QPoint PointerPlace::Look() {
   if (rests_ && !rest_->IsOver() && ++unasked_ < kLooksAtRest) return place_;
   unasked_ = 0;
+  if (std::exchange(missed_, false) && !rest_->IsOver()) rest_.reset();
+  const bool rested = rests_;
+  rests_ = rested ? !rest_->IsOver() : still_ >= kStillLooks && CanRest() && rest_->Begin();
   const QPoint now = ask_();
-  CheckTheRest(now);
   still_ = now == place_ ? still_ + 1 : 0;
+  // The word of a use that is only just over may still be on its way, but not for a whole tick.
+  missed_ = rested && rests_ && still_ == 0;
+  if (missed_) rests_ = false;
   place_ = now;
-  if (!rests_ && still_ >= kStillLooks && CanRest() && rest_->Begin()) {
-    rests_ = true;
-    place_ = ask_();  // what happened up to here ends no rest
-  }
   return place_;
 }
 
@@ -35,18 +37,6 @@ void PointerPlace::Forget() {
 bool PointerPlace::CanRest() {
   if (open_) rest_ = std::exchange(open_, nullptr)();
   return rest_ != nullptr;
-}
-
-// The word of a use that is only just over may still be on its way, but not for a whole tick.
-void PointerPlace::CheckTheRest(const QPoint& now) {
-  if (std::exchange(missed_, false) && !rest_->IsOver()) rest_.reset();
-  if (!rests_) return;
-  if (rest_->IsOver()) {
-    rests_ = false;
-  } else if (now != place_) {
-    rests_ = false;
-    missed_ = true;
-  }
 }
 
 }  // namespace vantoscope

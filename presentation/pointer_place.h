@@ -38,7 +38,6 @@ class PointerPlace {
 
  private:
   bool CanRest();
-  void CheckTheRest(const QPoint& now);
 
   std::function<QPoint()> ask_;
   std::function<std::unique_ptr<PointerRest>()> open_;

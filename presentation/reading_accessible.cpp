@@ -27,7 +27,7 @@ class ReadingInterface final : public QAccessibleWidget,
   }
 
   QString text(QAccessible::Text kind) const override {
-    if (kind == QAccessible::Value) return label_.text();
+    if (kind == QAccessible::Value) return label_.Text();
     if (kind == QAccessible::Description) return Asked().beside;
     return QAccessibleWidget::text(kind);
   }
@@ -38,12 +38,12 @@ class ReadingInterface final : public QAccessibleWidget,
     return state;
   }
 
-  QString text(int start, int end) const override { return label_.text().mid(start, end - start); }
-  int characterCount() const override { return static_cast<int>(label_.text().size()); }
+  QString text(int start, int end) const override { return label_.Text().mid(start, end - start); }
+  int characterCount() const override { return static_cast<int>(label_.Text().size()); }
   QRect characterRect(int offset) const override {
     const QRect all = rect();
     const auto right_of = [&](int count) {
-      return label_.fontMetrics().horizontalAdvance(label_.text(), count);
+      return label_.fontMetrics().horizontalAdvance(label_.Text(), count);
     };
     return {all.x() + right_of(offset), all.y(), right_of(offset + 1) - right_of(offset),
             all.height()};

@@ -12,10 +12,10 @@
 
 namespace vantoscope {
 
-ReadingLabel::ReadingLabel(QWidget* parent) : QLabel(parent) {
+ReadingLabel::ReadingLabel(QWidget* parent) : QWidget(parent) {
   InstallReadingAccessible();
   setAttribute(Qt::WA_OpaquePaintEvent);
-  setTextFormat(Qt::PlainText);
+  setObjectName("Label1");
   setFocusPolicy(Qt::TabFocus);
   // Without a name of its own the label would tell assistive technology of every new text.
   setAccessibleName("Reading");
@@ -26,9 +26,10 @@ ReadingLabel::ReadingLabel(QWidget* parent) : QLabel(parent) {
 }
 
 void ReadingLabel::SetReading(const QString& text) {
-  if (text == this->text()) return;
+  if (text == text_) return;
+  text_ = text;
   ink_.reset();
-  setText(text);
+  update();
 }
 
 void ReadingLabel::SetForeColor(const QColor& color) {
@@ -49,6 +50,7 @@ void ReadingLabel::SetFontHeight(int pixels) {
   changed.setPixelSize(std::max(1, pixels));
   ink_.reset();
   setFont(changed);
+  update();
 }
 
 void ReadingLabel::SetDoubt(ReadingState state) {
@@ -63,7 +65,7 @@ double ReadingLabel::TextLeft() const {
 }
 
 const QRectF& ReadingLabel::Ink() const {
-  if (!ink_) ink_ = QFontMetricsF(font(), this).tightBoundingRect(text());
+  if (!ink_) ink_ = QFontMetricsF(font(), this).tightBoundingRect(text_);
   return *ink_;
 }
 
@@ -78,7 +80,7 @@ void ReadingLabel::paintEvent(QPaintEvent* event) {
   const double centred = (height() - metrics.height()) / 2 + metrics.ascent();
   const double lowest = height() - Ink().bottom();
   painter.setPen(fore_color_);
-  painter.drawText(QPointF(TextLeft(), std::min(centred, lowest)), text());
+  painter.drawText(QPointF(TextLeft(), std::min(centred, lowest)), text_);
   PaintDoubt(painter, rect(), doubt_);
   if (IsCut()) PaintCut(painter, rect());
 }

@@ -4,8 +4,9 @@
 #pragma once
 
 #include <QColor>
-#include <QLabel>
 #include <QRectF>
+#include <QString>
+#include <QWidget>
 #include <functional>
 #include <optional>
 
@@ -23,12 +24,15 @@ struct SpokenReading {
 
 /// Text too wide for it loses its end, and says so with a
 /// torn edge as soon as one pixel is missing.
-class ReadingLabel final : public QLabel {
+/// It is no label of the toolkit: one that takes the keyboard lays its text out as a document, at
+/// every change of text or font.
+class ReadingLabel final : public QWidget {
  public:
   explicit ReadingLabel(QWidget* parent);
 
   /// Each repaints only on a change.
   void SetReading(const QString& text);
+  [[nodiscard]] const QString& Text() const { return text_; }
   void SetForeColor(const QColor& color);
   void SetBackColor(const QColor& color);
   /// Height of the font in logical pixels, 1 or more.
@@ -49,6 +53,7 @@ class ReadingLabel final : public QLabel {
   /// What the text covers with ink, from where it begins on its line. Worked out once a text.
   [[nodiscard]] const QRectF& Ink() const;
 
+  QString text_;
   QColor fore_color_ = Qt::black;
   QColor back_color_ = Qt::white;
   ReadingState doubt_ = ReadingState::Live;

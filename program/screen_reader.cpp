@@ -23,9 +23,9 @@ std::string WithUnit(const ReadingParts& parts) {
 void ScreenReader::Look() {
   if (!SomebodyListens() || watch_.IsResting()) return;
   const Alarm alarm = IsSpecial() ? Alarm::None : AlarmOf(meter_.config, meter_.runtime.Reading);
-  const ReadingParts parts = watch_.Parts();
-  const std::string text = changes_.Look(Seconds(), alarm, watch_.Judge(), WithUnit(parts));
-  if (!text.empty()) form_.Announce(parts.channel + ": " + text);
+  const std::string text =
+      changes_.Look(Seconds(), alarm, watch_.Judge(), [this] { return WithUnit(watch_.Parts()); });
+  if (!text.empty()) form_.Announce(form_.Title() + ": " + text);
 }
 
 SpokenReading ScreenReader::Spoken() {

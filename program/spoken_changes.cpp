@@ -13,11 +13,12 @@ std::string NameOf(Alarm alarm) { return alarm == Alarm::High ? "High alarm" : "
 }  // namespace
 
 std::string SpokenChanges::Look(double now, Alarm alarm, const Verdict& verdict,
-                                const std::string& reading) {
+                                const std::function<std::string()>& reading) {
   if (!std::exchange(looked_, true)) told_at_ = now;
   if (alarm != Alarm::None && alarm != told_alarm_) passed_ = alarm;
   if (now - told_at_ < kBetweenSentences) return {};
-  std::string text = AlarmText(alarm, reading);
+  std::string text = AlarmText(alarm);
+  if (!text.empty()) text += ": " + reading() + ".";
   const std::string doubt = DoubtText(verdict);
   if (!text.empty() && !doubt.empty()) text += ' ';
   text += doubt;
@@ -25,14 +26,12 @@ std::string SpokenChanges::Look(double now, Alarm alarm, const Verdict& verdict,
   return text;
 }
 
-std::string SpokenChanges::AlarmText(Alarm alarm, const std::string& reading) {
+std::string SpokenChanges::AlarmText(Alarm alarm) {
   const Alarm before = std::exchange(told_alarm_, alarm);
   const Alarm passed = std::exchange(passed_, Alarm::None);
-  if (alarm != Alarm::None) {
-    return alarm == before ? "" : NameOf(alarm) + ": " + reading + ".";
-  }
-  if (passed != Alarm::None) return NameOf(passed) + " for a moment, now over: " + reading + ".";
-  return before == Alarm::None ? "" : "The alarm is over: " + reading + ".";
+  if (alarm != Alarm::None) return alarm == before ? "" : NameOf(alarm);
+  if (passed != Alarm::None) return NameOf(passed) + " for a moment, now over";
+  return before == Alarm::None ? "" : "The alarm is over";
 }
 
 std::string SpokenChanges::DoubtText(const Verdict& verdict) {

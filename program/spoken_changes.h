@@ -3,6 +3,7 @@
 // of doubt; at most once a second. Time is handed in, in seconds of any clock that only rises.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "presentation/reading_display.h"
@@ -12,13 +13,14 @@ namespace vantoscope {
 
 class SpokenChanges {
  public:
-  /// Called with every reading and several times a second; `reading` is spoken with the unit. One
-  /// or two sentences, empty most of the time. What is told is what is so then; an alarm that came
-  /// and went since the last time is told too.
-  std::string Look(double now, Alarm alarm, const Verdict& verdict, const std::string& reading);
+  /// Called with every reading and several times a second; `reading` gives the number and its unit,
+  /// and is asked when they are told. One or two sentences, empty most of the time. What is told is
+  /// what is so then; an alarm that came and went since the last time is told too.
+  std::string Look(double now, Alarm alarm, const Verdict& verdict,
+                   const std::function<std::string()>& reading);
 
  private:
-  std::string AlarmText(Alarm alarm, const std::string& reading);
+  std::string AlarmText(Alarm alarm);
   std::string DoubtText(const Verdict& verdict);
 
   bool looked_ = false;

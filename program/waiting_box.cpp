@@ -19,7 +19,7 @@ bool WaitingBox::Look(const std::string& sentence) {
   const auto now = std::chrono::steady_clock::now();
   if (!since_) since_ = now;
   if (now - *since_ < kMoment) return true;
-  const QString text = "Waiting for the host.\n" + QString::fromStdString(sentence);
+  const QString text = "Waiting for the device.\n" + QString::fromStdString(sentence);
   if (!box_) {
     std::cerr << "vantoscope: Waiting: " << sentence << std::endl;
     box_.emplace(MessageIcon::Information, text, QDialogButtonBox::Cancel, nullptr);

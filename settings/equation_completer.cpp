@@ -2,11 +2,13 @@
 #include "settings/equation_completer.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLineEdit>
+#include <QScreen>
 #include <QScrollBar>
 #include <QStandardItemModel>
-#include <QTimer>
 #include <QTreeView>
+#include <algorithm>
 
 namespace vantoscope {
 namespace {
@@ -30,8 +32,10 @@ QColor Softer(const QPalette& palette) {
           mixed(text.blue(), base.blue())};
 }
 
-QTreeView* NewView() {
-  auto* view = new QTreeView;
+QTreeView* NewView(QWidget* parent) {
+  auto* view = new QTreeView(parent);
+  view->setWindowFlags(Qt::ToolTip);  // takes no keys
+  view->setFocusPolicy(Qt::NoFocus);
   view->setHeaderHidden(true);
   view->setRootIsDecorated(false);
   view->setUniformRowHeights(true);
@@ -44,63 +48,107 @@ QTreeView* NewView() {
 }  // namespace
 
 EquationCompleter::EquationCompleter(QLineEdit& field)
-    : QCompleter(&field), field_(field), model_(new QStandardItemModel(this)), view_(NewView()) {
-  setModel(model_);
-  setPopup(view_);
-  setCompletionMode(UnfilteredPopupCompletion);
-  setMaxVisibleItems(kShownRows);
-  setWidget(&field);
-  connect(this, qOverload<const QModelIndex&>(&QCompleter::activated), this,
+    : QObject(&field), field_(field), model_(new QStandardItemModel(this)), view_(NewView(&field)) {
+  view_->setModel(model_);
+  connect(view_, &QTreeView::clicked, this,
           [this](const QModelIndex& index) { Take(index.row()); });
 }
 
 bool EquationCompleter::IsOpen() const { return view_->isVisible(); }
-bool EquationCompleter::HasChoice() const { return view_->currentIndex().isValid(); }
 void EquationCompleter::Close() { view_->hide(); }
 
+CompletionList EquationCompleter::ListAtCursor(const std::vector<OfferedChannel>& channels) const {
+  const QByteArray front = field_.text().left(field_.cursorPosition()).toUtf8();
+  return CompletionsAt(field_.text().toStdString(), static_cast<std::size_t>(front.size()),
+                       channels);
+}
+
 bool EquationCompleter::InWord() const {
-  const std::string equation = field_.text().toStdString();
-  const auto cursor =
-      static_cast<std::size_t>(field_.text().left(field_.cursorPosition()).toUtf8().size());
-  return CompletionsAt(equation, cursor, {}).word.begin < cursor;
+  const QByteArray front = field_.text().left(field_.cursorPosition()).toUtf8();
+  return ListAtCursor({}).word.begin < static_cast<std::size_t>(front.size());
 }
 
 void EquationCompleter::Offer() {
-  const std::string equation = field_.text().toStdString();
-  const auto cursor =
-      static_cast<std::size_t>(field_.text().left(field_.cursorPosition()).toUtf8().size());
-  list_ = CompletionsAt(equation, cursor, channels_);
+  list_ = ListAtCursor(channels_);
   if (list_.items.empty() || (list_.whole && list_.items.size() == 1)) {
     Close();
   } else {
-    Show(list_);
+    Show();
   }
 }
 
-void EquationCompleter::Show(const CompletionList& list) {
+void EquationCompleter::Show() {
   model_->clear();
-  for (const Completion& item : list.items) {
+  for (const Completion& item : list_.items) {
     auto* meaning = new QStandardItem(Characters(item.meaning));
     meaning->setForeground(Softer(view_->palette()));
     model_->appendRow({new QStandardItem(Characters(item.shown)), meaning});
   }
   view_->setFont(field_.font());
+  Place();
+  // A word that is complete stands as it is until one of the list is chosen.
+  Choose(list_.whole ? -1 : 0);
+  view_->show();
+  view_->raise();
+}
+
+// Below the field, or above it where the screen ends.
+void EquationCompleter::Place() {
   view_->header()->setStretchLastSection(false);
   for (const int column : {0, 1}) {
     view_->resizeColumnToContents(column);
     view_->setColumnWidth(column, view_->columnWidth(column) + kGap);
   }
-  const int width = view_->columnWidth(0) + view_->columnWidth(1) + 2 * view_->frameWidth() +
-                    view_->verticalScrollBar()->sizeHint().width();
+  const int rows = std::min(model_->rowCount(), kShownRows);
+  const int bar = rows < model_->rowCount() ? view_->verticalScrollBar()->sizeHint().width() : 0;
+  const int frame = 2 * view_->frameWidth();
+  const QSize size(
+      std::max(view_->columnWidth(0) + view_->columnWidth(1) + bar + frame, field_.width()),
+      rows * view_->sizeHintForRow(0) + frame);
   view_->header()->setStretchLastSection(true);
-  QRect place = field_.rect();
-  place.setWidth(std::max(width, place.width()));
-  complete(place);
-  // A word that is complete stands as it is until one of the list is chosen.
-  view_->setCurrentIndex(list.whole ? QModelIndex() : model_->index(0, 0));
+  const QRect screen = field_.screen()->availableGeometry();
+  QPoint corner = field_.mapToGlobal(QPoint(0, field_.height()));
+  if (corner.y() + size.height() > screen.bottom()) corner.ry() -= field_.height() + size.height();
+  corner.setX(std::max(screen.left(), std::min(corner.x(), screen.right() - size.width())));
+  view_->setGeometry(QRect(corner, size));
+}
+
+void EquationCompleter::Choose(int row) {
+  view_->setCurrentIndex(row < 0 ? QModelIndex() : model_->index(row, 0));
+}
+
+bool EquationCompleter::TakesKey(const QKeyEvent& key) {
+  if (!IsOpen()) return false;
+  const int row = view_->currentIndex().row();  // -1 where nothing is chosen
+  const int last = model_->rowCount() - 1;
+  switch (key.key()) {
+    case Qt::Key_Down:
+      Choose(std::min(row + 1, last));
+      return true;
+    case Qt::Key_Up:
+      Choose(std::max(row - 1, 0));
+      return true;
+    case Qt::Key_PageDown:
+      Choose(std::min(row + kShownRows, last));
+      return true;
+    case Qt::Key_PageUp:
+      Choose(std::max(row - kShownRows, 0));
+      return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Tab:
+      Take(row);
+      return row >= 0 || key.key() != Qt::Key_Tab;
+    case Qt::Key_Escape:
+      Close();
+      return true;
+    default:
+      return false;
+  }
 }
 
 void EquationCompleter::Take(int row) {
+  Close();
   if (row < 0 || static_cast<std::size_t>(row) >= list_.items.size()) return;
   const std::string equation = field_.text().toStdString();
   const std::string& text = list_.items[static_cast<std::size_t>(row)].text;
@@ -108,7 +156,7 @@ void EquationCompleter::Take(int row) {
   field_.setSelection(begin, CharactersIn(equation, list_.word.end) - begin);
   field_.insert(Characters(text));
   // The past of a channel is written in steps.
-  if (text.ends_with('-') || text.ends_with(']')) QTimer::singleShot(0, this, [this] { Offer(); });
+  if (text.ends_with('-') || text.ends_with(']')) Offer();
 }
 
 }  // namespace vantoscope

@@ -1,19 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The list below the equation field of what the word at the cursor can become.
+// The list below the equation field of what the word at the cursor can become. The keyboard stays
+// with the field, which hands over the keys that are the list's.
 #pragma once
 
-#include <QCompleter>
+#include <QObject>
+#include <utility>
 #include <vector>
 
 #include "equation/completions.h"
 
+class QKeyEvent;
 class QLineEdit;
 class QStandardItemModel;
 class QTreeView;
 
 namespace vantoscope {
 
-class EquationCompleter : public QCompleter {
+class EquationCompleter : public QObject {
   Q_OBJECT
 
  public:
@@ -22,16 +25,20 @@ class EquationCompleter : public QCompleter {
   void SetChannels(std::vector<OfferedChannel> channels) { channels_ = std::move(channels); }
   /// Opens the list, or closes it where it holds nothing more than what stands there.
   void Offer();
+  void Close();
+  [[nodiscard]] bool IsOpen() const;
   /// Whether a word is being written at the cursor.
   [[nodiscard]] bool InWord() const;
-  [[nodiscard]] bool IsOpen() const;
-  /// Whether one of the list is chosen, which Tab and Enter then take.
-  [[nodiscard]] bool HasChoice() const;
-  void Close();
+  /// While the list is open: arrows choose, Tab and Enter take what is chosen, Escape closes. True
+  /// when that was all of the key's doing.
+  bool TakesKey(const QKeyEvent& key);
 
  private:
+  [[nodiscard]] CompletionList ListAtCursor(const std::vector<OfferedChannel>& channels) const;
+  void Show();
+  void Place();
+  void Choose(int row);
   void Take(int row);
-  void Show(const CompletionList& list);
 
   QLineEdit& field_;
   QStandardItemModel* model_;

@@ -4,6 +4,7 @@
 #include <QHelpEvent>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QTextDocument>
 #include <QTextLayout>
@@ -111,22 +112,6 @@ void EquationField::Pause() {
   typed_ = false;
 }
 
-bool EquationField::ClosesList(const QKeyEvent& key) {
-  if (!completer_->IsOpen()) return false;
-  switch (key.key()) {
-    case Qt::Key_Escape:
-      return true;
-    case Qt::Key_Tab:
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-      if (completer_->HasChoice()) return true;
-      completer_->Close();
-      return false;
-    default:
-      return false;
-  }
-}
-
 bool EquationField::event(QEvent* event) {
   if (event->type() == QEvent::ToolTip) {
     const QString state = State();
@@ -134,10 +119,8 @@ bool EquationField::event(QEvent* event) {
     ShowTip(static_cast<QHelpEvent*>(event)->globalPos(), text, *this);
     return true;
   }
-  // Left to the list, which takes its choice or closes.
-  if (event->type() == QEvent::KeyPress && ClosesList(*static_cast<QKeyEvent*>(event))) {
-    event->ignore();
-    return false;
+  if (event->type() == QEvent::KeyPress && completer_->TakesKey(*static_cast<QKeyEvent*>(event))) {
+    return true;
   }
   return QLineEdit::event(event);
 }
@@ -172,8 +155,14 @@ void EquationField::OfferWhileTyping(const QString& before) {
   }
 }
 
+void EquationField::mousePressEvent(QMouseEvent* event) {
+  completer_->Close();
+  QLineEdit::mousePressEvent(event);
+}
+
 void EquationField::focusOutEvent(QFocusEvent* event) {
-  if (event->reason() != Qt::PopupFocusReason) QToolTip::hideText();
+  completer_->Close();
+  QToolTip::hideText();
   QLineEdit::focusOutEvent(event);
 }
 

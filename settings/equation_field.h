@@ -43,11 +43,11 @@ class EquationField : public QLineEdit {
   bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void inputMethodEvent(QInputMethodEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
   void focusOutEvent(QFocusEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  bool ClosesList(const QKeyEvent& key);
   void Check();
   /// Some time after the last change.
   void Pause();

@@ -47,11 +47,11 @@ CsvBlocks::Block CsvIndex::FirstBlock() {
 }
 
 bool CsvIndex::IsComplete(std::string_view first_line) {
-  bool complete = false;
-  take_ = [&](const CsvRow& row) { complete = row.complete; };
+  std::optional<bool> complete;  // of its first row: a carriage return ends one too
+  take_ = [&](const CsvRow& row) { complete = complete.value_or(row.complete); };
   rows_again_.Restart(next_.restart);
   Feed(rows_again_, first_line);
-  return complete;
+  return complete.value_or(false);
 }
 
 std::optional<CsvRestart> CsvIndex::EndOf(const CsvStretch& stretch) {

@@ -490,7 +490,7 @@ std::string Description(const CsvLayout& layout) {
       {',', "comma"}, {';', "semicolon"}, {'\t', "tab"}, {'|', "bar"}, {' ', "blanks"}};
   const auto name = kNames.find(layout.separator);
   std::string text = "separator " + std::string(name == kNames.end() ? "none" : name->second);
-  if (layout.style.decimal_comma) text += ", decimal comma";
+  if (layout.style.decimal_comma) text += ", decimal point or comma";
   text += "; lines ahead of the numbers: " + std::to_string(layout.lines_to_skip);
   text += "; times: " + (layout.times ? DescriptionOf(*layout.times) : "none");
   text += "; columns:";

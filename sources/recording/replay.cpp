@@ -15,12 +15,7 @@ namespace vantoscope {
 namespace {
 
 constexpr std::int64_t kHeldScans = 65536;  // how far back ScansSince answers
-constexpr double kSecondsAhead = 1;
-constexpr double kMostScansAhead = 4096;
-
-std::int64_t ScansAhead(double rate) {
-  return std::llround(std::ceil(std::min(rate * kSecondsAhead, kMostScansAhead)));
-}
+constexpr double kSecondsAhead = 2;
 
 class Replay final : public Device {
  public:
@@ -31,7 +26,7 @@ class Replay final : public Device {
         description_(std::move(scans.description)),
         rate_(scans.rate),
         times_(times),
-        reader_(std::move(scans.source), ScansAhead(rate_)),
+        reader_(std::move(scans.source), std::llround(rate_ * kSecondsAhead)),
         clock_(std::move(clock)) {}
 
   [[nodiscard]] std::string Name() const override { return name_; }

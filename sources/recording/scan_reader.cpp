@@ -28,7 +28,9 @@ class PieceCache {
   void Put(std::shared_ptr<const ScanPiece> piece) {
     Entry& entry = entries_[piece->first];
     if (entry.piece) bytes_ -= entry.bytes;
-    entry = {.bytes = piece->Bytes(), .used = ++uses_, .piece = std::move(piece)};
+    entry.bytes = piece->Bytes();
+    entry.used = ++uses_;
+    entry.piece = std::move(piece);
     bytes_ += entry.bytes;
   }
 
@@ -177,15 +179,16 @@ struct ScanReader::Shared {
 
   [[nodiscard]] bool HasWork() const {
     if (gone) return false;
-    if (wants_length && !complete) return true;
     const auto missing = cache.FirstMissing(Reachable());
-    return missing && (*missing < known || !complete);
+    if (missing && *missing < known) return true;
+    if (complete) return false;
+    return missing || wants_length || (!wanted.empty() && known <= wanted.back().last + ahead);
   }
 
-  /// What is wanted and what comes soon after it, as far as the recording goes.
+  /// What is wanted and the scan that comes after it, as far as the recording goes.
   [[nodiscard]] std::vector<ScanSpan> Reachable() const {
     std::vector<ScanSpan> spans = wanted;
-    if (!spans.empty()) spans.back().last += ahead;
+    if (!spans.empty()) ++spans.back().last;
     if (complete) {
       for (ScanSpan& span : spans) span.last = std::min(span.last, known - 1);
     }

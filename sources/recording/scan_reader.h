@@ -22,7 +22,8 @@ struct ScanSpan {
 /// A call waits for the other thread a moment at most, and not at all once that was in vain.
 class ScanReader {
  public:
-  /// Reads ahead by `ahead` scans.
+  /// Finds out where scans stand by `ahead` of them before they are asked for, which also brings
+  /// their part of the file into the page cache.
   ScanReader(std::unique_ptr<ScanSource> source, std::int64_t ahead);
   ScanReader(const ScanReader&) = delete;
   ScanReader& operator=(const ScanReader&) = delete;

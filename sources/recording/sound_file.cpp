@@ -108,6 +108,7 @@ std::vector<StoredChannel> Frames(SNDFILE* sound, std::size_t channels, std::siz
   std::vector<std::vector<Sample>> samples(channels);
   AddFrames(sound, most, samples, read_frames);
   std::vector<StoredChannel> stored;
+  stored.reserve(channels);
   for (auto& channel : samples) stored.emplace_back(std::move(channel), divisor...);
   return stored;
 }

@@ -2,10 +2,12 @@
 #include "sources/recording/sound_recording.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "meter/data_source.h"
+#include "sources/device_text.h"
 #include "sources/recording/sound_file.h"
 
 namespace vantoscope {
@@ -113,6 +115,8 @@ RecordedScans OpenSound(std::unique_ptr<RecordedFile> file, std::optional<Range>
   RecordedScans recorded;
   recorded.rate = sound->Rate();
   const bool are_words = sound->IsWords();
+  recorded.description = std::string("sound of ") + (are_words ? "16-bit words" : "numbers") +
+                         "; scans per second: " + ShortestText(recorded.rate);
   const auto frames = file->Size() > whole_bytes ? sound->RandomFrames() : std::nullopt;
   if (frames) {
     auto source = std::make_unique<LongSound>(std::move(file), std::move(sound), *frames, scale);

@@ -14,7 +14,7 @@ std::string Spoken(const std::string& ticks) {
     const Alarm alarm = tick == 'H' ? Alarm::High : tick == 'L' ? Alarm::Low : Alarm::None;
     Verdict verdict{.state = ReadingState::Live, .cut = false, .sentence = ""};
     if (tick == 'o') verdict = {ReadingState::Old, false, "No new data for 3 s."};
-    const std::string text = changes.Look(now, alarm, verdict, "20 m");
+    const std::string text = changes.Look(now, alarm, verdict, [] { return "20 m"; });
     said += text.empty() ? "." : "<" + text + ">";
     now += 0.25;
   }

@@ -145,7 +145,8 @@ def test_a_sound_of_a_package_reads_as_the_standard_library_reads_it():
         pytest.skip(f"{path} is not there")
     with wave.open(str(path)) as sound:
         words = memoryview(sound.readframes(sound.getnframes())).cast("h")
-        assert listed(path)["rate"] == sound.getframerate()
+        seen = listed(path)
+        assert seen["rate"] == sound.getframerate() and "16-bit words" in seen["description"]
     for place in (0, len(words) // 2, len(words) - 1):
         # Replayed so slowly that a sample stands for 1000 s.
         [value] = values_at(path, 1000 * (place + 0.5), "&rate=0.001")

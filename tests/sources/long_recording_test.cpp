@@ -55,7 +55,7 @@ TEST(CsvIndex, ReadsTheSameRowsInStretchesOfAnySize) {
     utf16 += {c, '\0'};
   const std::pair<const char*, std::string> files[] = {
       {"plain", "Time [s],A,B\n" + Repeated("1,2,3\n2.5,-4e1,5\n", 9)},
-      {"line ends", "t,A\r\n1,2\r\n\r\n3,4\r5,6\n\n7,8"},
+      {"line ends", "t,A,B\r\n1,2,9\r\n\r\n3,4,8\n5\r6,7,7\n\n8,9,6"},
       {"quotes", "t,Text,A\n1,\"x\ny,z\",2\n2,\"\",3\n3,\"a\"\"b\",4\n4,\"stray,5\n5,c,\"6\"\n"},
       {"slower channels", "t,A,B\n1,10,20\n2,,21\n3,,\n4,,22\n5,11,\n6,,\n7,,23\n8,12,24\n9,,\n"},
       {"comments", "# by hand\nA;B\n1;2\n# later\n3;4\nA;B\n5;6\n//\n7;n/a\nOL;8\nx;y\n"},

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QLabel>
 #include <QMouseEvent>
 
 #include "presentation/window_behaviour.h"
@@ -40,7 +39,7 @@ class Form0Test : public testing::Test {
   }
 
   Form0 form{true};
-  QLabel& label = *form.findChild<QLabel*>();
+  QWidget& label = *form.findChild<QWidget*>("Label1");
   int resizes = 0;
 };
 

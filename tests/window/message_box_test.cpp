@@ -28,7 +28,7 @@ std::string Lines(const QString& text, int characters) {
 TEST(MessageText, EndsItsLinesBehindOperators) {
   EXPECT_EQ(Lines("(CC-CC)*CCC", 8), "(CC-CC)*|CCC|");
   EXPECT_EQ(Lines("CCCC not in", 7), "CCCC not |in|");
-  EXPECT_EQ(Lines("CCCCCC*1E-5", 9), "CCCCCC*|1E-5|") << "not behind the sign of an exponent";
+  EXPECT_EQ(Lines("CCC*1E-5555", 8), "CCC*|1E-5555|") << "not behind the sign of an exponent";
   EXPECT_EQ(Lines("CCC*CC[T-1]3", 9), "CCC*|CC[T-1]3|") << "not inside a suffix";
   EXPECT_EQ(Lines("CCCCC^-CCCC", 7), "CCCCC^-|CCCC|") << "not between two signs";
   EXPECT_EQ(Lines("CCCCCCCCCC", 4), "CCCC|CCCC|CC|") << "where there is no other way";

@@ -12,7 +12,7 @@ struct Desk {
   struct Rest : PointerRest {
     explicit Rest(Desk& d) : desk(d) {}
     bool Begin() override {
-      desk.used = desk.busy;
+      desk.used = false;
       return !desk.busy;
     }
     bool IsOver() override { return desk.used; }
@@ -48,6 +48,9 @@ TEST(PointerPlaceTest, AtRestItIsAskedForEveryTwoSeconds) {
   EXPECT_GE(desk.AskedIn(20), 20);
   desk.AskedIn(10);
   EXPECT_EQ(desk.AskedIn(200), 10);
+  desk.used = true;  // a click
+  desk.AskedIn(30);
+  EXPECT_EQ(desk.AskedIn(200), 10);
 }
 
 TEST(PointerPlaceTest, TheTickAfterAMoveKnowsOfIt) {
@@ -58,6 +61,7 @@ TEST(PointerPlaceTest, TheTickAfterAMoveKnowsOfIt) {
     EXPECT_EQ(desk.place.Look(), desk.pointer) << pause;
     desk.AskedIn(pause);
   }
+  EXPECT_LT(desk.AskedIn(200), 40);  // a display that tells of moves is trusted on
 }
 
 TEST(PointerPlaceTest, WhatIsNotKnownForSureIsAskedForAtEachTick) {
@@ -86,7 +90,7 @@ TEST(PointerPlaceTest, ADisplayThatMissesAMoveIsNotTrustedAgain) {
 
 TEST(PointerPlaceTest, AWordThatComesAfterTheAnswerIsNoMiss) {
   Desk desk;
-  desk.AskedIn(21);
+  desk.AskedIn(22);
   desk.AskedIn(19);
   desk.deaf = true;
   desk.Move(7);  // seen by the question of this very tick
