@@ -20,7 +20,7 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 class Follow final : public Device {
  public:
-  Follow(std::string name, std::string path, std::unique_ptr<TextSource> source,
+  Follow(std::string name, const std::string& path, std::unique_ptr<TextSource> source,
          Following following)
       : name_(std::move(name)),
         clocks_(std::move(following.clocks)),
@@ -205,21 +205,19 @@ class Follow final : public Device {
 std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFile> file,
                                    Following following) {
   following.reading.followed = true;
-  std::string path = file->Path();
+  const std::string path = file->Path();
   auto source = std::make_unique<GrowingFile>(std::move(file), following.reading, following.rotate,
                                               following.clocks);
-  return std::make_unique<Follow>(std::move(name), std::move(path), std::move(source),
-                                  std::move(following));
+  return std::make_unique<Follow>(std::move(name), path, std::move(source), std::move(following));
 }
 
-std::unique_ptr<Device> FollowStream(std::string name, std::string path, Following following,
+std::unique_ptr<Device> FollowStream(std::string name, const std::string& path, Following following,
                                      Opening& opening) {
   following.reading.followed = true;
   auto source = std::make_unique<StreamText>(path, following.reading, following.rotate,
                                              following.clocks.steady);
   source->WaitForTable(opening);
-  return std::make_unique<Follow>(std::move(name), std::move(path), std::move(source),
-                                  std::move(following));
+  return std::make_unique<Follow>(std::move(name), path, std::move(source), std::move(following));
 }
 
 }  // namespace vantoscope

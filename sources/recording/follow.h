@@ -31,7 +31,7 @@ std::unique_ptr<Device> MakeFollow(std::string name, std::unique_ptr<RecordedFil
 
 /// Of a named pipe or standard input (stream_text.h). Waits for the first lines; throws SourceError
 /// when there are none to come.
-std::unique_ptr<Device> FollowStream(std::string name, std::string path, Following following,
+std::unique_ptr<Device> FollowStream(std::string name, const std::string& path, Following following,
                                      Opening& opening);
 
 }  // namespace vantoscope
