@@ -129,9 +129,9 @@ void ReportStartError(const SourceError& error, const WordCheck& words, bool qui
 }
 
 /// Every meter of a group reads its device on its own.
-void RefuseGroupOnStream(std::string_view command_line) {
+void RefuseGroupOnStream(std::string_view command_line, const Meanwhile& meanwhile) {
   const auto device = ValueBehind('D', command_line.substr(0, command_line.find(' ')));
-  if (device && OpensGroup(command_line)) RefuseStream(std::string(*device));
+  if (device && OpensGroup(command_line)) RefuseStream(std::string(*device), meanwhile);
 }
 
 WordCheck SayWordsWithoutEffect(const std::string& command_line) {
@@ -181,8 +181,8 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   if (OpensGroup(command_line)) RequireDigits(QFont());  // once for all of its meters
   Form0 form(!in_group);
   WaitingBox waiting;
-  DeviceControl telvix(SystemTime,
-                       [&](const std::string& sentence) { return waiting.Look(sentence); });
+  const Meanwhile wait = [&](const std::string& sentence) { return waiting.Look(sentence); };
+  DeviceControl telvix(SystemTime, wait);
   ProfileFile profile;
   Launches launches;
   GroupPlaces places(form, [&telvix] { return int{telvix.ChannelCount()}; });
@@ -210,7 +210,7 @@ int Run(const std::vector<std::string>& words_of_process, int nursery) {
   termination.OnRequest = [&] { waiting.IsShown() ? waiting.GiveUp() : CloseOnRequest(form); };
 
   try {
-    RefuseGroupOnStream(command_line);
+    RefuseGroupOnStream(command_line, wait);
     StartUp(meter, command_line);
     processes.Finish();
   } catch (const SourceError& error) {

@@ -116,13 +116,16 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock,
       NotOpenYet(text), meanwhile);
 }
 
-void RefuseStream(const std::string& text) {
-  const DeviceText device = ParseAnyDeviceText(text);
-  if (device.kind != "FI" || !IsStream(device.rest)) return;
-  throw SourceError("Only one meter can read the stream '" + device.rest +
-                    "', a group cannot; after 'telvixd --from " + text +
-                    " --to localhost:1883/lab/bench1' its device is "
-                    "mqtt://localhost:1883/lab/bench1, or after tee the file that tee writes.");
+void RefuseStream(const std::string& text, const Meanwhile& meanwhile) {
+  const auto refuse = [text](Opening&) -> std::unique_ptr<Device> {
+    const DeviceText device = ParseAnyDeviceText(text);
+    if (device.kind != "FI" || !IsStream(device.rest)) return nullptr;
+    throw SourceError("Only one meter can read the stream '" + device.rest +
+                      "', a group cannot; after 'telvixd --from " + text +
+                      " --to localhost:1883/lab/bench1' its device is "
+                      "mqtt://localhost:1883/lab/bench1, or after tee the file that tee writes.");
+  };
+  OpenBeside(refuse, NotOpenYet(text), meanwhile);
 }
 
 }  // namespace vantoscope

@@ -27,7 +27,7 @@ std::unique_ptr<Device> OpenDevice(const std::string& text, Clock clock = System
                                    const Meanwhile& meanwhile = {});
 
 /// Throws SourceError, with what to write instead, when only one process can read the device that
-/// `text` selects.
-void RefuseStream(const std::string& text);
+/// `text` selects. Waits for the file system as OpenDevice does.
+void RefuseStream(const std::string& text, const Meanwhile& meanwhile);
 
 }  // namespace vantoscope

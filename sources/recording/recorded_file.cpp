@@ -27,7 +27,7 @@ constexpr std::size_t kRemembered = 64;
 
 RecordedFile::RecordedFile(std::string path) : path_(std::move(path)) {
   // A named pipe without a writer must not block a meter.
-  descriptor_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  descriptor_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (descriptor_ < 0) Fail(path_, "opened", errno);
   const bool known = fstat(descriptor_, &opened_) == 0;
   if (!known || !S_ISREG(opened_.st_mode)) {

@@ -34,7 +34,7 @@ std::string SubjectOf(const std::string& path) {
 }
 
 int OpenPipe(const std::string& path) {
-  return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
 }
 
 int OpenStreamAt(const std::string& path) {

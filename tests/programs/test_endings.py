@@ -77,13 +77,25 @@ def test_start_errors_are_one_sentence(desk, device, index, told):
 @pytest.mark.parametrize("words, display, code, told", [
     ([], {}, 1, "display"), ([], {"DISPLAY": ":65000"}, 1, ":65000"),
     ([], {"WAYLAND_DISPLAY": "wayland-0"}, 1, "XWayland"),
-    ([], {"QT_QPA_PLATFORM": "offscreen", "FONTCONFIG_FILE": "none"}, 1, "fonts-liberation"),
     (["--help"], {}, 0, "-iINDEX"), (["--version"], {}, 0, "vantoscope ")])
-def test_without_a_display_or_a_font(make_desk, words, display, code, told):
+def test_without_a_display(make_desk, words, display, code, told):
     desk = make_desk(None)
-    (desk.folder / "none").write_text("<fontconfig></fontconfig>")
-    meter = desk.start(program("vantoscope"), *words, FONTCONFIG_PATH=str(desk.folder), **display)
+    meter = desk.start(program("vantoscope"), *words, **display)
     assert meter.ends() == code
     said, other = [meter.printed(), meter.said()][::1 if code == 0 else -1]
     assert told in said and not other
     assert code == 0 or said.startswith("vantoscope: ") and said.count("\n") == 1
+
+
+@pytest.mark.parametrize("words", [["-dsim", "-nTank"], ["-dsim", "-nTank", "-i-1"],
+                                   ["-d/none.csv"]])
+def test_without_a_font(plain_desk, words):
+    """A box or a number would be empty squares."""
+    (plain_desk.folder / "none").write_text("<fontconfig></fontconfig>")
+    meter = plain_desk.start(program("vantoscope"), *words, FONTCONFIG_FILE="none",
+                             FONTCONFIG_PATH=str(plain_desk.folder))
+    assert meter.ends() == 1
+    assert [line for line in meter.said().splitlines() if "none.csv" not in line] == [
+        "vantoscope: No font is installed, so that no number can be shown; install one, for example "
+        "the package fonts-liberation."]
+    assert not plain_desk.settings_file.exists()
