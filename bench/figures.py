@@ -58,6 +58,7 @@ def machine():
         except OSError:
             pass
         return "unknown"
+    kernel = ".".join(platform.release().split(".")[:2])
     return (f"{os.cpu_count()} cores of {first('/proc/cpuinfo', 'model name')}, "
-            f"{first('/etc/os-release', 'PRETTY_NAME')}, Linux {platform.release()}, windows on Xvfb "
-            "with openbox and without a compositor")
+            f"{first('/etc/os-release', 'PRETTY_NAME')}, Linux {kernel}, windows on Xvfb with openbox "
+            "and without a compositor")

@@ -86,7 +86,6 @@ void EquationField::Check() {
 
 QString EquationField::State() const {
   QStringList lines;
-  const std::string equation = text().toStdString();
   bool right = true;
   for (const EquationFinding& finding : findings_) {
     if (lines.size() < int{kMostReasons}) lines << QString::fromStdString(finding.sentence);
