@@ -15,9 +15,9 @@
 #include "host/sigrok_device.h"
 #include "host/sigrok_list.h"
 #include "host/sigrok_scan.h"
-#include "program/standard_descriptors.h"
 #include "sources/listing.h"
 #include "sources/open_device.h"
+#include "sources/standard_descriptors.h"
 #include "text/shown_text.h"
 #include "text/version.h"
 

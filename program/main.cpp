@@ -34,7 +34,6 @@
 #include "program/screen_reader.h"
 #include "program/session_bus.h"
 #include "program/shortcuts.h"
-#include "program/standard_descriptors.h"
 #include "program/termination.h"
 #include "program/usage.h"
 #include "program/waiting_box.h"
@@ -44,6 +43,7 @@
 #include "sources/device_control.h"
 #include "sources/open_device.h"
 #include "sources/shared_library.h"
+#include "sources/standard_descriptors.h"
 
 namespace vantoscope {
 namespace {

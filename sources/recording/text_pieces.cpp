@@ -68,7 +68,7 @@ std::string TextPieces::DecodedHead() {
 }
 
 void TextPieces::Settle(bool all, bool wants_rate) {
-  std::string text = DecodedHead();
+  const std::string text = DecodedHead();
   std::size_t size = WholeLines(text, line_end_, kHeadLines);
   if (all && HeadLines() < kHeadLines) size = text.size();
   const std::string_view head = std::string_view(text).substr(0, size);
@@ -80,10 +80,10 @@ void TextPieces::Settle(bool all, bool wants_rate) {
   }
   width_ = WidthOf(head, layout_.separator, layout_.lines_to_skip);
   settled_ = true;
-  BeginTable(std::move(text), layout_.lines_to_skip);
+  BeginTable(text, layout_.lines_to_skip);
 }
 
-void TextPieces::BeginTable(std::string text, std::size_t skip) {
+void TextPieces::BeginTable(std::string_view text, std::size_t skip) {
   in_table_ = true;
   head_.clear();
   const std::size_t before = pieces_.size();
@@ -107,13 +107,13 @@ void TextPieces::BeginAnother(bool whole) {
 
 /// Begins the next table as soon as its first line of numbers is there.
 void TextPieces::GoOn() {
-  std::string text = DecodedHead();
+  const std::string text = DecodedHead();
   const std::string_view head =
       std::string_view(text).substr(0, WholeLines(text, line_end_, kHeadLines));
   const CsvLayout next = FindCsvLayout(head, reading_.dates);
   if (next.columns.empty() && head_.size() < kHeadBytes) return;
   if (!GoesOn(next, head)) throw SourceError(subject_ + " goes on with other columns.");
-  BeginTable(std::move(text), next.lines_to_skip);
+  BeginTable(text, next.lines_to_skip);
 }
 
 bool TextPieces::GoesOn(const CsvLayout& next, std::string_view text) const {

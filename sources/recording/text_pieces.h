@@ -60,7 +60,7 @@ class TextPieces {
   void GoOn();
   [[nodiscard]] bool GoesOn(const CsvLayout& next, std::string_view text) const;
   std::string DecodedHead();
-  void BeginTable(std::string text, std::size_t skip);
+  void BeginTable(std::string_view text, std::size_t skip);
   void Cut(std::string_view text);
 
   CsvReading reading_;
