@@ -131,7 +131,7 @@ std::string SectionOf(std::string_view text, std::string_view section) {
     const Line line(text, at);
     const std::string_view trimmed = Trimmed(line.content);
     if (IsSectionLine(trimmed)) inside = OpensSection(trimmed, name);
-    if (inside) found.append(trimmed).push_back('\n');
+    if (inside) found += text.substr(at, line.next - at);
     at = line.next;
   }
   return found;

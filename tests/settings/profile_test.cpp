@@ -20,6 +20,7 @@ TEST(ProfileTextTest, FindsTheFirstKeyOfTheSection) {
   const std::pair<std::string, std::optional<std::string>> rows[] = {
       {"[Tank3]\nMath=#0", "#0"},
       {"[Tank3]\r\nMath=#0\r\n", "#0"},
+      {"[Tank3]\nMath=#0\r\r\r\n", "#0\r\r"},
       {"\xEF\xBB\xBF[tANK3]\nMATH=#0\n", "#0"},
       {" [ Tank3\t]\n\tMath = #0 \t\n", "#0"},
       {"[Tank3]\nMath=\"a=b\" ; x\n", "\"a=b\" ; x"},
