@@ -47,11 +47,14 @@ def test_a_screen_reader_finds_a_value_and_hears_what_changes(desk):
         if event.type.startswith("object:state-changed:showing"):
             if event.source.get_role() == Atspi.Role.NOTIFICATION:
                 heard.append(event.source.get_name())
+        elif event.type.startswith("object:announcement"):  # from Qt 6.8 on
+            heard.append(event.any_data)
         elif "description" not in event.type:
             floods.append(event.type)
 
     listener = Atspi.EventListener.new(on_event)
-    listener.register("object:state-changed:showing")
+    for kind in ("state-changed:showing", "announcement"):
+        listener.register(f"object:{kind}")
 
     def hears(what):
         def look():
